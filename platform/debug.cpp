@@ -1,0 +1,180 @@
+#include "platform/debug.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <limits>
+#include <optional>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace em_pni {
+namespace {
+
+constexpr std::size_t maxPrefix = 128;    // characters
+constexpr std::size_t maxMessage = 1024;  // characters, without the newline that may be added
+
+std::size_t clampedLength(int printed, std::size_t max) noexcept {
+    return std::min(static_cast<std::size_t>(std::max(printed, 0)), max);
+}
+
+// Local time with milliseconds.
+std::array<char, 48> timeStamp() noexcept {
+    std::array<char, 48> stamp{};
+    std::array<char, 32> seconds{};
+    timespec now{};
+    std::tm local{};
+    if (::clock_gettime(CLOCK_REALTIME, &now) != 0 ||
+        ::localtime_r(&now.tv_sec, &local) == nullptr ||
+        std::strftime(seconds.data(), seconds.size(), "%F %H:%M:%S", &local) == 0) {
+        std::snprintf(stamp.data(), stamp.size(), "yyyy-mm-dd hh:mm:ss.mmm");
+    } else {
+        std::snprintf(stamp.data(), stamp.size(), "%s.%03d", seconds.data(),
+                      static_cast<int>(now.tv_nsec / 1000000));
+    }
+    return stamp;
+}
+
+// Resident set size of this process in KiB, 0 when it cannot be read. Allocates nothing.
+std::size_t residentKilobytes() noexcept {
+    const CFileDescriptor status(::open("/proc/self/status", O_RDONLY | O_CLOEXEC));
+    std::array<char, 4096> text{};
+    std::size_t kilobytes = 0;
+    if (status && ::read(status.Get(), text.data(), text.size() - 1) > 0) {
+        if (const char* line = std::strstr(text.data(), "VmRSS:")) {
+            kilobytes = std::strtoul(line + std::strlen("VmRSS:"), nullptr, 10);
+        }
+    }
+    return kilobytes;
+}
+
+}  // namespace
+
+CDebug::CDebug(CDebugTraceConfig config, std::string moduleName)
+    : config_(std::move(config)), moduleName_(std::move(moduleName)) {
+    lastUpdate_ = std::time(nullptr);
+    Open();
+    WriteHeader();
+}
+
+CDebug::~CDebug() {
+    PrintFormatted("## TRACE-END ##");
+}
+
+void CDebug::Open() {
+    path_ = config_.Settings().logDirectory + "/log." + moduleName_;
+    // The module runs as root: a link or a pipe laid in its way must not be followed or waited for.
+    file_ = CFileDescriptor(::open(
+        path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0640));
+    if (!file_) {
+        ::syslog(LOG_ERR, "ERROR: Error during opening %s --> proceed without it\n", path_.c_str());
+    }
+}
+
+void CDebug::WriteHeader() {
+    const std::string header = debugHeader(config_, moduleName_, static_cast<bool>(file_));
+    if (!config_.Settings().noHeaderToStderr) {
+        writeAll(STDERR_FILENO, header);
+    }
+    WriteCounted(header);
+    headerCount_ = byteCount_;
+}
+
+int CDebug::Gate() const noexcept {
+    if (!file_) {
+        return 0;
+    }
+    return config_.Settings().dynamicUpdate != 0 ? std::numeric_limits<int>::max()
+                                                 : config_.Settings().debugLevel;
+}
+
+bool CDebug::Admits(int level) noexcept {
+    const std::uint32_t interval = config_.Settings().dynamicUpdate;
+    if (interval != 0) {
+        const std::time_t now = std::time(nullptr);
+        if (now < lastUpdate_ || now - lastUpdate_ >= static_cast<std::time_t>(interval)) {
+            lastUpdate_ = now;
+            try {
+                config_.Update();
+            } catch (...) {
+                // No memory for the new text: the old settings stay.
+                ::syslog(LOG_ERR, "ERROR: trace configuration of %s not updated\n",
+                         moduleName_.c_str());
+            }
+        }
+    }
+    return level <= config_.Settings().debugLevel;
+}
+
+void CDebug::Write(const char* format, va_list arguments) noexcept {
+    Print(format, arguments);
+    if (byteCount_ > config_.Settings().logMaxSize) {
+        Wrap();
+    }
+}
+
+void CDebug::Print(const char* format, va_list arguments) noexcept {
+    std::array<char, maxPrefix + maxMessage + 2> line{};  // + newline + NUL
+    const auto stamp = timeStamp();
+    int printed = 0;
+    if (config_.Settings().memoryTraces) {
+        printed =
+            std::snprintf(line.data(), maxPrefix + 1, "%s [%010d] %8zu %s !%-13s ", stamp.data(),
+                          ::getpid(), residentKilobytes(), "KB", moduleName_.c_str());
+    } else {
+        printed = std::snprintf(line.data(), maxPrefix + 1, "%s [%010d] %-13s ", stamp.data(),
+                                ::getpid(), moduleName_.c_str());
+    }
+    std::size_t length = clampedLength(printed, maxPrefix);
+
+    const char* const text = format + std::strspn(format, "\n");
+// The format is the caller's literal, checked there; only its leading newlines are skipped here.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    printed = std::vsnprintf(line.data() + length, maxMessage + 1, *text != '\0' ? text : format,
+                             arguments);
+#pragma GCC diagnostic pop
+    if (printed < 0) {
+        WriteCounted("\n## ERROR: No memory: Output Truncated!\n");
+        return;
+    }
+    length += clampedLength(printed, maxMessage);
+    if (line[length - 1] != '\n') {
+        line[length++] = '\n';
+    }
+    WriteCounted({line.data(), length});
+}
+
+void CDebug::PrintFormatted(const char* format, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, format);
+    Print(format, arguments);
+    va_end(arguments);
+}
+
+void CDebug::WriteCounted(std::string_view text) noexcept {
+    // A full disk must not stop the module: what cannot be written is lost.
+    if (file_ && writeAll(file_.Get(), text)) {
+        byteCount_ += text.size();
+    }
+}
+
+void CDebug::Wrap() noexcept {
+    if (::lseek(file_.Get(), static_cast<off_t>(headerCount_), SEEK_SET) < 0) {
+        ::syslog(LOG_ERR, "ERROR: fseek failed for %s (errno=%d) --> rewind it\n", path_.c_str(),
+                 errno);
+        ::lseek(file_.Get(), 0, SEEK_SET);
+    }
+    byteCount_ = headerCount_;
+    ++wrapCycle_;
+    PrintFormatted("------ WRAP ----- Cycle=%d, CntInitEnd=%u, CurrentByteCnt=%u (MaxCnt=%u)\n",
+                   static_cast<int>(wrapCycle_), static_cast<unsigned>(headerCount_),
+                   static_cast<unsigned>(headerCount_),
+                   static_cast<unsigned>(config_.Settings().logMaxSize));
+}
+
+}  // namespace em_pni

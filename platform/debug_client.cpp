@@ -1,0 +1,64 @@
+#include "platform/debug_client.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <syslog.h>
+#include <utility>
+
+#include "platform/debug.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+std::mutex debugLock;           // guards debug and all that it does
+CDebug* activeDebug = nullptr;  // owned by the active CDebugClient
+
+}  // namespace
+
+CDebugClient::CDebugClient(const std::string& moduleName) noexcept
+    // secure_getenv: a set-id program must not write where its caller says.
+    : CDebugClient(CDebugTraceConfig::systemDirectory, moduleName,
+                   [](const char* name) -> const char* { return ::secure_getenv(name); }) {}
+
+CDebugClient::CDebugClient(std::string configDirectory, const std::string& moduleName,
+                           CDebugTraceConfig::Environment environment) noexcept {
+    try {
+        const std::lock_guard guard(debugLock);
+        if (activeDebug == nullptr) {
+            activeDebug = new CDebug(
+                CDebugTraceConfig(std::move(configDirectory), moduleName, environment), moduleName);
+            active_ = true;
+            trace::gate.store(activeDebug->Gate(), std::memory_order_relaxed);
+        }
+    } catch (...) {
+        ::syslog(LOG_ERR, "ERROR: Error during initialization of the CDebug instance.\n");
+    }
+}
+
+CDebugClient::~CDebugClient() {
+    if (active_) {
+        const std::lock_guard guard(debugLock);
+        trace::gate.store(0, std::memory_order_relaxed);
+        delete std::exchange(activeDebug, nullptr);
+    }
+}
+
+bool CDebugClient::Admits(int level) noexcept {
+    const std::lock_guard guard(debugLock);
+    if (activeDebug == nullptr) {
+        return false;
+    }
+    const bool admitted = activeDebug->Admits(level);
+    trace::gate.store(activeDebug->Gate(), std::memory_order_relaxed);
+    return admitted;
+}
+
+void CDebugClient::Write(const char* format, va_list arguments) noexcept {
+    const std::lock_guard guard(debugLock);
+    if (activeDebug != nullptr) {
+        activeDebug->Write(format, arguments);
+    }
+}
+
+}  // namespace em_pni

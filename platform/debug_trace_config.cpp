@@ -1,0 +1,180 @@
+#include "platform/debug_trace_config.h"
+
+#include <algorithm>
+#include <dirent.h>
+#include <memory>
+#include <string_view>
+
+#include "platform/file.h"
+#include "platform/number.h"
+#include "platform/profile_file.h"
+
+namespace em_pni {
+namespace {
+
+constexpr std::size_t maxFileSize = 1024 * 1024;
+constexpr std::size_t maxDirectoryLength = 256;  // characters; longer values are cut
+constexpr std::uint64_t maxLevel = 1000;
+constexpr std::uint64_t maxNumber = 0xFFFFFFFF;
+constexpr std::uint64_t maxLogSize = std::uint64_t{1} << 40;
+
+std::vector<std::string> iniFiles(const std::string& directory) {
+    std::vector<std::string> names;
+    struct Closer {
+        void operator()(DIR* stream) const noexcept { ::closedir(stream); }
+    };
+    const std::unique_ptr<DIR, Closer> stream(::opendir(directory.c_str()));
+    if (!stream) {
+        return names;
+    }
+    while (const dirent* entry = ::readdir(stream.get())) {
+        if (std::string_view(entry->d_name).ends_with(".ini")) {
+            names.push_back(directory + "/" + entry->d_name);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::optional<timespec> modificationTime(const std::string& path) noexcept {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return status.st_mtim;
+}
+
+bool sameTime(const std::optional<timespec>& left, const std::optional<timespec>& right) noexcept {
+    return left.has_value() == right.has_value() &&
+           (!left || (left->tv_sec == right->tv_sec && left->tv_nsec == right->tv_nsec));
+}
+
+}  // namespace
+
+CDebugTraceConfig::CDebugTraceConfig(std::string directory, std::string moduleName,
+                                     Environment environment)
+    : directory_(std::move(directory)),
+      moduleName_(std::move(moduleName)),
+      environment_(environment) {
+    ReadFiles();
+    Apply();
+}
+
+void CDebugTraceConfig::ReadFiles() {
+    entries_.clear();
+    globalDynamicUpdate_.reset();
+    // The times are taken before the content, so that a change in between is seen next time.
+    globalFile_.path = directory_ + "/global_trace.ini";
+    globalFile_.changed = modificationTime(globalFile_.path);
+    if (const auto text = readSmallFile(globalFile_.path, maxFileSize)) {
+        globalDynamicUpdate_ = CProfileText(*text).Find("GlobalDebugSettings", "DynamicUpdate");
+    }
+    // Without a file for the module a new one may come: then the directory changes.
+    moduleFile_ = {directory_, modificationTime(directory_)};
+    for (const std::string& path : iniFiles(directory_)) {
+        const auto changed = modificationTime(path);
+        const auto text = readSmallFile(path, maxFileSize);
+        if (!text) {
+            continue;
+        }
+        const CProfileText profile(*text);
+        if (profile.HasSection(moduleName_)) {
+            moduleFile_ = {path, changed};
+            for (const auto& [key, value] : profile.Entries(moduleName_)) {
+                entries_.emplace_back(key, value);
+            }
+            return;
+        }
+    }
+}
+
+void CDebugTraceConfig::Apply() {
+    TraceSettings fresh;
+    fresh.dynamicUpdate = static_cast<std::uint32_t>(
+        Number("DynamicUpdate", "QL_LOG_DYNAMIC_UPDATE", maxNumber).value_or(fresh.dynamicUpdate));
+    fresh.logDirectory = Directory("QL_LOG_FILE_DIR", fresh.logDirectory);
+    fresh.logMaxSize = Number(nullptr, "QL_LOG_FILE_MAX_SIZE", maxLogSize).value_or(0);
+    if (fresh.logMaxSize == 0) {
+        fresh.logMaxSize = TraceSettings{}.logMaxSize;
+    }
+    fresh.ringBufferDirectory = Directory("QL_LOG_RINGBUF_DIR", fresh.ringBufferDirectory);
+    fresh.debugLevel =
+        static_cast<int>(Number("FileDebugLevel", "QL_LOG_DEBUG_LEVEL", maxLevel).value_or(0));
+    if (const auto flags = Number("TraceFlags", nullptr, maxNumber)) {
+        fresh.traceFlags = static_cast<std::uint32_t>(*flags);
+    }
+    fresh.ringBufferSizeFactor = static_cast<std::uint32_t>(
+        Number("RingBufferSizeFactor", "TraceFileLimit", maxNumber).value_or(0));
+    fresh.ringBufferSizeWeight = static_cast<std::uint32_t>(
+        Number("RingBufferSizeWeight", "QL_LOG_RINGBUF_WEIGHT", maxNumber).value_or(0));
+    fresh.noHeaderToStderr =
+        Number("NoHeaderToStderr", "QL_LOG_NOHDR_TOSDTERR", maxNumber).value_or(1) != 0;
+    fresh.memoryTraces = Number("MemoryTracesFlag", nullptr, maxNumber).value_or(0) != 0;
+    settings_ = std::move(fresh);
+}
+
+bool CDebugTraceConfig::Update() {
+    const auto globalChanged = modificationTime(globalFile_.path);
+    const auto moduleChanged = modificationTime(moduleFile_.path);
+    if (sameTime(globalChanged, globalFile_.changed) &&
+        sameTime(moduleChanged, moduleFile_.changed)) {
+        return false;
+    }
+    if ((globalFile_.changed && !globalChanged) || (moduleFile_.changed && !moduleChanged)) {
+        // A file is gone, perhaps only while somebody replaces it: what was read stays in force,
+        // and its return counts as a change.
+        globalFile_.changed = globalChanged;
+        moduleFile_.changed = moduleChanged;
+        entries_.clear();
+        return false;
+    }
+    const TraceSettings before = settings_;
+    ReadFiles();
+    Apply();
+    // The log file stays where and as it was opened.
+    TraceSettings updated = before;
+    updated.dynamicUpdate = settings_.dynamicUpdate;
+    updated.debugLevel = settings_.debugLevel;
+    updated.traceFlags = settings_.traceFlags;
+    settings_ = std::move(updated);
+    return true;
+}
+
+std::optional<std::string> CDebugTraceConfig::IniValue(const char* key) const {
+    const auto entry = std::find_if(entries_.begin(), entries_.end(), [key](const auto& candidate) {
+        return equalIgnoringCase(candidate.first, key);
+    });
+    return entry == entries_.end() ? std::nullopt : std::optional(entry->second);
+}
+
+std::optional<std::uint64_t> CDebugTraceConfig::Number(const char* key, const char* variable,
+                                                       std::uint64_t max) const {
+    if (const char* text = variable != nullptr ? environment_(variable) : nullptr) {
+        if (const auto number = parseDecimal(text, max)) {
+            return number;
+        }
+    }
+    if (key == nullptr) {
+        return std::nullopt;
+    }
+    const auto text =
+        std::string_view(key) == "DynamicUpdate" ? globalDynamicUpdate_ : IniValue(key);
+    return text ? parseNumber(*text, max) : std::nullopt;
+}
+
+std::string CDebugTraceConfig::Directory(const char* variable, std::string fallback) const {
+    const char* const text = environment_(variable);
+    std::string directory;
+    if (text != nullptr && *text != '\0') {
+        directory = text;
+    } else {
+        directory = IniValue("RingBufferDirectory").value_or("");
+    }
+    if (directory.empty()) {
+        return fallback;
+    }
+    directory.resize(std::min(directory.size(), maxDirectoryLength));
+    return directory;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,88 @@
+// Where the trace goes and how much of it: read from a configuration directory, overridden by the
+// environment.
+//
+//   value                     ini key                  environment variable
+//   dynamic update, seconds   DynamicUpdate (1)        QL_LOG_DYNAMIC_UPDATE
+//   log file directory        RingBufferDirectory      QL_LOG_FILE_DIR
+//   log file maximum, bytes   -                        QL_LOG_FILE_MAX_SIZE
+//   ring buffer directory     RingBufferDirectory      QL_LOG_RINGBUF_DIR
+//   debug level               FileDebugLevel           QL_LOG_DEBUG_LEVEL
+//   trace flags               TraceFlags               -
+//   ring buffer size factor   RingBufferSizeFactor     TraceFileLimit
+//   ring buffer size weight   RingBufferSizeWeight     QL_LOG_RINGBUF_WEIGHT
+//   no header to stderr       NoHeaderToStderr         QL_LOG_NOHDR_TOSDTERR
+//   memory traces             MemoryTracesFlag         -
+//
+// (1) in section [GlobalDebugSettings] of global_trace.ini; all others in the section named after
+// the module, of the first ini file, in alphabetical order, that has one.
+// Environment values are decimal; ini values may also be hexadecimal (0x) or octal (0). A value
+// that is no such number counts as not given.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+#include <utility>
+#include <vector>
+
+namespace em_pni {
+
+struct TraceSettings {
+    std::uint32_t dynamicUpdate = 0;  // seconds; 0 = the configuration is read once
+    std::string logDirectory = "/var/log/qlagent";
+    std::uint64_t logMaxSize = 20971520;  // bytes
+    std::string ringBufferDirectory = "/var/log/qlagent";
+    int debugLevel = 0;
+    std::optional<std::uint32_t> traceFlags;
+    std::uint32_t ringBufferSizeFactor = 0;
+    std::uint32_t ringBufferSizeWeight = 0;
+    bool noHeaderToStderr = true;
+    bool memoryTraces = false;
+};
+
+class CDebugTraceConfig {
+  public:
+    // Answers as getenv does.
+    using Environment = const char* (*)(const char* name);
+
+    static constexpr const char* systemDirectory =
+        "/opt/QuillonRT/vital/etc/QuillonSuite/TraceConfig";
+
+    // Reads everything at once. `environment` is kept and asked again at each update.
+    CDebugTraceConfig(std::string directory, std::string moduleName, Environment environment);
+
+    // Reads the dynamic update interval, the debug level and the trace flags again when a file that
+    // they come from has changed since; true when it did.
+    bool Update();
+
+    [[nodiscard]] const TraceSettings& Settings() const noexcept { return settings_; }
+    // The entries of the module's section, as they stand in the file.
+    [[nodiscard]] const std::vector<std::pair<std::string, std::string>>& Entries() const noexcept {
+        return entries_;
+    }
+
+  private:
+    struct FileState {
+        std::string path;
+        std::optional<timespec> changed;  // modification time; none = the file is not there
+    };
+
+    void ReadFiles();
+    void Apply();
+    [[nodiscard]] std::optional<std::string> IniValue(const char* key) const;
+    [[nodiscard]] std::optional<std::uint64_t> Number(const char* key, const char* variable,
+                                                      std::uint64_t max) const;
+    [[nodiscard]] std::string Directory(const char* variable, std::string fallback) const;
+
+    std::string directory_;
+    std::string moduleName_;
+    Environment environment_;
+    TraceSettings settings_;
+    FileState globalFile_;
+    FileState moduleFile_;  // the directory while no file in it has a section for the module
+    std::optional<std::string> globalDynamicUpdate_;
+    std::vector<std::pair<std::string, std::string>> entries_;
+};
+
+}  // namespace em_pni

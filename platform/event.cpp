@@ -1,0 +1,316 @@
+#include "platform/event.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <map>
+#include <memory>
+#include <new>
+#include <pthread.h>
+#include <sched.h>
+#include <string>
+
+#include "platform/recursive_lock.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+// The mutex of one event, held for a scope.
+class CMutexGuard {
+  public:
+    explicit CMutexGuard(pthread_mutex_t& mutex) noexcept : mutex_(mutex) {
+        pthread_mutex_lock(&mutex_);
+    }
+    ~CMutexGuard() { pthread_mutex_unlock(&mutex_); }
+    CMutexGuard(const CMutexGuard&) = delete;
+    CMutexGuard& operator=(const CMutexGuard&) = delete;
+
+  private:
+    pthread_mutex_t& mutex_;
+};
+
+timespec deadlineIn(std::uint32_t milliseconds) noexcept {
+    constexpr long nanosecondsPerSecond = 1000000000;
+    timespec deadline{};
+    ::clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += milliseconds / 1000;
+    deadline.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
+    if (deadline.tv_nsec >= nanosecondsPerSecond) {
+        deadline.tv_nsec -= nanosecondsPerSecond;
+        ++deadline.tv_sec;
+    }
+    return deadline;
+}
+
+}  // namespace
+
+struct CEvent::State {
+    State(std::string_view eventName, bool manual, bool initiallySignaled)
+        : name(eventName), IsManual(manual), IsSignaled(initiallySignaled) {}
+    ~State() {
+        if (usable) {
+            pthread_cond_destroy(&condition);
+            pthread_mutex_destroy(&mutex);
+        }
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    [[nodiscard]] const char* Name() const noexcept { return name.empty() ? "anon" : name.c_str(); }
+    bool Initialise() noexcept;
+    [[nodiscard]] bool Signaled() noexcept {
+        const CMutexGuard guard(mutex);
+        return IsSignaled;
+    }
+    // Whether the waiter with this ticket may go now; takes what lets it go. Under the mutex.
+    bool Admit(std::uint64_t ticket) noexcept;
+    // Wakes as many as one change of an event may release. Under the mutex.
+    void Wake() noexcept {
+        IsManual ? pthread_cond_broadcast(&condition) : pthread_cond_signal(&condition);
+    }
+
+    const std::string name;
+    unsigned refCount = 1;  // guarded by the table lock
+    bool usable = false;    // mutex and condition exist
+    pthread_mutex_t mutex{};
+    pthread_cond_t condition{};
+
+    // Guarded by the mutex.
+    const bool IsManual;
+    bool IsSignaled;
+    bool isClosed = false;
+    // A pulse leaves no signalled state behind, so it marks whom it releases: waiters draw a ticket
+    // on arrival, and those up to pulsedTicket may go, of an auto event only pulseCredits of them.
+    std::uint64_t lastTicket = 0;
+    std::uint64_t pulsedTicket = 0;
+    unsigned pulseCredits = 0;
+    unsigned waiters = 0;
+};
+
+namespace {
+
+// The named events of this process. Made at the first use; the events hold no reference to it.
+struct NamedEvents {
+    CRecursiveLock lock;
+    std::map<std::string, void*, std::less<>> table PNI_GUARDED_BY(lock);
+};
+
+NamedEvents& namedEvents() {
+    static NamedEvents events;
+    return events;
+}
+
+}  // namespace
+
+bool CEvent::State::Initialise() noexcept {
+    pthread_condattr_t attributes{};
+    pthread_condattr_init(&attributes);
+    int result = pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    if (result != 0) {
+        PNI_TRACE(1,
+                  "pthread_condattr_setclock(): ## ERROR ##: Set CLOCK_MONOTONIC failed (ret=%d) "
+                  "for event %p <%s> (IsSignaled=%d)\n",
+                  result, static_cast<void*>(this), Name(), IsSignaled);
+    } else if ((result = pthread_cond_init(&condition, &attributes)) != 0) {
+        PNI_TRACE(1,
+                  "pthread_cond_init(), CLOCK_MONOTONIC: ## ERROR ##: failed (ret=%d) on event %p "
+                  "<%s> (IsSignaled=%d)\n",
+                  result, static_cast<void*>(this), Name(), IsSignaled);
+    } else if ((result = pthread_mutex_init(&mutex, nullptr)) != 0) {
+        PNI_TRACE(1,
+                  "pthread_mutex_init(), CLOCK_MONOTONIC: ## ERROR ##: failed (ret=%d) on event %p "
+                  "<%s> (IsSignaled=%d)\n",
+                  result, static_cast<void*>(this), Name(), IsSignaled);
+        pthread_cond_destroy(&condition);
+    }
+    pthread_condattr_destroy(&attributes);
+    usable = result == 0;
+    return usable;
+}
+
+bool CEvent::State::Admit(std::uint64_t ticket) noexcept {
+    if (isClosed) {
+        return true;
+    }
+    if (ticket <= pulsedTicket) {
+        if (IsManual) {
+            return true;
+        }
+        if (pulseCredits > 0) {
+            --pulseCredits;
+            return true;
+        }
+    }
+    if (!IsSignaled) {
+        return false;
+    }
+    IsSignaled = IsManual;
+    return true;
+}
+
+CEvent::CEvent(std::string_view name, bool isManual, bool isSignaled) noexcept : state_(nullptr) {
+    try {
+        NamedEvents& events = namedEvents();
+        const CRecursiveLockGuard guard(events.lock);
+        if (!name.empty()) {
+            if (const auto known = events.table.find(name); known != events.table.end()) {
+                state_ = static_cast<State*>(known->second);
+                ++state_->refCount;
+                PNI_TRACE(3, "refCount for event %p <%s> incremented (IsSignaled=%d)\n",
+                          static_cast<void*>(state_), state_->Name(), Check());
+                if (state_->IsManual != isManual) {
+                    PNI_TRACE(1, "WARNING: manual setting mismatch for event %p <%s>\n",
+                              static_cast<void*>(state_), state_->Name());
+                }
+                return;
+            }
+        }
+        auto state = std::make_unique<State>(name, isManual, isSignaled);
+        if (!state->Initialise()) {
+            return;
+        }
+        if (!name.empty()) {
+            events.table.emplace(name, state.get());
+        }
+        state_ = state.release();
+        PNI_TRACE(3, "creating event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state_),
+                  state_->Name(), isSignaled);
+    } catch (const std::bad_alloc&) {
+        state_ = nullptr;
+    }
+}
+
+CEvent::~CEvent() {
+    if (state_ != nullptr) {
+        Release(state_);
+    }
+}
+
+void CEvent::Release(State* state) noexcept {
+    NamedEvents& events = namedEvents();
+    const CRecursiveLockGuard guard(events.lock);
+    PNI_TRACE(3, "decr refcount on event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
+              state->Name(), state->Signaled());
+    if (--state->refCount > 0) {
+        return;
+    }
+    PNI_TRACE(3, "deleting event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
+              state->Name(), state->Signaled());
+    if (!state->name.empty()) {
+        events.table.erase(state->name);
+    }
+    delete state;
+}
+
+void CEvent::Set() noexcept {
+    if (state_ == nullptr) {
+        return;
+    }
+    {
+        const CMutexGuard guard(state_->mutex);
+        PNI_TRACE(5, "Set event %p <%s> IsSignaled=%d --> IsSignaled=1\n",
+                  static_cast<void*>(state_), state_->Name(), state_->IsSignaled);
+        state_->IsSignaled = true;
+        state_->Wake();
+    }
+    ::sched_yield();
+}
+
+void CEvent::Pulse() noexcept {
+    if (state_ == nullptr) {
+        return;
+    }
+    {
+        const CMutexGuard guard(state_->mutex);
+        PNI_TRACE(5, "Pulse event %p <%s> IsSignaled=%d --> IsSignaled=0\n",
+                  static_cast<void*>(state_), state_->Name(), state_->IsSignaled);
+        state_->IsSignaled = false;
+        state_->pulsedTicket = state_->lastTicket;
+        if (state_->pulseCredits < state_->waiters) {
+            ++state_->pulseCredits;
+        }
+        state_->Wake();
+    }
+    ::sched_yield();
+}
+
+void CEvent::Reset() noexcept {
+    if (state_ == nullptr) {
+        return;
+    }
+    const CMutexGuard guard(state_->mutex);
+    PNI_TRACE(5, "Reset event %p <%s>: IsSignaled=%d --> IsSignaled=0\n",
+              static_cast<void*>(state_), state_->Name(), state_->IsSignaled);
+    state_->IsSignaled = false;
+}
+
+void CEvent::Close() noexcept {
+    if (state_ == nullptr) {
+        return;
+    }
+    const CMutexGuard guard(state_->mutex);
+    PNI_TRACE(5, "Close event %p <%s> IsSignaled=%d --> IsSignaled=1\n", static_cast<void*>(state_),
+              state_->Name(), state_->IsSignaled);
+    state_->IsSignaled = true;
+    state_->isClosed = true;
+    pthread_cond_broadcast(&state_->condition);
+}
+
+bool CEvent::Check() const noexcept {
+    if (state_ == nullptr) {
+        return false;
+    }
+    const CMutexGuard guard(state_->mutex);
+    PNI_TRACE(5, "Check event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state_),
+              state_->Name(), state_->IsSignaled);
+    return state_->IsSignaled;
+}
+
+int CEvent::Wait(std::uint32_t milliseconds) noexcept {
+    if (milliseconds == forever) {
+        PNI_TRACE(5, "\nwaiting forever on event %p", static_cast<void*>(state_));
+    } else {
+        PNI_TRACE(5, "\nwaiting %dms on event %p", static_cast<int>(milliseconds),
+                  static_cast<void*>(state_));
+    }
+    if (state_ == nullptr) {
+        return invalidHandle;
+    }
+    const CMutexGuard guard(state_->mutex);
+    // The order of arrival; only those who arrived before a pulse are released by it.
+    const std::uint64_t ticket = ++state_->lastTicket;
+    if (state_->Admit(ticket)) {
+        PNI_TRACE(5,
+                  "event %p <%s> (IsManual=%d) has been already signaled --> New state: "
+                  "IsSignaled=%d\n",
+                  static_cast<void*>(state_), state_->Name(), state_->IsManual, state_->IsSignaled);
+        return signalled;
+    }
+    const timespec deadline = deadlineIn(milliseconds == forever ? 0 : milliseconds);
+    if (milliseconds != forever) {
+        PNI_TRACE(5, "waiting until %lld.%09ld on event %p\n",
+                  static_cast<long long>(deadline.tv_sec), deadline.tv_nsec,
+                  static_cast<void*>(state_));
+    }
+    ++state_->waiters;
+    bool released = false;
+    int error = 0;
+    // A wake-up alone says nothing: only what Admit finds ends the wait.
+    while (!released && (error == 0 || error == EINTR)) {
+        error = milliseconds == forever
+                    ? pthread_cond_wait(&state_->condition, &state_->mutex)
+                    : pthread_cond_timedwait(&state_->condition, &state_->mutex, &deadline);
+        released = state_->Admit(ticket);
+    }
+    --state_->waiters;
+    const int result = released ? signalled : error == ETIMEDOUT ? timedOut : error;
+    PNI_TRACE(5, "%s(%d,%d) on event %p <%s> (IsSignaled=%d)\n",
+              released             ? "SIGNAL"
+              : result == timedOut ? "TIMEOUT"
+                                   : "FAILURE",
+              result, error, static_cast<void*>(state_), state_->Name(), state_->IsSignaled);
+    return result;
+}
+
+}  // namespace em_pni

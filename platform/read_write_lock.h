@@ -1,0 +1,87 @@
+// Many readers or one writer; a waiting writer keeps new readers out.
+#pragma once
+
+#include "platform/event.h"
+#include "platform/recursive_lock.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+
+// The thread that writes may begin reads and further writes. A thread that reads must end its read
+// before it begins a write: it would wait for itself.
+// Order of the locks: the write mutex first, then the reader-count mutex.
+class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
+  public:
+    void BeginRead() noexcept PNI_UNCHECKED {
+        PNI_TRACE(6, "\nCReadWriteLock      : Waiting for write lock...");
+        writeMutex_.Acquire();
+        PNI_TRACE(6, "\nCReadWriteLock      : ...got write lock");
+        ChangeReaderCount(+1);
+        writeMutex_.Release();
+        PNI_TRACE(6, "\nCReadWriteLock      : Released write lock!");
+    }
+
+    void EndRead() noexcept PNI_UNCHECKED { ChangeReaderCount(-1); }
+
+    void BeginWrite() noexcept PNI_UNCHECKED {
+        PNI_TRACE(6, "\nCReadWriteLock      : Waiting for write lock access...");
+        writeMutex_.Acquire();
+        PNI_TRACE(6, "\nCReadWriteLock      : ...got write lock");
+        PNI_TRACE(6,
+                  "\nCReadWriteLock      : Waiting for completion of pending read operations...");
+        while (noReaders_.Wait(CEvent::forever) > 0) {
+            // An error number: the wait itself failed, and writing beside a reader is no way out.
+        }
+        PNI_TRACE(6, "\nCReadWriteLock      : ... pending read operations were finished");
+    }
+
+    void EndWrite() noexcept PNI_UNCHECKED {
+        writeMutex_.Release();
+        PNI_TRACE(6, "\nCReadWriteLock      : Released owned write lock!");
+    }
+
+  private:
+    void ChangeReaderCount(int by) noexcept PNI_UNCHECKED {
+        PNI_TRACE(6, "\nCReadWriteLock      : Waiting for reader count lock...");
+        readerCountMutex_.Acquire();
+        PNI_TRACE(6, "\nCReadWriteLock      : ...got reader count lock");
+        readerCount_ += by;
+        if (readerCount_ == 0) {
+            noReaders_.Set();
+        } else if (by > 0 && readerCount_ == 1) {
+            noReaders_.Reset();
+        }
+        PNI_TRACE(6, "\nCReadWriteLock      : Readder count changed to %d", readerCount_);
+        readerCountMutex_.Release();
+        PNI_TRACE(6, "\nCReadWriteLock      : Released reader count lock!");
+    }
+
+    CRecursiveLock writeMutex_;
+    CRecursiveLock readerCountMutex_;
+    CEvent noReaders_{"", true, true};  // signalled while nobody reads
+    int readerCount_ = 0;               // under readerCountMutex_
+};
+
+class CReadGuard {
+  public:
+    explicit CReadGuard(CReadWriteLock& lock) noexcept : lock_(lock) { lock_.BeginRead(); }
+    ~CReadGuard() { lock_.EndRead(); }
+    CReadGuard(const CReadGuard&) = delete;
+    CReadGuard& operator=(const CReadGuard&) = delete;
+
+  private:
+    CReadWriteLock& lock_;
+};
+
+class CWriteGuard {
+  public:
+    explicit CWriteGuard(CReadWriteLock& lock) noexcept : lock_(lock) { lock_.BeginWrite(); }
+    ~CWriteGuard() { lock_.EndWrite(); }
+    CWriteGuard(const CWriteGuard&) = delete;
+    CWriteGuard& operator=(const CWriteGuard&) = delete;
+
+  private:
+    CReadWriteLock& lock_;
+};
+
+}  // namespace em_pni
