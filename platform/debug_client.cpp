@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <pthread.h>
 #include <syslog.h>
 #include <utility>
 
@@ -13,6 +14,18 @@ namespace {
 
 std::mutex debugLock;           // guards debug and all that it does
 CDebug* activeDebug = nullptr;  // owned by the active CDebugClient
+
+// Writing is where a cancelled thread would unwind, through callers that cannot be unwound.
+class CNoCancellation {
+  public:
+    CNoCancellation() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+    ~CNoCancellation() { pthread_setcancelstate(before_, nullptr); }
+    CNoCancellation(const CNoCancellation&) = delete;
+    CNoCancellation& operator=(const CNoCancellation&) = delete;
+
+  private:
+    int before_ = PTHREAD_CANCEL_ENABLE;
+};
 
 }  // namespace
 
@@ -45,6 +58,7 @@ CDebugClient::~CDebugClient() {
 }
 
 bool CDebugClient::Admits(int level) noexcept {
+    const CNoCancellation noCancellation;
     const std::lock_guard guard(debugLock);
     if (activeDebug == nullptr) {
         return false;
@@ -55,6 +69,7 @@ bool CDebugClient::Admits(int level) noexcept {
 }
 
 void CDebugClient::Write(const char* format, va_list arguments) noexcept {
+    const CNoCancellation noCancellation;
     const std::lock_guard guard(debugLock);
     if (activeDebug != nullptr) {
         activeDebug->Write(format, arguments);

@@ -30,6 +30,18 @@ class CMutexGuard {
     pthread_mutex_t& mutex_;
 };
 
+// Counts a scope, also one that a cancelled thread leaves.
+class CCounted {
+  public:
+    explicit CCounted(unsigned& count) noexcept : count_(count) { ++count_; }
+    ~CCounted() { --count_; }
+    CCounted(const CCounted&) = delete;
+    CCounted& operator=(const CCounted&) = delete;
+
+  private:
+    unsigned& count_;
+};
+
 timespec deadlineIn(std::uint32_t milliseconds) noexcept {
     constexpr long nanosecondsPerSecond = 1000000000;
     timespec deadline{};
@@ -267,7 +279,7 @@ bool CEvent::Check() const noexcept {
     return state_->IsSignaled;
 }
 
-int CEvent::Wait(std::uint32_t milliseconds) noexcept {
+int CEvent::Wait(std::uint32_t milliseconds) {
     if (milliseconds == forever) {
         PNI_TRACE(5, "\nwaiting forever on event %p", static_cast<void*>(state_));
     } else {
@@ -293,7 +305,7 @@ int CEvent::Wait(std::uint32_t milliseconds) noexcept {
                   static_cast<long long>(deadline.tv_sec), deadline.tv_nsec,
                   static_cast<void*>(state_));
     }
-    ++state_->waiters;
+    const CCounted counted(state_->waiters);
     bool released = false;
     int error = 0;
     // A wake-up alone says nothing: only what Admit finds ends the wait.
@@ -303,7 +315,6 @@ int CEvent::Wait(std::uint32_t milliseconds) noexcept {
                     : pthread_cond_timedwait(&state_->condition, &state_->mutex, &deadline);
         released = state_->Admit(ticket);
     }
-    --state_->waiters;
     const int result = released ? signalled : error == ETIMEDOUT ? timedOut : error;
     PNI_TRACE(5, "%s(%d,%d) on event %p <%s> (IsSignaled=%d)\n",
               released             ? "SIGNAL"

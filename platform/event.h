@@ -8,7 +8,7 @@ namespace em_pni {
 
 // A handle on an event. An event with a name is shared by all handles of that name; it lives until
 // the last of them is released. Every operation may be called from any thread; a handle must not be
-// released while a thread waits through it. No operation throws.
+// released while a thread waits through it. No operation throws; a thread may be cancelled in Wait.
 class CEvent {
   public:
     static constexpr std::uint32_t forever = 0xFFFFFFFF;  // milliseconds
@@ -36,7 +36,7 @@ class CEvent {
     void Close() noexcept;
     [[nodiscard]] bool Check() const noexcept;
     // Waits on the monotonic clock.
-    [[nodiscard]] int Wait(std::uint32_t milliseconds) noexcept;
+    [[nodiscard]] int Wait(std::uint32_t milliseconds);
 
   private:
     struct State;

@@ -98,7 +98,7 @@ void* CThread::Run::Enter(void* shared) {
 }
 
 CThread::~CThread() {
-    if (run_ && run_->waitable) {
+    if (IsJoinable()) {
         Join("Dtor");
     }
 }
@@ -206,6 +206,10 @@ bool CThread::WaitForTermination(std::uint32_t milliseconds) {
     }
     // The procedure is over: what is left of the thread takes no time that matters.
     return Join("WaitForTermination");
+}
+
+bool CThread::IsJoinable() const noexcept {
+    return run_ && run_->waitable;
 }
 
 bool CThread::IsAlive() const noexcept {

@@ -35,6 +35,8 @@ class CThread {
     bool WaitForTermination(std::uint32_t milliseconds = CEvent::forever);
     // Whether the thread was started and its procedure has not returned.
     [[nodiscard]] bool IsAlive() const noexcept;
+    // Whether a waitable thread was started and has not been joined.
+    [[nodiscard]] bool IsJoinable() const noexcept;
 
   private:
     struct Run;

@@ -1,0 +1,82 @@
+#include "frudata/address_text.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <string_view>
+
+#include "frudata/layout.h"
+
+namespace em_pni {
+namespace {
+
+constexpr std::string_view digits = "0123456789ABCDEF";
+
+std::optional<std::uint8_t> nibble(std::uint8_t character) noexcept {
+    if (character >= '0' && character <= '9') {
+        return static_cast<std::uint8_t>(character - '0');
+    }
+    if (character >= 'A' && character <= 'F') {
+        return static_cast<std::uint8_t>(character - 'A' + 10);
+    }
+    if (character >= 'a' && character <= 'f') {
+        return static_cast<std::uint8_t>(character - 'a' + 10);
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string hexPairs(std::span<const std::uint8_t> bytes, const char* separator) {
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        if (!text.empty()) {
+            text += separator;
+        }
+        text += digits[byte >> 4];
+        text += digits[byte & 0x0F];
+    }
+    return text;
+}
+
+std::string macText(std::span<const std::uint8_t> mac, const char* separator) {
+    return mac.size() == 6 || mac.size() == 8 ? hexPairs(mac, separator) : std::string();
+}
+
+std::optional<std::vector<std::uint8_t>> bytesOfHex(std::span<const std::uint8_t> characters) {
+    if (characters.size() % 2 != 0) {
+        return std::nullopt;
+    }
+    std::vector<std::uint8_t> bytes;
+    bytes.reserve(characters.size() / 2);
+    for (std::size_t i = 0; i < characters.size(); i += 2) {
+        const auto high = nibble(characters[i]);
+        const auto low = nibble(characters[i + 1]);
+        if (!high || !low) {
+            return std::nullopt;
+        }
+        bytes.push_back(static_cast<std::uint8_t>(*high << 4 | *low));
+    }
+    return bytes;
+}
+
+std::string ipv4Text(std::span<const std::uint8_t> address) {
+    std::array<char, INET_ADDRSTRLEN> text{};
+    if (address.size() != layout::ipv4Size ||
+        ::inet_ntop(AF_INET, address.data(), text.data(), text.size()) == nullptr) {
+        return {};
+    }
+    return text.data();
+}
+
+std::string ipv6Text(std::span<const std::uint8_t> address) {
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    if (address.size() != layout::ipv6Size ||
+        ::inet_ntop(AF_INET6, address.data(), text.data(), text.size()) == nullptr) {
+        return {};
+    }
+    const std::string_view form = text.data();
+    return form == "::" ? "0:0:0:0:0:0:0:0" : form == "::1" ? "0:0:0:0:0:0:0:1" : std::string(form);
+}
+
+}  // namespace em_pni

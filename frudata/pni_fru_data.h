@@ -1,0 +1,78 @@
+// The owner of one FRU image.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "platform/read_write_lock.h"
+
+namespace em_pni {
+
+// Every member takes the image's lock for each search it makes: readers share it, changes have it
+// alone. Where a member looks twice (GetModuleSize, UpdateEndOfListBit), a caller that needs one
+// consistent answer holds the lock itself. Pointers handed out stay good until the next change.
+//
+// A member that cannot find what it needs throws std::runtime_error with the text that the member's
+// comment quotes. All take any image, however damaged, and touch no byte outside it.
+class CPniFruData {
+  public:
+    CPniFruData() { image_.reserve(32); }
+    explicit CPniFruData(std::vector<std::uint8_t> image) : image_(std::move(image)) {}
+    // A copy gets the bytes and a lock of its own.
+    CPniFruData(const CPniFruData& other);
+    CPniFruData& operator=(const CPniFruData& other);
+
+    [[nodiscard]] std::vector<std::uint8_t> GetImage() const;
+    void SetImage(std::vector<std::uint8_t> image);
+    [[nodiscard]] std::size_t GetSize() const;
+    // Same length and same bytes.
+    [[nodiscard]] bool HasSameImage(const CPniFruData& other) const;
+
+    // Calls `reader` with the bytes under the read lock and returns its result. The reader must not
+    // change this object.
+    template <class Reader>
+    auto Read(Reader reader) const {
+        const CReadGuard guard(lock_);
+        return reader(std::span<const std::uint8_t>(image_));
+    }
+
+    [[nodiscard]] bool IsValid() const;
+    // False when there is no record to read it from.
+    [[nodiscard]] bool GetRecordFormatVersion(std::uint8_t* version) const;
+
+    // "FindOemInternalUseArea() : Could not find OEM Internal Area."
+    [[nodiscard]] const std::uint8_t* FindOemInternalUseArea() const;
+    // "FindPniFruMultirecordHeader() : Could not find PNI Multirecord Header."
+    [[nodiscard]] const std::uint8_t* FindPniFruMultirecordHeader() const;
+    // "FindPniCommonArea() : Could not find PNI Common Area."
+    [[nodiscard]] const std::uint8_t* FindPniCommonArea() const;
+    // "FindPniModuleArea() : Could not find Module Area."
+    [[nodiscard]] const std::uint8_t* FindPniModuleArea(std::uint8_t index,
+                                                        bool checkEndOfList) const;
+
+    [[nodiscard]] std::uint8_t GetModuleCount() const;
+    [[nodiscard]] std::uint8_t GetPortCount(std::uint8_t module) const;
+    [[nodiscard]] std::uint8_t GetPortFunctionCount(std::uint8_t module, std::uint8_t port) const;
+    // Bytes of a module; the last one reaches to the end of the image, so crop first.
+    // "GetModuleSize() : moduleSize is 0."
+    [[nodiscard]] std::uint16_t GetModuleSize(std::uint8_t index) const;
+    // Bytes of the image up to the end of the record, header included.
+    [[nodiscard]] std::size_t GetStoredPniRealSize() const;
+
+    // Cuts the image to its real size modulo 65536. "PNI Fru Structure not valid!"
+    void CropToValidSize();
+
+    // Checksums and end marks after a change of the record, in this order: internal use area, end
+    // marks, record (whose data hold the end marks).
+    bool UpdateInternalUseAreaChecksum();
+    void UpdateEndOfListBit();
+    void UpdateOemPniRecordChecksum();
+
+  private:
+    mutable CReadWriteLock lock_;
+    std::vector<std::uint8_t> image_;  // guarded by lock_
+};
+
+}  // namespace em_pni

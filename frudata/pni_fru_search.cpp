@@ -1,0 +1,185 @@
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+#include "frudata/layout.h"
+#include "frudata/pni_fru.h"
+#include "frudata/record_cursor.h"
+#include "frudata/record_frame.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+// What a module search says of a frame in which there is nothing to search.
+const char* searchFault(FrameFault fault) noexcept {
+    switch (fault) {
+        case FrameFault::shorterThanHeader:
+        case FrameFault::noInternalUseArea:
+            return "No OemInternalUseArea!";
+        case FrameFault::badInternalUseArea:
+            return "Invaid OemInternalUseArea format!";
+        case FrameFault::noModules:
+            return "No Modules!";
+        case FrameFault::headerOutside:
+        case FrameFault::badRecordType:
+            return "No OemPniMultiRecord!";
+        case FrameFault::badFormatVersion:
+            return "Invalid Record Format Version!";
+        case FrameFault::recordOutside:
+            return "No PniCommonArea!";
+        case FrameFault::badSubtype:
+            return "Invalid NETWORK_INVENTORY_MODULE_SUBTYPE!";
+        case FrameFault::none:
+            break;
+    }
+    return "";
+}
+
+// Passes over the ports of a module; a port or function that does not fit its place ends its list.
+// False when the walk would leave the image.
+bool passModule(CRecordCursor& cursor) noexcept {
+    while (cursor.NextPort()) {
+        PNI_TRACE(5,
+                  "\nCPniFruData         : pni_findPniModuleArea() Jump to Function Common Area "
+                  "(+%u)",
+                  cursor.Port().recordLen);
+        while (cursor.NextFunction()) {
+            PNI_TRACE(5,
+                      "\nCPniFruData         : pni_findPniModuleArea() Jump to next Module (+%u)",
+                      static_cast<unsigned>(cursor.Function().Size()));
+        }
+        if (cursor.Fault() == WalkFault::function) {
+            PNI_TRACE(2,
+                      "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid function "
+                      "format (module %d port %d func %d)!",
+                      cursor.Module().position, cursor.Port().position,
+                      cursor.Function().Position());
+            cursor.GiveUpList();
+        }
+    }
+    if (cursor.Fault() == WalkFault::port) {
+        PNI_TRACE(2,
+                  "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid port format "
+                  "(module %d port %d)!",
+                  cursor.Module().position, cursor.Port().position);
+        cursor.GiveUpList();
+    }
+    return cursor.Fault() == WalkFault::none;
+}
+
+// A cursor that has just entered the module at `index`, every module before it walked without a
+// fault; nothing when that fails.
+std::optional<CRecordCursor> enterModule(CImageView image, std::uint8_t index) noexcept {
+    RecordFrame frame;
+    if (locateFrame(image, frame) != FrameFault::none) {
+        return std::nullopt;
+    }
+    CRecordCursor cursor(image, frame);
+    while (cursor.NextModule()) {
+        if (cursor.Module().position == index) {
+            return cursor;
+        }
+        if (!cursor.ModuleFitsItsPlace()) {
+            return std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<CRecordCursor> enterPort(CImageView image, std::uint8_t moduleIndex,
+                                       std::uint8_t portIndex) noexcept {
+    auto cursor = enterModule(image, moduleIndex);
+    while (cursor && cursor->NextPort()) {
+        if (cursor->Port().position == portIndex) {
+            return cursor;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+const std::uint8_t* pni_findPniModuleArea(const std::uint8_t* data, std::size_t size,
+                                          std::uint8_t moduleIndex, bool checkEndOfList) noexcept {
+    PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Find module %d", moduleIndex);
+    if (data == nullptr || size == 0) {
+        PNI_TRACE(2,
+                  "\nCPniFruData         : pni_findPniModuleArea() : ERROR - Invalid parameters!");
+    }
+    const CImageView image(data, size);
+    RecordFrame frame;
+    if (const FrameFault fault = locateFrame(image, frame); fault != FrameFault::none) {
+        PNI_TRACE(2, "\nCPniFruData         : pni_findPniModuleArea() ERROR - %s",
+                  searchFault(fault));
+        return nullptr;
+    }
+    CRecordCursor cursor(image, frame);
+    while (cursor.NextModule()) {
+        const PNI_MODULE_AREA& module = cursor.Module();
+        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Checking module %d",
+                  module.position);
+        if (module.position == moduleIndex) {
+            PNI_TRACE(3, "\nCPniFruData         : pni_findPniModuleArea() Module found.");
+            return data + module.offset;
+        }
+        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Jump to Port Area (+%u)",
+                  module.recordLen);
+        if (!passModule(cursor)) {
+            return nullptr;
+        }
+        if (checkEndOfList && !cursor.ModuleFitsItsPlace()) {
+            PNI_TRACE(2,
+                      "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid module "
+                      "format (module %d)!",
+                      module.position);
+            return nullptr;
+        }
+    }
+    return nullptr;
+}
+
+std::uint8_t pni_getPortCount(const std::uint8_t* data, std::size_t size,
+                              std::uint8_t moduleIndex) noexcept {
+    const auto cursor = enterModule(CImageView(data, size), moduleIndex);
+    return cursor ? cursor->Module().portCount : std::uint8_t{0};
+}
+
+std::uint8_t pni_getPortFunctionCount(const std::uint8_t* data, std::size_t size,
+                                      std::uint8_t moduleIndex, std::uint8_t portIndex) noexcept {
+    const auto cursor = enterPort(CImageView(data, size), moduleIndex, portIndex);
+    return cursor ? cursor->Port().pfCount : std::uint8_t{0};
+}
+
+std::uint32_t pni_readAddressBlock(const std::uint8_t* data, std::size_t size,
+                                   std::uint8_t moduleIndex, std::uint8_t portIndex,
+                                   std::uint8_t functionIndex, std::uint8_t* buffer,
+                                   std::size_t bufferSize) noexcept {
+    using Addresses = layout::FC_ADDRESSES;
+    if (buffer == nullptr) {
+        return PNI_PARAMETER_ERR;
+    }
+    auto cursor = enterPort(CImageView(data, size), moduleIndex, portIndex);
+    do {
+        if (!cursor || !cursor->NextFunction()) {
+            return PNI_PARAMETER_ERR;
+        }
+    } while (cursor->Function().Position() != functionIndex);
+    const CPniPortFunction& function = cursor->Function();
+    if (function.Technology() != FunctionTechnology::fc) {
+        return PNI_UNSUPPORTED_ERR;
+    }
+    if (function.Size() < Addresses::minimumFunction) {
+        return PNI_PARAMETER_ERR;
+    }
+    std::memset(buffer, 0, bufferSize);
+    const std::size_t start =
+        function.Offset() + function.U8(layout::PNI_PORT_FUNCTION::addressOffset).value_or(0);
+    const auto block =
+        CImageView(data, size)
+            .Inside(start, std::min({function.Size(), Addresses::readAtMost, bufferSize}));
+    std::copy(block.begin(), block.end(), buffer);
+    return PNI_SUCCESS;
+}
+
+}  // namespace em_pni

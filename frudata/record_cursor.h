@@ -1,0 +1,104 @@
+// The one walk over modules, ports and port functions.
+//
+//     CRecordCursor cursor(image, frame);
+//     while (cursor.NextModule()) {
+//         while (cursor.NextPort()) {
+//             while (cursor.NextFunction()) { ... }
+//         }
+//     }
+//     if (cursor.Fault() != WalkFault::none) { ... }
+//
+// The walk stays inside the image, whatever the image says, and ends: every list has at most 255
+// elements, and an element whose number does not fit its place stops it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "frudata/image_view.h"
+#include "frudata/port_function.h"
+#include "frudata/record_frame.h"
+
+namespace em_pni {
+
+// The header of a module, read from an image.
+struct PNI_MODULE_AREA {
+    std::size_t offset = 0;     // in the image
+    std::uint8_t position = 0;  // in the record, from 0
+    std::uint8_t moduleId = 0;  // 0 = onboard
+    bool enable = false;
+    bool endOfList = false;
+    std::uint8_t recordLen = 0;  // bytes
+    std::uint8_t portCount = 0;
+
+    void TraceDump() const;
+};
+
+// Reads the header of the module at `offset`, which must be inside the image.
+PNI_MODULE_AREA moduleHeader(CImageView image, std::size_t offset, std::uint8_t position) noexcept;
+
+// The header of a port.
+struct CPniPortArea {
+    std::size_t offset = 0;     // in the image
+    std::uint8_t position = 0;  // in the module, from 0
+    std::uint8_t portId = 0;
+    bool enable = false;
+    bool endOfList = false;
+    std::uint8_t recordLen = 0;  // bytes
+    std::uint8_t pfCount = 0;
+    std::optional<std::uint8_t> wolBehaviour;  // none when the header or the image ends before it
+
+    void TraceDump() const;
+};
+
+enum class WalkFault {
+    none,
+    outside,   // the next element would lie outside the image, whole or in part
+    port,      // number or end mark of a port does not fit its place
+    function,  // number or end mark of a function does not fit its place
+};
+
+// A small value: a copy walks on from the same place.
+class CRecordCursor {
+  public:
+    CRecordCursor(CImageView image, const RecordFrame& frame) noexcept;
+
+    // Each enters the next element of its list, passing over what is left inside the current one;
+    // false at the end of the list or at a fault, which then stays.
+    bool NextModule() noexcept;
+    bool NextPort() noexcept;
+    bool NextFunction() noexcept;
+
+    // The elements entered last; at a port or function fault the failing one.
+    [[nodiscard]] const PNI_MODULE_AREA& Module() const noexcept { return module_; }
+    [[nodiscard]] const CPniPortArea& Port() const noexcept { return port_; }
+    [[nodiscard]] const CPniPortFunction& Function() const noexcept { return function_; }
+
+    // Whether the module's end mark is set exactly when it is the last one.
+    [[nodiscard]] bool ModuleFitsItsPlace() const noexcept {
+        return module_.endOfList == (module_.position + 1 == moduleCount_);
+    }
+    // The bytes of the module's header, as far as they are inside the image.
+    [[nodiscard]] CImageView ModuleHeader() const noexcept;
+
+    [[nodiscard]] WalkFault Fault() const noexcept { return fault_; }
+    // Behind a port or function fault: gives up the rest of the list in which it happened and takes
+    // the failing place as the beginning of what follows that list.
+    void GiveUpList() noexcept;
+
+  private:
+    CImageView image_;
+    std::uint8_t moduleCount_;
+    std::uint8_t formatVersion_;
+    std::size_t next_;  // image offset of the next element, whatever it is
+    unsigned modulesEntered_ = 0;
+    unsigned portsEntered_ = 0;      // of the current module
+    unsigned functionsEntered_ = 0;  // of the current port
+    PNI_MODULE_AREA module_;
+    CPniPortArea port_;
+    CPniPortFunction function_;
+    WalkFault fault_ = WalkFault::none;
+};
+
+}  // namespace em_pni

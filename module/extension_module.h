@@ -1,0 +1,58 @@
+// What every extension module has in common: the host behind it, its cabinet, the notifications.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "em_pni/extension_module.h"
+
+namespace em_pni {
+
+class CExtensionModule : public CIExtensionModule {
+  public:
+    std::uint32_t GetModuleInfo(void* block) override;
+    std::uint32_t Init() override;
+    std::uint32_t Start(CIHostInterface* host, std::uint32_t instance) override;
+    std::uint32_t Stop() override;
+    std::uint32_t OnSwitchStarted() override;
+    void ModuleReply(CKrcpMessage& reply) override;
+    std::uint32_t ModuleRequest(CKrcpMessage& request) override;
+    std::uint32_t Reserved9() override { return 0; }
+    std::uint32_t SetCabinetNumber(std::int32_t number) override;
+    std::uint32_t Reserved11() override { return 0; }
+    std::uint32_t Reserved12() override { return 0; }
+    std::uint32_t Notify(std::uint32_t code, std::uint32_t param) override;
+    const char* GetModuleName() override { return "EM_XXX"; }
+    void Reserved15() override {}
+    void Reserved16() override {}
+    void Reserved17() override {}
+    void Reserved18() override {}
+    std::uint32_t Reserved19() override { return 0; }
+    std::uint32_t Reserved20() override { return 0; }
+    std::uint32_t Reserved21() override { return 0; }
+    std::uint32_t Reserved22() override { return 0; }
+    std::uint32_t OnModuleNotification(std::uint32_t code, std::uint32_t param) override;
+
+  protected:
+    CExtensionModule() = default;
+
+    // The number of the server cabinet, of the whole process; 0 until the host has set it.
+    [[nodiscard]] static std::int32_t CabinetNumber() noexcept;
+
+    // Calls into the host; 0 before Start.
+    std::uint32_t SwitchStartFinished(std::uint32_t value);
+    std::uint32_t GetHostKind();
+    // Blocks until the host has answered in `message` or the time is over. A missing "CA" is added.
+    // Before Start the status becomes EXEC_FAILED and nothing is sent.
+    std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs);
+
+    // Set once the host shuts its switch down, never cleared: nothing may be written any more.
+    // Written by a thread of the host, read by the update thread.
+    std::atomic<bool> SwitchShutdown{false};
+
+  private:
+    std::atomic<CIHostInterface*> host_{nullptr};
+    std::uint32_t instance_ = 0;
+};
+
+}  // namespace em_pni

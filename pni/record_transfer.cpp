@@ -1,0 +1,85 @@
+#include <exception>
+#include <utility>
+#include <vector>
+
+#include "em_pni/krcp_message.h"
+#include "platform/trace.h"
+#include "pni/pni_ext_module.h"
+
+namespace em_pni {
+namespace {
+
+constexpr std::uint32_t readTimeout = 60000;  // milliseconds
+constexpr std::uint32_t writeTimeout = 5000;  // milliseconds
+
+void cropRecord(CPniFruData& record) {
+    try {
+        record.CropToValidSize();
+        PNI_TRACE(
+            3, "\nEM_PNI              : RequestPniFruData() Cropped PNI data to valid structure");
+    } catch (const std::exception& exception) {
+        PNI_TRACE(2, "\nEM_PNI              : Exception in CropToValidSize! %s", exception.what());
+    }
+}
+
+}  // namespace
+
+bool CPniExtModule::RequestPniFruData(CPniFruData& record) {
+    const CRecursiveLockGuard guard(FruDataLock);
+    PNI_TRACE(3, "\nEM_PNI              : Request PNI FRU data");
+    CKrcpMessage message =
+        krcp::makeRequest(krcp::readFru, krcp::pniFruExtension, 0, CabinetNumber());
+    SendRequest(message, readTimeout);
+    if (!krcp::hasData(message)) {
+        PNI_TRACE(1, "\nEM_PNI              : FAILED to request PNI FRU data (KRCP status 0x%X)",
+                  krcp::status(message));
+        return false;
+    }
+    std::vector<std::uint8_t> bytes;
+    if (krcp::copyRawBytes(message, bytes) == 0) {
+        PNI_TRACE(1, "\nEM_PNI              : PNI FRU data request FAILED (No data)!");
+        return false;
+    }
+    const std::size_t received = bytes.size();
+    PNI_TRACE(3, "\nEM_PNI              : Received %u bytes PNI FRU data",
+              static_cast<unsigned>(received));
+    record.SetImage(std::move(bytes));
+    const bool isValid = record.IsValid();
+    if (isValid) {
+        InitialFruSize = received;
+        cropRecord(record);
+    }
+    PNI_TRACE(3, "\nEM_PNI              : PNI FRU data are %s!", isValid ? "valid" : "invalid");
+    return true;
+}
+
+bool CPniExtModule::WritePniDataOnThisMachine(const CPniFruData& record) {
+    const CRecursiveLockGuard guard(FruDataLock);
+    if (SwitchShutdown) {
+        return true;
+    }
+    if (!record.IsValid()) {
+        PNI_TRACE(1,
+                  "\nEM_PNI::WritePniDataOnThisMachine() : CRITICAL ERROR! Tried to write invalid "
+                  "PNI structure!");
+        return false;
+    }
+    std::vector<std::uint8_t> bytes = record.GetImage();
+    if (InitialFruSize > bytes.size()) {
+        // Never shorter than it was read: the rest of a longer record must not stay behind it.
+        PNI_TRACE(4,
+                  "\nEM_PNI::WritePniDataOnThisMachine() : Extend initial FRU (%u) bytes by (%u). "
+                  "New size = (%u) bytes.",
+                  static_cast<unsigned>(bytes.size()),
+                  static_cast<unsigned>(InitialFruSize - bytes.size()),
+                  static_cast<unsigned>(InitialFruSize));
+        bytes.resize(InitialFruSize);
+    }
+    CKrcpMessage message =
+        krcp::makeRequest(krcp::writeFru, krcp::pniFruExtension, 0, CabinetNumber());
+    krcp::setRawBytes(message, bytes);
+    SendRequest(message, writeTimeout);
+    return krcp::isSuccess(krcp::status(message));
+}
+
+}  // namespace em_pni

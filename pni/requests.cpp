@@ -1,0 +1,191 @@
+#include <exception>
+#include <rapidjson/document.h>
+
+#include "em_pni/krcp_message.h"
+#include "frudata/pni_fru.h"
+#include "module/krcp_trace.h"
+#include "platform/trace.h"
+#include "pni/dump_file.h"
+#include "pni/guarded.h"
+#include "pni/pni_ext_module.h"
+#include "query/data_filter.h"
+#include "query/pni_data.h"
+
+namespace em_pni {
+namespace {
+
+constexpr std::uint32_t clearTimeout = 5000;  // milliseconds
+
+// Actions of a device event.
+constexpr std::int64_t instanceAdded = 0;
+constexpr std::int64_t instanceChanged = 1;
+constexpr std::int64_t instanceRemoved = 2;
+
+bool isNonEmpty(const rapidjson::Value& data) noexcept {
+    if (data.IsObject()) {
+        return !data.ObjectEmpty();
+    }
+    if (data.IsArray()) {
+        return !data.Empty();
+    }
+    return data.IsString() ? data.GetStringLength() > 0 : !data.IsNull();
+}
+
+void traceException(const CKrcpMessage& request) {
+    const auto field = [&request](const char* key) {
+        return static_cast<unsigned>(krcp::GetValue(request, request.index, key, 0));
+    };
+    PNI_TRACE(1,
+              "\nEM_PNI (RETURN)     : ## EXCEPTION! CABID %04d: OpCode 0x%04X-0x%04X ObjId 0x%04X "
+              "Status 0x%02X",
+              static_cast<int>(field("CA")), field("OC"), field("OE"), field("OI"),
+              krcp::status(request));
+}
+
+}  // namespace
+
+std::uint32_t CPniExtModule::ModuleRequest(CKrcpMessage& request) {
+    return guarded("ModuleRequest", std::uint32_t{0}, [&] {
+        krcp::traceMessage(2, GetModuleName(), " (REQ)", request);
+        krcp::setStatus(request, krcp::NO_DATA);
+        if (krcp::GetValue(request, request.index, "CA", 0) != CabinetNumber()) {
+            krcp::setStatus(request, krcp::INVALID_CABINET_NUMBER);
+            return std::uint32_t{0};
+        }
+        try {
+            return std::uint32_t{AnswerRequest(request)};
+        } catch (const std::exception&) {
+            krcp::setStatus(request, krcp::ACCESS_VIOLATION);
+            traceException(request);
+            return std::uint32_t{0};
+        }
+    });
+}
+
+bool CPniExtModule::AnswerRequest(CKrcpMessage& request) {
+    bool result = false;
+    if (krcp::opcode(request) != krcp::readPniData) {
+        krcp::setStatus(request, krcp::INVALID_CMD);
+    } else {
+        {
+            const CRecursiveLockGuard guard(FruDataLock);
+            result = AnswerReadPniData(request);
+        }
+        if (const std::uint32_t status = krcp::status(request); status != krcp::SUCCESS) {
+            PNI_TRACE(2, "\nEM_PNI (RETURN)     : ModuleRequest() Error! - %s",
+                      krcp::statusName(status));
+        }
+    }
+    krcp::traceMessage(2, GetModuleName(), " (RET)", request);
+    return result;
+}
+
+bool CPniExtModule::AnswerReadPniData(CKrcpMessage& request) {
+    PNI_TRACE(2, "\nEM_PNI (REQUEST)    : ReadPniData");
+    if (record_.GetSize() == 0) {
+        PNI_TRACE(2,
+                  "\nEM_PNI (REQUEST)    : PNI Data Buffer is empty. Trying to get raw data from "
+                  "PNI...");
+        RequestPniFruData(record_);
+        if (record_.GetSize() == 0) {
+            krcp::setStatus(request, krcp::NOT_SUPPORTED);
+            return true;
+        }
+    }
+    const bool isValid = record_.Read([](std::span<const std::uint8_t> image) {
+        return pniValidateFru(image.data(), image.size()) == PNI_SUCCESS;
+    });
+    if (!isValid) {
+        krcp::setStatus(request, krcp::CHECKSUM_ERROR);
+        return false;
+    }
+    CPNI_DataFilter filter;
+    if (!filter.Read(request)) {
+        krcp::setStatus(request, krcp::INVALID_CMD);
+        return true;
+    }
+    const bool isFiltered = filter.IsFiltered();
+    PNI_TRACE(2, "\nEM_PNI (REQUEST)    : %s", filter.Description().c_str());
+    rapidjson::Document answer;
+    const bool isBuilt = record_.Read([&](std::span<const std::uint8_t> image) {
+        return CPNI_Data(image, isFiltered ? &filter : nullptr).PniGetAllData(answer);
+    });
+    if (!isBuilt) {
+        krcp::setStatus(request, krcp::NO_DATA);
+        return true;
+    }
+    krcp::setMember(request, "DA", rapidjson::Value(answer, request.document.GetAllocator()));
+    writeDumpFile(places_.dumpFile, krcp::jsonText(answer));
+    krcp::setStatus(request, krcp::SUCCESS);
+    PNI_TRACE(2, "\nEM_PNI (RETURN)     :  %s PNI Data", isFiltered ? "Filtered" : "Complete");
+    return true;
+}
+
+void CPniExtModule::ModuleReply(CKrcpMessage& reply) {
+    guarded("ModuleReply", 0, [&] {
+        krcp::traceMessage(2, GetModuleName(), " (RPL)", reply);
+        if (krcp::status(reply) == krcp::EVENT_MESSAGE) {
+            HandleEvent(reply);
+        }
+        return 0;
+    });
+}
+
+void CPniExtModule::HandleEvent(const CKrcpMessage& event) {
+    const std::uint16_t opcode = krcp::opcode(event);
+    if (opcode == krcp::ipAddressChanged) {
+        PNI_TRACE(2,
+                  "\nEM_PNI    (REPLY)   : Received IP address change event "
+                  "(CM_NetworkInfoIpAddressChanged)");
+        ClearNetworkSnapshot();
+        WakeUpdateThread();
+    } else if (opcode == krcp::deviceDataChanged) {
+        PNI_TRACE(2,
+                  "\nEM_PNI    (REPLY)   : Received device changed (hotplug) event "
+                  "(CM_DeviceInfoDeviceDataChanged)");
+        ClearNetworkSnapshot();
+        NoteHotplug(event);
+        WakeUpdateThread();
+    }
+}
+
+void CPniExtModule::NoteHotplug(const CKrcpMessage& event) {
+    const std::int64_t action = krcp::GetValue(event, event.index, "DA", instanceAdded);
+    const CRecursiveLockGuard guard(HotplugLock);
+    switch (action) {
+        case instanceAdded:
+            PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_ADDED received.");
+            deviceAdded_ = true;
+            break;
+        case instanceChanged:
+            PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_CHANGED.");
+            deviceAdded_ = true;
+            break;
+        case instanceRemoved:
+            PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_REMOVED received.");
+            deviceRemoved_ = true;
+            break;
+        default:
+            PNI_TRACE(1,
+                      "\nEM_PNI    (REPLY)   : ERROR # Invalid CM_DeviceInfoDeviceDataChanged "
+                      "Action!");
+            break;
+    }
+}
+
+void CPniExtModule::ClearNetworkSnapshot() {
+    CKrcpMessage message = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, CabinetNumber());
+    SendRequest(message, clearTimeout);
+    if (krcp::hasData(message) && isNonEmpty(*krcp::findData(message))) {
+        PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Network Interface Snapshot tree cleared!");
+    } else {
+        PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Could not clear Network Interface Snapshot tree.");
+    }
+}
+
+void CPniExtModule::WakeUpdateThread() noexcept {
+    ++eventsNoted_;  // before the event is set: see RunUpdateCycles
+    UpdateEvent.Set();
+}
+
+}  // namespace em_pni

@@ -1,0 +1,95 @@
+#include <pthread.h>
+
+#include "platform/trace.h"
+#include "pni/guarded.h"
+#include "pni/pni_ext_module.h"
+
+namespace em_pni {
+namespace {
+
+constexpr int threadPriority = 63;
+constexpr std::uint32_t stopTimeout = 5000;  // milliseconds
+
+}  // namespace
+
+void CPniExtModule::StartUpdateThread() {
+    if (updateThread_.IsAlive()) {
+        return;  // still in a request of an earlier start; it leaves when that has been answered
+    }
+    StopThread = false;
+    updateThread_.Start(threadPriority, false, 0, true, false);
+}
+
+void CPniExtModule::StopUpdateThread() {
+    if (updateThread_.IsAlive()) {
+        StopThread = true;
+        UpdateEvent.Set();
+        updateThread_.WaitForTermination(stopTimeout);
+    }
+}
+
+std::uint32_t CPniExtModule::UpdateThread(void* module) {
+    guarded("the PNI update thread", 0, [module] {
+        static_cast<CPniExtModule*>(module)->RunUpdateCycles();
+        return 0;
+    });
+    PNI_TRACE(1, "THREAD_RETURN: ## INFO: Thread = 0x%08X exited, Return = 0x%08x##\n",
+              static_cast<unsigned>(pthread_self()), 0U);
+    return 0;
+}
+
+void CPniExtModule::RunUpdateCycles() {
+    CPniFruData copy;
+    {
+        const CRecursiveLockGuard guard(FruDataLock);
+        copy = record_;
+    }
+    int retries = hotplugRetries;
+    do {
+        const std::uint32_t eventsBefore = eventsNoted_;
+        guarded("an update cycle", 0, [&] {
+            RunUpdateCycle(copy);
+            return 0;
+        });
+        if (IsHotplugPending() && retries > 0) {
+            PNI_TRACE(3,
+                      "\nEM_PNI              : Hotplug event detected during "
+                      "UpdatePlatformNetworkInventory(), event not reset! Retry %d more time(s).",
+                      retries);
+            --retries;
+            continue;
+        }
+        UpdateEvent.Reset();
+        retries = hotplugRetries;
+        // What was signalled since the cycle began has just been reset with the rest.
+        if (StopThread || eventsNoted_ != eventsBefore) {
+            UpdateEvent.Set();
+        }
+    } while (WaitForNextCycle());
+}
+
+void CPniExtModule::RunUpdateCycle(CPniFruData& copy) {
+    WriteBackWhenModified(copy);
+}
+
+void CPniExtModule::WriteBackWhenModified(const CPniFruData& copy) {
+    const CRecursiveLockGuard guard(FruDataLock);
+    if (record_.HasSameImage(copy)) {
+        PNI_TRACE(3, "\nEM_PNI              : PNI FRU record not modified");
+    } else if (WritePniDataOnThisMachine(copy)) {
+        record_ = copy;
+        PNI_TRACE(3, "\nEM_PNI              : PNI FRU updated successfully.");
+    }
+}
+
+bool CPniExtModule::IsHotplugPending() {
+    const CRecursiveLockGuard guard(HotplugLock);
+    return deviceAdded_ || deviceRemoved_;
+}
+
+bool CPniExtModule::WaitForNextCycle() {
+    const int result = UpdateEvent.Wait(FruUpdateCycle);
+    return !StopThread && (result == CEvent::signalled || result == CEvent::timedOut);
+}
+
+}  // namespace em_pni

@@ -1,0 +1,254 @@
+#include <atomic>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <thread>
+
+#include "platform/event.h"
+#include "platform/read_write_lock.h"
+#include "platform/thread.h"
+#include "tests/trace_capture.h"
+
+namespace em_pni::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// Threads that wait on an event without end, and how many of them have been released.
+class CWaiters {
+  public:
+    CWaiters(CEvent& event, int count) : event_(event) {
+        for (int i = 0; i < count; ++i) {
+            threads_.emplace_back([this] {
+                if (event_.Wait(CEvent::forever) == CEvent::signalled) {
+                    ++released_;
+                }
+            });
+        }
+        std::this_thread::sleep_for(50ms);
+    }
+    ~CWaiters() {
+        event_.Close();
+        for (auto& thread : threads_) {
+            thread.join();
+        }
+    }
+    [[nodiscard]] int ReleasedSoon(int expected) const {
+        for (int i = 0; i < 200 && released_ < expected; ++i) {
+            std::this_thread::sleep_for(10ms);
+        }
+        std::this_thread::sleep_for(30ms);
+        return released_;
+    }
+    void SendSignals() {
+        for (auto& thread : threads_) {
+            pthread_kill(thread.native_handle(), SIGUSR1);
+        }
+    }
+
+  private:
+    CEvent& event_;
+    std::atomic<int> released_{0};
+    std::vector<std::thread> threads_;
+};
+
+TEST(Event, AutoEventReleasesOneWaiterPerSet) {
+    CEvent event("", false, false);
+    event.Set();
+    EXPECT_EQ(event.Wait(0), CEvent::signalled);
+    EXPECT_EQ(event.Wait(0), CEvent::timedOut);
+    const CWaiters waiters(event, 3);
+    event.Set();
+    EXPECT_EQ(waiters.ReleasedSoon(1), 1);
+    event.Set();
+    EXPECT_EQ(waiters.ReleasedSoon(2), 2);
+    EXPECT_FALSE(event.Check());
+}
+
+TEST(Event, ManualEventStaysSignalledUntilReset) {
+    CEvent event("", true, false);
+    const CWaiters waiters(event, 3);
+    event.Set();
+    EXPECT_EQ(waiters.ReleasedSoon(3), 3);
+    EXPECT_EQ(event.Wait(0), CEvent::signalled);
+    event.Reset();
+    EXPECT_EQ(event.Wait(0), CEvent::timedOut);
+}
+
+TEST(Event, PulseReleasesThoseWhoWaitAndNobodyElse) {
+    for (const bool isManual : {true, false}) {
+        CEvent event("", isManual, false);
+        event.Pulse();
+        EXPECT_EQ(event.Wait(10), CEvent::timedOut);
+        const CWaiters waiters(event, 3);
+        event.Pulse();
+        EXPECT_EQ(waiters.ReleasedSoon(isManual ? 3 : 1), isManual ? 3 : 1);
+        EXPECT_FALSE(event.Check());
+        EXPECT_EQ(event.Wait(10), CEvent::timedOut);
+    }
+}
+
+TEST(Event, SignalsOfTheSystemDoNotEndAWait) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    ::sigaction(SIGUSR1, &action, nullptr);
+    CEvent event("", true, false);
+    CWaiters waiters(event, 2);
+    for (int i = 0; i < 20; ++i) {
+        waiters.SendSignals();
+        std::this_thread::sleep_for(2ms);
+    }
+    EXPECT_EQ(waiters.ReleasedSoon(1), 0);
+}
+
+TEST(Event, CloseReleasesEveryWaiterOfAnAutoEvent) {
+    CEvent event("", false, false);
+    const CWaiters waiters(event, 3);
+    event.Close();
+    EXPECT_EQ(waiters.ReleasedSoon(3), 3);
+}
+
+TEST(Event, WaitKeepsItsTime) {
+    CEvent event("", true, false);
+    const auto start = Clock::now();
+    EXPECT_EQ(event.Wait(1100), CEvent::timedOut);
+    EXPECT_GE(Clock::now() - start, 1100ms);
+    EXPECT_LT(Clock::now() - start, 5s);
+}
+
+TEST(Event, NamesAreSharedAndTheFirstKindStays) {
+    const CTraceCapture trace(3);
+    {
+        CEvent first("shared", false, false);
+        CEvent second("shared", true, true);
+        EXPECT_TRUE(trace.Has("WARNING: manual setting mismatch for event "));
+        EXPECT_FALSE(second.Check());
+        second.Set();
+        EXPECT_EQ(first.Wait(0), CEvent::signalled);
+        EXPECT_EQ(first.Wait(0), CEvent::timedOut);
+    }
+    EXPECT_EQ(trace.Count("deleting event "), 1);
+    EXPECT_TRUE(CEvent("shared", true, true).Check());
+}
+
+// What a procedure of these tests shares with its test.
+struct Work {
+    std::atomic<bool> started{false};
+    CEvent go{"", true, false};
+    std::atomic<bool> done{false};
+
+    static std::uint32_t Procedure(void* argument) {
+        auto& work = *static_cast<Work*>(argument);
+        work.started = true;
+        (void)work.go.Wait(CEvent::forever);
+        work.done = true;
+        return 7;
+    }
+};
+
+TEST(Thread, WaitForTerminationIsBoundedAndJoinsLater) {
+    const CTraceCapture trace(3);
+    Work work;
+    CThread thread(&Work::Procedure, &work);
+    ASSERT_TRUE(thread.Start(63, false, 0, true, false));
+    EXPECT_TRUE(
+        trace.Has("CThread::Start: Start a thread, Prio=63, Suspend=0, StackSize=0x00000000, "
+                  "Waitable=1, KillAliveThread=0"));
+    EXPECT_FALSE(thread.Start(0, false, 0, true, false)) << "it still runs";
+    const auto start = Clock::now();
+    EXPECT_FALSE(thread.WaitForTermination(50));
+    EXPECT_LT(Clock::now() - start, 5s);
+    EXPECT_TRUE(trace.Has("termination with timeout"));
+    EXPECT_TRUE(thread.IsAlive());
+    work.go.Set();
+    EXPECT_TRUE(thread.WaitForTermination(5000));
+    EXPECT_TRUE(work.done);
+    EXPECT_FALSE(thread.IsAlive());
+    EXPECT_FALSE(thread.WaitForTermination());
+    EXPECT_TRUE(trace.Has("CThread::WaitForTermination: Thread = 0x000000000 doesn't exist !"));
+}
+
+TEST(Thread, DestructionJoinsAndARestartIsPossible) {
+    Work work;
+    work.go.Set();
+    {
+        CThread thread(&Work::Procedure, &work);
+        ASSERT_TRUE(thread.Start(0, false, 0, true, false));
+        ASSERT_TRUE(thread.WaitForTermination());
+        work.done = false;
+        ASSERT_TRUE(thread.Start(0, false, 0, true, true));
+    }
+    EXPECT_TRUE(work.done);
+}
+
+TEST(Thread, ADetachedThreadIsCancelledNotJoined) {
+    const CTraceCapture trace(3);
+    static Work work;  // may be touched until the thread is really gone
+    CThread thread(&Work::Procedure, &work);
+    ASSERT_TRUE(thread.Start(0, false, 0, false, false));
+    while (!work.started) {
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(thread.WaitForTermination(10));
+    EXPECT_TRUE(trace.Has("Can't wait for detached thread"));
+    thread.Kill();
+    EXPECT_TRUE(trace.Has("cancel invoked"));
+    EXPECT_FALSE(thread.IsAlive());
+}
+
+TEST(ReadWriteLock, AWaitingWriterGoesBeforeNewReaders) {
+    CReadWriteLock lock;
+    std::atomic<int> order{0};
+    std::atomic<int> writerTurn{0};
+    std::atomic<int> readerTurn{0};
+    lock.BeginRead();
+    std::thread writer([&] {
+        const CWriteGuard guard(lock);
+        { const CReadGuard again(lock); }
+        { const CWriteGuard again(lock); }
+        writerTurn = ++order;
+    });
+    std::this_thread::sleep_for(50ms);
+    std::thread reader([&] {
+        const CReadGuard guard(lock);
+        readerTurn = ++order;
+    });
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(order, 0);
+    lock.EndRead();
+    writer.join();
+    reader.join();
+    EXPECT_EQ(writerTurn, 1);
+    EXPECT_EQ(readerTurn, 2);
+}
+
+TEST(ReadWriteLock, ReadersNeverSeeAHalfDoneWrite) {
+    CReadWriteLock lock;
+    int left = 0;
+    int right = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            for (int n = 0; n < 1000; ++n) {
+                const CReadGuard guard(lock);
+                ASSERT_EQ(left, right);
+            }
+        });
+    }
+    threads.emplace_back([&] {
+        for (int n = 0; n < 1000; ++n) {
+            const CWriteGuard guard(lock);
+            ++left;
+            ++right;
+        }
+    });
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(left, 1000);
+}
+
+}  // namespace
+}  // namespace em_pni::test

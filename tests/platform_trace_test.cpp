@@ -1,0 +1,211 @@
+#include <chrono>
+#include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+#include "platform/trace.h"
+#include "tests/trace_capture.h"
+
+namespace em_pni::test {
+namespace {
+
+using Variables = std::map<std::string, std::string>;
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+const char* noVariable(const char*) {
+    return nullptr;
+}
+
+TEST(Trace, WritesLevelsUpToTheConfiguredOne) {
+    CTraceCapture trace(2);
+    PNI_TRACE(1, "\n\nfirst %d\n", 1);
+    PNI_TRACE(2, "second %s", "two");
+    PNI_TRACE(3, "third");
+    trace.End();
+    PNI_TRACE(1, "after the end");
+    const auto lines = linesOf(trace.Lines());
+    ASSERT_EQ(lines.size(), 3U);
+    const std::string prefix = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \[\d{10}\] EM_PNI {8})";
+    EXPECT_TRUE(std::regex_match(lines[0], std::regex(prefix + "first 1"))) << lines[0];
+    EXPECT_TRUE(std::regex_match(lines[1], std::regex(prefix + "second two"))) << lines[1];
+    EXPECT_TRUE(std::regex_match(lines[2], std::regex(prefix + "## TRACE-END ##"))) << lines[2];
+}
+
+TEST(Trace, EvaluatesNoArgumentsWhileOff) {
+    int evaluated = 0;
+    PNI_TRACE(1, "%d", ++evaluated);
+    {
+        const CTraceCapture trace(1);
+        PNI_TRACE(2, "%d", ++evaluated);
+        EXPECT_EQ(evaluated, 0);
+        PNI_TRACE(1, "%d", ++evaluated);
+    }
+    EXPECT_EQ(evaluated, 1);
+}
+
+TEST(Trace, CutsAMessageButNotItsNewline) {
+    const CTraceCapture trace(1);
+    PNI_TRACE(1, "\n%s", std::string(2000, 'x').c_str());
+    PNI_TRACE(1, "next");
+    const auto lines = linesOf(trace.Lines());
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(std::count(lines[0].begin(), lines[0].end(), 'x'), 1024);
+}
+
+TEST(Trace, HeaderTellsHowTheProcessRuns) {
+    const CTraceCapture trace(4, {{"QL_LOG_RINGBUF_DIR", "/ring"}, {"TraceFileLimit", "7"}});
+    const std::string log = trace.Log();
+    std::size_t at = 0;
+    for (const char* text : {"\nEM_PNI Command Line Options:\nargv[0] = \"",
+                             "\nQuillon Environment:\nLD_LIBRARY_PATH=", "\nQL_INSTALL_DATE=NotSet",
+                             "\nQuillon Configuration File:",
+                             "\nDebug values from ini file :\nDynamicUpdate              : 0"
+                             "\nDebugLevel                 : 4\nRingBufferSizeFactor       : 7"
+                             "\nRingBufferSizeWeight       : 0\nRingBufferDirectory        : /ring"
+                             "\nNo Header to LogFile       : 1",
+                             "\nInternal Debug values      :\nProcess PID                : ",
+                             "\nTrace Level                : 4\nTrace Level Saved          : 4"
+                             "\n### End of initialization. ###\n"}) {
+        at = log.find(text, at);
+        ASSERT_NE(at, std::string::npos) << text;
+    }
+}
+
+TEST(Trace, WrapsBehindTheHeader) {
+    const CTraceCapture trace(1, {{"QL_LOG_FILE_MAX_SIZE", "4000"}});
+    const std::string header = trace.Log();
+    for (int i = 0; i < 200; ++i) {
+        PNI_TRACE(1, "line %d", i);
+        // A line and the wrap line may stand over the size, no more.
+        ASSERT_LT(trace.Log().size(), 4400U);
+    }
+    EXPECT_EQ(trace.Log().substr(0, header.size()), header);
+    std::smatch match;
+    const std::string lines = trace.Lines();
+    ASSERT_TRUE(std::regex_search(
+        lines, match,
+        std::regex(
+            R"(EM_PNI +------ WRAP ----- Cycle=(\d+), CntInitEnd=(\d+), CurrentByteCnt=(\d+) \(MaxCnt=4000\)\n)")));
+    EXPECT_EQ(match.position(), lines.find("EM_PNI"));
+    EXPECT_GT(std::stoi(match[1]), 1);
+    EXPECT_EQ(match[2], std::to_string(header.size()));
+    EXPECT_EQ(match[3], match[2]);
+}
+
+TEST(Trace, SizeBelowTheHeaderIsSurvived) {
+    const CTraceCapture trace(1, {{"QL_LOG_FILE_MAX_SIZE", "1"}});
+    PNI_TRACE(1, "one");
+    PNI_TRACE(1, "two");
+    EXPECT_TRUE(trace.Has("Cycle=2,"));
+}
+
+TEST(Trace, LinesOfEightThreadsStayWhole) {
+    const CTraceCapture trace(1);
+    std::vector<std::thread> threads;
+    for (char c = 'a'; c < 'a' + 8; ++c) {
+        threads.emplace_back([c] {
+            for (int i = 0; i < 500; ++i) {
+                PNI_TRACE(1, "<%s>", std::string(200, c).c_str());
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    const auto lines = linesOf(trace.Lines());
+    ASSERT_EQ(lines.size(), 4000U);
+    for (const auto& line : lines) {
+        const std::string text = line.substr(line.find('<'));
+        ASSERT_EQ(text, "<" + std::string(200, text[1]) + ">");
+    }
+}
+
+TEST(Trace, ReadsItsConfigurationFiles) {
+    const CTempDirectory directory;
+    directory.Write("config/a_other.ini", "[OTHER]\nFileDebugLevel=9\n");
+    directory.Write("config/b_mine.ini",
+                    "[EM_PNI]\nFileDebugLevel = 0x3\nMemoryTracesFlag=1\n"
+                    "RingBufferDirectory=  " +
+                        directory.Path() + "\n");
+    directory.Write("config/c_late.ini", "[EM_PNI]\nFileDebugLevel=010\n");
+    const CDebugClient client(directory.File("config"), "EM_PNI", &noVariable);
+    PNI_TRACE(3, "three");
+    PNI_TRACE(4, "four");
+    const std::string log = contentOf(directory.File("log.EM_PNI"));
+    EXPECT_NE(log.find("\nFileDebugLevel=0x3\nMemoryTracesFlag=1\n"), std::string::npos);
+    EXPECT_TRUE(std::regex_search(log, std::regex(R"(\] +[1-9]\d* KB !EM_PNI {8}three\n)"))) << log;
+    EXPECT_EQ(log.find("four"), std::string::npos);
+}
+
+TEST(Trace, NonsenseInTheConfigurationLeavesTheDefaults) {
+    const CTempDirectory directory;
+    directory.Write("global_trace.ini", std::string("[GlobalDebugSettings]\nDynamicUpdate=soon\n"));
+    directory.Write("m.ini",
+                    "[EM_PNI]\nFileDebugLevel=-1\nTraceFlags=0xZZ\nRingBufferSizeFactor=\n"
+                    "NoHeaderToStderr=99999999999999999999\n[EM_PNI\n\0\xff\n=\n");
+    directory.Write("huge.ini", std::string(2 * 1024 * 1024, '['));
+    ASSERT_EQ(::mkfifo(directory.File("a_pipe.ini").c_str(), 0600), 0);
+    static const Variables nonsense = {{"QL_LOG_DEBUG_LEVEL", "verbose"},
+                                       {"QL_LOG_FILE_MAX_SIZE", "-5"},
+                                       {"QL_LOG_DYNAMIC_UPDATE", "1e3"}};
+    const CDebugTraceConfig config(directory.Path(), "EM_PNI", [](const char* name) -> const char* {
+        const auto found = nonsense.find(name);
+        return found != nonsense.end() ? found->second.c_str() : nullptr;
+    });
+    const TraceSettings& settings = config.Settings();
+    EXPECT_EQ(settings.debugLevel, 0);
+    EXPECT_EQ(settings.dynamicUpdate, 0U);
+    EXPECT_EQ(settings.logMaxSize, 20971520U);
+    EXPECT_EQ(settings.traceFlags, std::nullopt);
+    EXPECT_TRUE(settings.noHeaderToStderr);
+    EXPECT_EQ(settings.logDirectory, "/var/log/qlagent");
+}
+
+TEST(Trace, FollowsTheConfigurationWhileRunning) {
+    const CTempDirectory directory;
+    directory.Write("global_trace.ini", "[GlobalDebugSettings]\nDynamicUpdate=1\n");
+    const std::string ini = "[EM_PNI]\nRingBufferDirectory=" + directory.Path() + "\n";
+    const std::string path = directory.Write("m.ini", ini + "FileDebugLevel=0\n");
+    const CDebugClient client(directory.Path(), "EM_PNI", &noVariable);
+    const auto lateEnough = [] { std::this_thread::sleep_for(std::chrono::milliseconds(2100)); };
+    PNI_TRACE(2, "before");
+    std::filesystem::remove(path);
+    lateEnough();
+    PNI_TRACE(2, "gone");
+    directory.Write("m.ini", ini + "FileDebugLevel=2\n");
+    lateEnough();
+    PNI_TRACE(2, "after");
+    const std::string log = contentOf(directory.File("log.EM_PNI"));
+    EXPECT_EQ(log.find("before"), std::string::npos);
+    EXPECT_EQ(log.find("gone"), std::string::npos);
+    EXPECT_NE(log.find("after"), std::string::npos);
+}
+
+TEST(Trace, ALogThatCannotBeOpenedOrIsALinkIsDoneWithout) {
+    const CTempDirectory directory;
+    const std::string victim = directory.Write("victim", "precious");
+    ASSERT_EQ(::symlink(victim.c_str(), directory.File("log.EM_PNI").c_str()), 0);
+    static std::string place;
+    place = directory.Path();
+    const CDebugClient client("/nonexistent", "EM_PNI", [](const char* name) -> const char* {
+        return std::string(name) == "QL_LOG_DEBUG_LEVEL" ? "5"
+               : std::string(name) == "QL_LOG_FILE_DIR"  ? place.c_str()
+                                                         : nullptr;
+    });
+    PNI_TRACE(1, "lost");
+    EXPECT_EQ(contentOf(victim), "precious");
+}
+
+}  // namespace
+}  // namespace em_pni::test
