@@ -27,7 +27,8 @@ target_link_libraries(pni_build INTERFACE Threads::Threads)
 
 if(EM_PNI_SANITIZE)
     target_compile_options(pni_build INTERFACE
-        -fsanitize=${EM_PNI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+        -fsanitize=${EM_PNI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g
+        $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer_ignore.txt>)
     target_link_options(pni_build INTERFACE -fsanitize=${EM_PNI_SANITIZE})
 endif()
 

@@ -100,7 +100,7 @@ inline void fixSum(Bytes& image, std::size_t checksum, std::size_t begin, std::s
 
 // For images with the internal use area at 8 and the record at 16, as recordImage makes them.
 inline void fixChecksums(Bytes& image) {
-    const std::size_t length = image[18] | image[19] << 8U;
+    const std::size_t length = image[18] + image[19] * std::size_t{256};
     fixSum(image, 7, 0, 8);
     fixSum(image, 15, 8, 16);
     const std::size_t end = std::min(image.size(), 22 + length);

@@ -1,0 +1,239 @@
+#include <gtest/gtest.h>
+
+#include "pni/pni_ext_module.h"
+#include "tests/scripted_host.h"
+#include "tests/trace_capture.h"
+
+namespace em_pni::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+PniPlaces placesIn(const CTempDirectory& directory) {
+    return {.config = {.currentDirectory = directory.File("current"),
+                       .programDirectory = directory.File("program"),
+                       .dataRoot = directory.File("root")},
+            .dumpFile = directory.File("pnidump")};
+}
+
+class ModuleTest : public ::testing::Test {
+  protected:
+    CTraceCapture trace_{4};
+    CTempDirectory directory_;
+    CScriptedHost host_{sample("three-modules-in-2k-device.fru")};
+    const std::unique_ptr<CPniExtModule> owner_ =
+        std::make_unique<CPniExtModule>(placesIn(directory_));
+    CPniExtModule& module_ = *owner_;
+    void SetUp() override { module_.SetCabinetNumber(-3); }
+
+    CKrcpMessage Event(std::uint16_t opcode, const char* data = "0") {
+        return parsedMessage(R"({"SIP":{"CMD":[{"ST":255,"OC":)" + std::to_string(opcode) +
+                             ",\"DA\":" + data + "}]}}");
+    }
+    // Cycles that the thread has gone through.
+    [[nodiscard]] int Cycles() const { return trace_.Count("PNI FRU record not modified"); }
+};
+
+TEST_F(ModuleTest, FetchesCropsAndWritesPadded) {
+    module_.Start(&host_, 0);
+    CPniFruData record;
+    ASSERT_TRUE(module_.RequestPniFruData(record));
+    EXPECT_EQ(record.GetImage(), sample("three-modules.fru"));
+    const auto read = host_.Last(krcp::readFru);
+    EXPECT_EQ(read.extension, 46);
+    EXPECT_EQ(read.cabinet, -3);
+    EXPECT_EQ(read.timeout, 60000U);
+
+    EXPECT_TRUE(module_.WritePniDataOnThisMachine(record));
+    EXPECT_EQ(host_.Image(), sample("three-modules-in-2k-device.fru"));
+    EXPECT_EQ(host_.Last(krcp::writeFru).timeout, 5000U);
+    EXPECT_TRUE(trace_.Has("Extend initial FRU (826) bytes by (1222). New size = (2048) bytes."));
+    for (const int status : {12, 21, 255}) {
+        host_.OnStatus(krcp::writeFru, status);
+        EXPECT_TRUE(module_.WritePniDataOnThisMachine(record)) << status;
+    }
+    for (const int status : {1, 22, 256}) {
+        host_.OnStatus(krcp::writeFru, status);
+        EXPECT_FALSE(module_.WritePniDataOnThisMachine(record)) << status;
+    }
+    host_.On(krcp::writeFru, [](CKrcpMessage&) {});
+    EXPECT_FALSE(module_.WritePniDataOnThisMachine(record)) << "no status";
+    const int writes = host_.Count(krcp::writeFru);
+    EXPECT_FALSE(module_.WritePniDataOnThisMachine(CPniFruData(sample("cut-short.fru"))));
+    module_.Notify(notification::switchShutdown, 0);
+    EXPECT_TRUE(module_.WritePniDataOnThisMachine(record));
+    EXPECT_EQ(host_.Count(krcp::writeFru), writes) << "neither may reach the controller";
+}
+
+TEST_F(ModuleTest, AFailedFetchLeavesTheModulePassive) {
+    module_.Start(&host_, 0);
+    const std::pair<int, const char*> answers[] = {
+        {0, ""},    {22, "{\"RAW\":[1]}"}, {0, "{\"RAW\":[]}"}, {0, "{\"RAW\":[1,300]}"},
+        {0, "[1]"}, {0, "\"text\""},       {0, "{\"RAW\":{}}"}, {9, ""},
+    };
+    for (const auto& [status, data] : answers) {
+        host_.OnStatus(krcp::readFru, status, data);
+        EXPECT_EQ(module_.OnSwitchStarted(), 40U);
+    }
+    EXPECT_EQ(trace_.Count("FAILED to request PNI FRU data (KRCP status 0x"), 3);
+    EXPECT_EQ(trace_.Count("PNI FRU data request FAILED (No data)!"), 5);
+    host_.OnStatus(krcp::readFru, 0, "{\"RAW\":[1,2,3]}");
+    module_.OnSwitchStarted();
+    EXPECT_TRUE(trace_.Has("PNI FRU data are invalid!"));
+    host_.On(krcp::readFru, [](CKrcpMessage& message) { message.document.SetNull(); });
+    module_.OnSwitchStarted();
+    host_.On(krcp::readFru, [](CKrcpMessage&) { throw std::runtime_error("host"); });
+    EXPECT_EQ(module_.OnSwitchStarted(), 0U);
+    EXPECT_FALSE(trace_.Has("Starting a PNI FRU data update thread"));
+    EXPECT_EQ(module_.Stop(), 1U);
+    EXPECT_FALSE(trace_.Has("CThread"));
+}
+
+TEST_F(ModuleTest, PeriodComesFromTheFirstConfigurationFile) {
+    directory_.Write("root/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=70000\n");
+    module_.Start(&host_, 0);
+    EXPECT_TRUE(trace_.Has("Read module property \"FruUpdateCycle\" = 70000 (0x11170)"));
+    EXPECT_TRUE(trace_.Has("update check is done every 70000 msec"));
+    directory_.Write("program/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=50\n");
+    module_.Start(&host_, 0);
+    EXPECT_TRUE(trace_.Has("done every 50 msec"));
+    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=80000\n");
+    module_.Start(&host_, 0);
+    EXPECT_EQ(trace_.Count("done every 50 msec"), 2) << "the stored period is too short to change";
+
+    CPniExtModule other(placesIn(directory_));
+    for (const char* nonsense : {"soon", "-1", "4294967296", ""}) {
+        directory_.Write("current/em_pni.ini",
+                         std::string("[EM_PNI]\nFruUpdateCycle=") + nonsense + "\n");
+        other.Start(&host_, 0);
+    }
+    EXPECT_EQ(trace_.Count("done every 120000 msec"), 4);
+    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=4294967295\n");
+    other.Start(&host_, 0);
+    EXPECT_TRUE(trace_.Has("update check is done on CM_NetworkInfoIpAddressChanged KRCP event"));
+    EXPECT_TRUE(trace_.Has("Register event log source \"Quillon Agentless Service\" ..."));
+}
+
+TEST_F(ModuleTest, ThreadRunsACycleAtStartPerEventAndPerPeriod) {
+    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=4294967295\n");
+    module_.Start(&host_, 0);
+    module_.OnSwitchStarted();
+    ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(Cycles(), 1) << "no period: it sleeps";
+    CKrcpMessage event = Event(krcp::ipAddressChanged);
+    module_.ModuleReply(event);
+    EXPECT_TRUE(soon([&] { return Cycles() == 2; }));
+    EXPECT_EQ(host_.Count(krcp::clearNetworkSnapshot), 1);
+    EXPECT_EQ(host_.Last(krcp::clearNetworkSnapshot).cabinet, -3);
+    EXPECT_TRUE(trace_.Has("Network Interface Snapshot tree cleared!"));
+    EXPECT_EQ(module_.Stop(), 1U);
+    EXPECT_TRUE(trace_.Has("THREAD_RETURN: ## INFO: Thread = 0x"));
+    EXPECT_EQ(host_.Count(krcp::writeFru), 0);
+
+    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=60\n");
+    CPniExtModule periodic(placesIn(directory_));
+    periodic.Start(&host_, 0);
+    periodic.OnSwitchStarted();
+    const int before = Cycles();
+    EXPECT_TRUE(soon([&] { return Cycles() > before + 2; }));
+}
+
+TEST_F(ModuleTest, StopRightAfterTheStartStillCompletesOneCycle) {
+    module_.Start(&host_, 0);
+    for (int i = 1; i <= 50; ++i) {
+        module_.OnSwitchStarted();
+        module_.Stop();
+        ASSERT_EQ(trace_.Count("THREAD_RETURN"), i);
+        ASSERT_EQ(Cycles(), i);
+    }
+}
+
+TEST_F(ModuleTest, StartingAgainReplacesTheThreadAndTheRecord) {
+    module_.Start(&host_, 0);
+    module_.OnSwitchStarted();
+    module_.OnSwitchStarted();
+    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 1);
+    host_.OnStatus(krcp::readFru, 9);
+    module_.OnSwitchStarted();
+    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 2);
+    EXPECT_EQ(trace_.Count("Starting a PNI FRU data update thread"), 2);
+}
+
+TEST_F(ModuleTest, PendingHotplugIsTriedTwiceMore) {
+    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=4294967295\n");
+    module_.Start(&host_, 0);
+    module_.OnSwitchStarted();
+    ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
+    for (const char* data : {"2", "7"}) {
+        CKrcpMessage event = Event(krcp::deviceDataChanged, data);
+        module_.ModuleReply(event);
+    }
+    EXPECT_TRUE(trace_.Has("CMV_DEVINFO_INSTANCE_REMOVED received."));
+    EXPECT_TRUE(trace_.Has("ERROR # Invalid CM_DeviceInfoDeviceDataChanged Action!"));
+    ASSERT_TRUE(soon([&] { return trace_.Has("event not reset! Retry 1 more time(s)."); }));
+    EXPECT_TRUE(trace_.Has("event not reset! Retry 2 more time(s)."));
+    const int settled = Cycles();
+    EXPECT_TRUE(soon([&] { return Cycles() <= settled + 4; }));
+    std::this_thread::sleep_for(100ms);
+    EXPECT_LE(Cycles(), 9) << "then it sleeps again";
+    module_.Stop();
+}
+
+TEST_F(ModuleTest, EventsAreNoneWithoutTheEventStatus) {
+    module_.Start(&host_, 0);
+    for (const char* json :
+         {R"({"SIP":{"CMD":[{"ST":0,"OC":5903}]}})", R"({"SIP":{"CMD":[{"OC":5903}]}})",
+          R"({"SIP":{"CMD":[{"ST":255,"OC":4711}]}})", "[]", R"({"SIP":{"CMD":[[]]}})"}) {
+        CKrcpMessage message = parsedMessage(json);
+        module_.ModuleReply(message);
+    }
+    EXPECT_EQ(host_.Count(krcp::clearNetworkSnapshot), 0);
+    host_.OnStatus(krcp::clearNetworkSnapshot, 0, "{}");
+    CKrcpMessage event = Event(krcp::deviceDataChanged, "\"no number\"");
+    module_.ModuleReply(event);
+    EXPECT_TRUE(trace_.Has("Could not clear Network Interface Snapshot tree."));
+    EXPECT_TRUE(trace_.Has("CMV_DEVINFO_INSTANCE_ADDED received."));
+}
+
+TEST_F(ModuleTest, NotificationsAreTracedByName) {
+    EXPECT_EQ(module_.Notify(0x40001, 5), 0U);
+    EXPECT_TRUE(trace_.Has("EM_PNI              : ## NOTIFY: Code = 0Xx40001, param = 0x00000005"));
+    EXPECT_TRUE(trace_.Has("EM_PNI              : *** SCN_POWERSTATE_STANDBY *** "));
+    EXPECT_TRUE(trace_.Has("EM_PNI              :   ... OnModuleNotification() completed"));
+    module_.Notify(0x40005, 0);
+    EXPECT_EQ(trace_.Count("***"), 2);
+}
+
+// The module is destroyed without Stop, straight after events and requests of other threads.
+TEST(ModuleThread, RunsBesideEventsAndRequestsAndIsJoinedAtTheEnd) {
+    CTraceCapture trace(4);
+    const CTempDirectory directory;
+    CScriptedHost host(sample("onboard-only.fru"));
+    {
+        CPniExtModule module(placesIn(directory));
+        module.SetCabinetNumber(0);
+        module.Start(&host, 0);
+        module.OnSwitchStarted();
+        CKrcpMessage event = parsedMessage(R"({"SIP":{"CMD":[{"ST":255,"OC":5903}]}})");
+        std::thread eventThread([&] {
+            for (int i = 0; i < 200; ++i) {
+                module.ModuleReply(event);
+            }
+        });
+        std::thread requestThread([&] {
+            for (int i = 0; i < 50; ++i) {
+                CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
+                module.ModuleRequest(request);
+                ASSERT_EQ(krcp::status(request), krcp::SUCCESS);
+            }
+        });
+        eventThread.join();
+        requestThread.join();
+    }
+    EXPECT_EQ(trace.Count("THREAD_RETURN"), 1);
+    EXPECT_EQ(host.Count(krcp::writeFru), 0);
+}
+
+}  // namespace
+}  // namespace em_pni::test

@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "module/krcp_trace.h"
+#include "pni/pni_ext_module.h"
+#include "tests/scripted_host.h"
+#include "tests/trace_capture.h"
+
+namespace em_pni::test {
+namespace {
+
+class RequestTest : public ::testing::Test {
+  protected:
+    CTraceCapture trace_{2};
+    CTempDirectory directory_;
+    CScriptedHost host_{sample("three-modules.fru")};
+    const std::unique_ptr<CPniExtModule> owner_ =
+        std::make_unique<CPniExtModule>(PniPlaces{.config = {.currentDirectory = directory_.Path(),
+                                                             .programDirectory = directory_.Path(),
+                                                             .dataRoot = directory_.Path()},
+                                                  .dumpFile = directory_.File("pnidump")});
+    CPniExtModule& module_ = *owner_;
+    void SetUp() override {
+        module_.SetCabinetNumber(7);
+        module_.Start(&host_, 0);
+    }
+
+    struct Answer {
+        std::uint32_t result;
+        std::uint32_t status;
+        std::string data;
+    };
+    Answer Ask(const std::string& members, std::uint16_t opcode = krcp::readPniData) {
+        CKrcpMessage request = parsedMessage(R"({"SIP":{"CMD":[{"CA":7,"OC":)" +
+                                             std::to_string(opcode) + members + "}]}}");
+        const std::uint32_t result = module_.ModuleRequest(request);
+        const rapidjson::Value* const data = krcp::findData(request);
+        return {result, krcp::status(request), data != nullptr ? krcp::jsonText(*data) : ""};
+    }
+};
+
+TEST_F(RequestTest, AnswersFromTheRecordAndKeepsADump) {
+    const Answer answer = Ask("");
+    EXPECT_EQ(answer.result, 1U);
+    EXPECT_EQ(answer.status, krcp::SUCCESS);
+    EXPECT_EQ(answer.data.rfind(R"({"NumberOfModules":3,"Modules":[{"ModuleId":0,)", 0), 0U);
+    EXPECT_EQ(host_.Count(krcp::readFru), 1) << "fetched by the request itself";
+    EXPECT_EQ(contentOf(directory_.File("pnidump")), answer.data + "\n");
+    struct stat status {};
+    ASSERT_EQ(::stat(directory_.File("pnidump").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_TRUE(trace_.Has("EM_PNI (RETURN)     :  Complete PNI Data"));
+
+    const Answer filtered = Ask(R"(,"DA":"{\"ResultFilter\":[\"ActiveMAC\"]}")");
+    EXPECT_LT(filtered.data.size(), answer.data.size());
+    EXPECT_EQ(contentOf(directory_.File("pnidump")), filtered.data + "\n");
+    EXPECT_TRUE(trace_.Has("EM_PNI (REQUEST)    : \nResultFilter:\n-ActiveMAC"));
+    EXPECT_TRUE(trace_.Has("EM_PNI (RETURN)     :  Filtered PNI Data"));
+    EXPECT_EQ(host_.Count(krcp::readFru), 1);
+}
+
+TEST_F(RequestTest, DumpNeverGoesThroughALinkOrIntoAPipe) {
+    const std::string victim = directory_.Write("victim", "precious");
+    ASSERT_EQ(::symlink(victim.c_str(), directory_.File("pnidump").c_str()), 0);
+    EXPECT_EQ(Ask("").status, krcp::SUCCESS);
+    ASSERT_EQ(::unlink(directory_.File("pnidump").c_str()), 0);
+    ASSERT_EQ(::link(victim.c_str(), directory_.File("pnidump").c_str()), 0);
+    EXPECT_EQ(Ask("").status, krcp::SUCCESS);
+    EXPECT_EQ(contentOf(victim), "precious");
+    ASSERT_EQ(::unlink(directory_.File("pnidump").c_str()), 0);
+    ASSERT_EQ(::mkfifo(directory_.File("pnidump").c_str(), 0600), 0);
+    EXPECT_EQ(Ask("").status, krcp::SUCCESS);
+}
+
+TEST_F(RequestTest, RefusalsHaveTheirStatus) {
+    const Answer unknown = Ask("", 0x1741);
+    EXPECT_EQ(unknown.result, 0U);
+    EXPECT_EQ(unknown.status, krcp::INVALID_CMD);
+    EXPECT_FALSE(trace_.Has("ModuleRequest() Error!"));
+    EXPECT_EQ(host_.Count(krcp::readFru), 0);
+
+    const Answer badFilter = Ask(R"(,"DA":"{\"ResultFilter\":[\"Colour\"]}")");
+    EXPECT_EQ(badFilter.result, 1U);
+    EXPECT_EQ(badFilter.status, krcp::INVALID_CMD);
+    EXPECT_TRUE(trace_.Has("Result filter error - unknown field 'Colour'"));
+    EXPECT_TRUE(trace_.Has("ModuleRequest() Error! - INVALID_CMD"));
+
+    for (const char* json :
+         {R"({"SIP":{"CMD":[{"CA":6,"OC":5952}]}})", R"({"SIP":{"CMD":[{"OC":5952}]}})"}) {
+        CKrcpMessage other = parsedMessage(json);
+        EXPECT_EQ(module_.ModuleRequest(other), 0U);
+        EXPECT_EQ(krcp::status(other), krcp::INVALID_CABINET_NUMBER) << json;
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory_.File("pnidump")));
+}
+
+TEST_F(RequestTest, RecordThatIsMissingOrDamaged) {
+    host_.OnStatus(krcp::readFru, 9);
+    EXPECT_EQ(Ask("").status, krcp::NOT_SUPPORTED);
+    host_.On(krcp::readFru, [](CKrcpMessage&) { throw std::runtime_error("host"); });
+    EXPECT_EQ(Ask("").status, krcp::ACCESS_VIOLATION);
+    EXPECT_TRUE(
+        trace_.Has("## EXCEPTION! CABID 0007: OpCode 0x1740-0x0000 ObjId 0x0000 Status 0x0D"));
+    host_.OnStatus(krcp::readFru, 0, "{\"RAW\":[1,1,0,0]}");
+    const Answer damaged = Ask("");
+    EXPECT_EQ(damaged.result, 0U);
+    EXPECT_EQ(damaged.status, krcp::CHECKSUM_ERROR);
+    EXPECT_EQ(damaged.data, "");
+}
+
+TEST_F(RequestTest, MalformedRequestsAreLeftOrAnswered) {
+    module_.SetCabinetNumber(0);
+    for (const char* json :
+         {"", "7", "{}", R"({"SIP":[]})", R"({"SIP":{}})", R"({"SIP":{"CMD":{}}})",
+          R"({"SIP":{"CMD":[7]}})", R"({"SIP":{"CMD":["",null]}})"}) {
+        CKrcpMessage request = parsedMessage(json);
+        const std::string before = krcp::jsonText(request.document);
+        EXPECT_EQ(module_.ModuleRequest(request), 0U) << json;
+        EXPECT_EQ(krcp::jsonText(request.document), before) << json;
+    }
+    CKrcpMessage shortOne = parsedMessage(R"({"SIP":{"CMD":[]}})", 1);
+    EXPECT_EQ(module_.ModuleRequest(shortOne), 0U);
+    EXPECT_EQ(krcp::jsonText(shortOne.document), R"({"SIP":{"CMD":[{},{"ST":1}]}})");
+}
+
+}  // namespace
+}  // namespace em_pni::test

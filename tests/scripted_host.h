@@ -1,0 +1,119 @@
+// A host that answers as a test tells it to, and counts what it is asked.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "em_pni/em_pni.h"
+#include "tests/record_builder.h"
+
+namespace em_pni::test {
+
+class CScriptedHost final : public CIHostInterface {
+  public:
+    using Answer = std::function<void(CKrcpMessage&)>;
+
+    // Until told otherwise: reads give the image, writes replace it, a snapshot is cleared.
+    explicit CScriptedHost(Bytes image) : image_(std::move(image)) {
+        On(krcp::readFru, [this](CKrcpMessage& message) {
+            krcp::setRawBytes(message, Image());
+            krcp::setStatus(message, krcp::SUCCESS);
+        });
+        On(krcp::writeFru, [this](CKrcpMessage& message) {
+            Bytes bytes;
+            krcp::copyRawBytes(message, bytes);
+            const std::lock_guard guard(lock_);
+            image_ = bytes;
+            krcp::setStatus(message, krcp::SUCCESS);
+        });
+        On(krcp::clearNetworkSnapshot, [](CKrcpMessage& message) {
+            krcp::setMember(message, "DA", rapidjson::Value(1));
+            krcp::setStatus(message, krcp::SUCCESS);
+        });
+    }
+
+    void On(std::uint16_t opcode, Answer answer) {
+        const std::lock_guard guard(lock_);
+        answers_[opcode] = std::move(answer);
+    }
+    // The answer to `opcode` is this status, and this JSON as "DA" when there is one.
+    void OnStatus(std::uint16_t opcode, int status, const std::string& data = "") {
+        On(opcode, [status, data](CKrcpMessage& message) {
+            if (!data.empty()) {
+                rapidjson::Document parsed(&message.document.GetAllocator());
+                parsed.Parse(data.c_str());
+                krcp::setMember(message, "DA", rapidjson::Value(std::move(parsed.Move())));
+            }
+            krcp::setMember(message, "ST", krcp::number(status));
+        });
+    }
+
+    [[nodiscard]] int Count(std::uint16_t opcode) {
+        const std::lock_guard guard(lock_);
+        return counts_[opcode];
+    }
+    [[nodiscard]] Bytes Image() {
+        const std::lock_guard guard(lock_);
+        return image_;
+    }
+    // The last request with this opcode as JSON-independent facts.
+    struct Request {
+        std::int64_t extension, cabinet;
+        std::uint32_t timeout;
+    };
+    [[nodiscard]] Request Last(std::uint16_t opcode) {
+        const std::lock_guard guard(lock_);
+        return last_[opcode];
+    }
+
+    std::uint32_t SendRequest(CIExtensionModule*, CKrcpMessage& message,
+                              std::uint32_t timeoutMs) override {
+        const std::uint16_t opcode = krcp::opcode(message);
+        Answer answer;
+        {
+            const std::lock_guard guard(lock_);
+            ++counts_[opcode];
+            last_[opcode] = {krcp::GetValue(message, 0, "OE", -1),
+                             krcp::GetValue(message, 0, "CA", -99), timeoutMs};
+            answer = answers_[opcode];
+        }
+        if (answer) {
+            answer(message);
+        }
+        return 1;
+    }
+    std::uint32_t SwitchStartFinished(CIExtensionModule*, std::uint32_t value) override {
+        return 40 + value;
+    }
+    std::uint32_t GetHostKind() override { return 5; }
+
+  private:
+    std::mutex lock_;  // guards all below; answers run without it
+    Bytes image_;
+    std::map<std::uint16_t, Answer> answers_;
+    std::map<std::uint16_t, int> counts_;
+    std::map<std::uint16_t, Request> last_;
+};
+
+inline CKrcpMessage parsedMessage(const std::string& json, std::uint32_t index = 0) {
+    CKrcpMessage message;
+    message.document.Parse(json.c_str());
+    message.index = index;
+    return message;
+}
+
+template <class Condition>
+bool soon(Condition condition) {
+    for (int i = 0; i < 500; ++i) {
+        if (condition()) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
+}  // namespace em_pni::test
