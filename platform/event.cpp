@@ -1,6 +1,7 @@
 #include "platform/event.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
 #include <map>
@@ -102,15 +103,18 @@ struct CEvent::State {
 
 namespace {
 
-// The named events of this process. Made at the first use; the events hold no reference to it.
+// The named events of this process.
 struct NamedEvents {
     CRecursiveLock lock;
     std::map<std::string, void*, std::less<>> table PNI_GUARDED_BY(lock);
 };
 
 NamedEvents& namedEvents() {
-    static NamedEvents events;
-    return events;
+    // Never destroyed: static objects that end later may own events. Without events it owns
+    // nothing.
+    alignas(NamedEvents) static std::byte storage[sizeof(NamedEvents)];
+    static auto* const events = new (storage) NamedEvents;
+    return *events;
 }
 
 }  // namespace

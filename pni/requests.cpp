@@ -106,7 +106,7 @@ bool CPniExtModule::AnswerReadPniData(CKrcpMessage& request) {
     }
     const bool isFiltered = filter.IsFiltered();
     PNI_TRACE(2, "\nEM_PNI (REQUEST)    : %s", filter.Description().c_str());
-    rapidjson::Document answer;
+    rapidjson::Document answer(&request.document.GetAllocator());
     const bool isBuilt = record_.Read([&](std::span<const std::uint8_t> image) {
         return CPNI_Data(image, isFiltered ? &filter : nullptr).PniGetAllData(answer);
     });
@@ -114,8 +114,8 @@ bool CPniExtModule::AnswerReadPniData(CKrcpMessage& request) {
         krcp::setStatus(request, krcp::NO_DATA);
         return true;
     }
-    krcp::setMember(request, "DA", rapidjson::Value(answer, request.document.GetAllocator()));
     writeDumpFile(places_.dumpFile, krcp::jsonText(answer));
+    krcp::setMember(request, "DA", std::move(answer.Move()));
     krcp::setStatus(request, krcp::SUCCESS);
     PNI_TRACE(2, "\nEM_PNI (RETURN)     :  %s PNI Data", isFiltered ? "Filtered" : "Complete");
     return true;

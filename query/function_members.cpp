@@ -11,8 +11,8 @@ using Layout = layout::PNI_PORT_FUNCTION;
 
 // A speed is a magnitude in bits 0-13 and a unit in bits 14-15. A unit without a word leaves
 // nothing to split into number and unit.
-void addSpeed(CMemberObject& object, const CPniPortFunction& function) {
-    if (!object.Selects(Member::Speed) && !object.Selects(Member::SpeedUnit)) {
+void addSpeed(CAnswerWriter& answer, const CPniPortFunction& function) {
+    if (!answer.Selects(Member::Speed) && !answer.Selects(Member::SpeedUnit)) {
         return;
     }
     const auto code = function.U16(Layout::speed);
@@ -28,58 +28,58 @@ void addSpeed(CMemberObject& object, const CPniPortFunction& function) {
     }
     const std::uint32_t magnitude = *code & 0x3FFFU;
     PNI_TRACE(5, "CPNI_Data::GetPortFnSpeedAndUnit  Result: %d", static_cast<int>(magnitude));
-    object.Add(Member::Speed, magnitude);
-    object.AddName(Member::SpeedUnit, unit);
+    answer.Add(Member::Speed, magnitude);
+    answer.AddName(Member::SpeedUnit, unit);
 }
 
 // Two 16-bit ids in one field, the vendor in the high half.
-void addIds(CMemberObject& object, Member vendor, Member device, std::optional<std::uint32_t> ids) {
+void addIds(CAnswerWriter& answer, Member vendor, Member device, std::optional<std::uint32_t> ids) {
     if (ids) {
-        object.Add(vendor, *ids >> 16);
-        object.Add(device, *ids & 0xFFFFU);
+        answer.Add(vendor, *ids >> 16);
+        answer.Add(device, *ids & 0xFFFFU);
     }
 }
 
-void addPciAddress(CMemberObject& object, std::optional<std::uint32_t> address) {
+void addPciAddress(CAnswerWriter& answer, std::optional<std::uint32_t> address) {
     if (address) {
-        object.Add(Member::PciSegment, *address >> 16);
-        object.Add(Member::PciBus, *address >> 8 & 0xFFU);
-        object.Add(Member::PciDevice, *address >> 3 & 0x1FU);
-        object.Add(Member::PciFunction, *address & 0x07U);
+        answer.Add(Member::PciSegment, *address >> 16);
+        answer.Add(Member::PciBus, *address >> 8 & 0xFFU);
+        answer.Add(Member::PciDevice, *address >> 3 & 0x1FU);
+        answer.Add(Member::PciFunction, *address & 0x07U);
     }
 }
 
-void addBootFlags(CMemberObject& object, std::optional<std::uint8_t> flags) {
+void addBootFlags(CAnswerWriter& answer, std::optional<std::uint8_t> flags) {
     if (flags) {
-        object.AddFlag(Member::BootStatus, (*flags & Layout::bootStatusBit) != 0);
-        object.AddFlag(Member::UefiSupport, (*flags & Layout::uefiSupportBit) != 0);
-        object.AddFlag(Member::RemoteDeploySupport, (*flags & Layout::remoteDeploySupportBit) != 0);
+        answer.AddFlag(Member::BootStatus, (*flags & Layout::bootStatusBit) != 0);
+        answer.AddFlag(Member::UefiSupport, (*flags & Layout::uefiSupportBit) != 0);
+        answer.AddFlag(Member::RemoteDeploySupport, (*flags & Layout::remoteDeploySupportBit) != 0);
     }
 }
 
 }  // namespace
 
-void addFunctionMembers(CMemberObject& object, const CPniPortFunction& function) {
-    object.AddAlways(Member::PhyFunctionId, function.FunctionId());
-    object.Add(Member::BootOptionId, function.U8(Layout::bootOptionId));
+void addFunctionMembers(CAnswerWriter& answer, const CPniPortFunction& function) {
+    answer.AddAlways(memberName(Member::PhyFunctionId), function.FunctionId());
+    answer.Add(Member::BootOptionId, function.U8(Layout::bootOptionId));
     if (const auto name = function.Bytes(Layout::bootName, Layout::bootNameSize)) {
-        object.AddText(Member::BootName, fieldText(*name));
+        answer.AddText(Member::BootName, fieldText(*name));
     }
-    if (object.Selects(Member::TechnologyType)) {
-        object.AddName(Member::TechnologyType,
+    if (answer.Selects(Member::TechnologyType)) {
+        answer.AddName(Member::TechnologyType,
                        functionTechnologyName(static_cast<std::uint8_t>(function.Technology())));
     }
-    object.Add(Member::Bandwidth, function.U8(Layout::bandwidth));
-    object.Add(Member::RateLimit, function.U8(Layout::rateLimit));
-    addSpeed(object, function);
-    object.Add(Member::VlanId, function.U16(Layout::vlanId));
-    addIds(object, Member::VendorId, Member::DeviceId, function.U32(Layout::vendorDeviceId));
-    addIds(object, Member::SubVendorId, Member::SubDeviceId,
+    answer.Add(Member::Bandwidth, function.U8(Layout::bandwidth));
+    answer.Add(Member::RateLimit, function.U8(Layout::rateLimit));
+    addSpeed(answer, function);
+    answer.Add(Member::VlanId, function.U16(Layout::vlanId));
+    addIds(answer, Member::VendorId, Member::DeviceId, function.U32(Layout::vendorDeviceId));
+    addIds(answer, Member::SubVendorId, Member::SubDeviceId,
            function.U32(Layout::subVendorDeviceId));
-    addPciAddress(object, function.U32(Layout::pciAddress));
-    object.AddFlag(Member::Enabled, function.Enabled());
-    addBootFlags(object, function.U8(Layout::bootFlags));
-    addAddressMembers(object, function);
+    addPciAddress(answer, function.U32(Layout::pciAddress));
+    answer.AddFlag(Member::Enabled, function.Enabled());
+    addBootFlags(answer, function.U8(Layout::bootFlags));
+    addAddressMembers(answer, function);
 }
 
 }  // namespace em_pni

@@ -30,12 +30,36 @@ ModuleTechnology moduleTechnologyOf(FunctionTechnology technology) noexcept {
     return ModuleTechnology::none;
 }
 
-void addModuleText(CMemberObject& object, Member member, CImageView header, std::size_t offset,
-                   std::size_t size) {
-    if (object.Selects(member) && header.Has(offset, size)) {
-        object.AddText(member, fieldText(header.Inside(offset, size)));
+// What a module's header says of the selected members. Texts and names are only looked up when they
+// are wanted.
+struct ModuleMembers {
+    const char* technology = nullptr;
+    const char* type = nullptr;
+    std::optional<std::string> name;
+    std::optional<std::string> firmware;
+
+    ModuleMembers(const CAnswerWriter& answer, CImageView header, bool hasTechnology) {
+        using Area = layout::PNI_MODULE_AREA;
+        if (hasTechnology && answer.Selects(Member::TechnologyType) &&
+            header.Has(Area::moduleTypeCode, 1)) {
+            technology = moduleTechnologyName(header.U8(Area::moduleTypeCode));
+        }
+        if (answer.Selects(Member::ModuleType) && header.Has(Area::moduleType, 1)) {
+            type = moduleTypeName(header.U8(Area::moduleType));
+        }
+        if (answer.Selects(Member::ModuleName) && header.Has(Area::name, Area::nameSize)) {
+            name = fieldText(header.Inside(Area::name, Area::nameSize));
+        }
+        if (answer.Selects(Member::FirmwareVersion) &&
+            header.Has(Area::firmwareVersion, Area::firmwareVersionSize)) {
+            firmware = fieldText(header.Inside(Area::firmwareVersion, Area::firmwareVersionSize));
+        }
     }
-}
+
+    [[nodiscard]] bool AreNone() const noexcept {
+        return technology == nullptr && type == nullptr && !name && !firmware;
+    }
+};
 
 }  // namespace
 
@@ -48,10 +72,15 @@ bool CPNI_Data::PniGetAllData(rapidjson::Document& result) {
         return false;
     }
     CRecordCursor cursor(image_, frame);
-    Allocator& allocator = result.GetAllocator();
-    result.SetObject();
-    result.AddMember("NumberOfModules", static_cast<unsigned>(frame.moduleCount), allocator);
-    result.AddMember("Modules", GetModulesData(cursor, frame.moduleCount, allocator), allocator);
+    const auto generate = [&](rapidjson::Document& document) {
+        CAnswerWriter answer(document, Selection());
+        answer.StartObject();
+        answer.AddAlways("NumberOfModules", frame.moduleCount);
+        GetModulesData(answer, cursor, frame.moduleCount);
+        answer.EndObject();
+        return true;
+    };
+    result.Populate(generate);
     return true;
 }
 
@@ -90,10 +119,9 @@ bool CPNI_Data::PassesModuleFilter(const CRecordCursor& cursor) const {
            filter_->Technology() == TechnologyOf(cursor);
 }
 
-rapidjson::Value CPNI_Data::GetModulesData(CRecordCursor& cursor, unsigned count,
-                                           Allocator& allocator) const {
+void CPNI_Data::GetModulesData(CAnswerWriter& answer, CRecordCursor& cursor, unsigned count) const {
     PNI_TRACE(5, "CPNI_Data::GetModulesData  Found [%d] modules", static_cast<int>(count));
-    rapidjson::Value modules(rapidjson::kArrayType);
+    answer.StartArray("Modules");
     for (unsigned index = 0; index < count; ++index) {
         if (!cursor.NextModule()) {
             PNI_TRACE(5, "CPNI_Data::GetModuleData  GetModuleArea for index [%d] failed",
@@ -101,61 +129,51 @@ rapidjson::Value CPNI_Data::GetModulesData(CRecordCursor& cursor, unsigned count
         } else if (!PassesModuleFilter(cursor)) {
             PNI_TRACE(5, "CPNI_Data::GetModuleData  Module with index [%d] ignored by filter",
                       static_cast<int>(index));
-        } else if (rapidjson::Value module = GetModuleData(cursor, allocator); !module.IsNull()) {
-            modules.PushBack(module, allocator);
+        } else {
+            GetModuleData(answer, cursor);
         }
     }
-    return modules;
+    answer.EndArray();
 }
 
-rapidjson::Value CPNI_Data::GetModuleData(CRecordCursor& cursor, Allocator& allocator) const {
-    using Area = layout::PNI_MODULE_AREA;
-    const CImageView header = cursor.ModuleHeader();
-    CMemberObject object(Selection(), allocator);
-    object.AddAlways(Member::ModuleId, cursor.Module().moduleId);
-    object.AddFlag(Member::Enabled, cursor.Module().enable);
-    if (formatVersion_ >= firstVersionWithCodes && object.Selects(Member::TechnologyType) &&
-        header.Has(Area::moduleTypeCode, 1)) {
-        object.AddName(Member::TechnologyType,
-                       moduleTechnologyName(header.U8(Area::moduleTypeCode)));
+void CPNI_Data::GetModuleData(CAnswerWriter& answer, CRecordCursor& cursor) const {
+    const PNI_MODULE_AREA& module = cursor.Module();
+    const ModuleMembers members(answer, cursor.ModuleHeader(),
+                                formatVersion_ >= firstVersionWithCodes);
+    if (!answer.Selects(Member::Enabled) && members.AreNone() && module.portCount == 0) {
+        return;
     }
-    if (object.Selects(Member::ModuleType) && header.Has(Area::moduleType, 1)) {
-        object.AddName(Member::ModuleType, moduleTypeName(header.U8(Area::moduleType)));
-    }
-    addModuleText(object, Member::ModuleName, header, Area::name, Area::nameSize);
-    addModuleText(object, Member::FirmwareVersion, header, Area::firmwareVersion,
-                  Area::firmwareVersionSize);
-    rapidjson::Value ports = GetPortsData(cursor, allocator);
-    if (!object.HasSelectedMembers() && ports.Empty()) {
-        return {};
-    }
-    object.AddAlways("PhysicalPorts", std::move(ports));
-    return object.Take();
+    answer.StartObject();
+    answer.AddAlways(memberName(Member::ModuleId), module.moduleId);
+    answer.AddFlag(Member::Enabled, module.enable);
+    answer.AddName(Member::TechnologyType, members.technology);
+    answer.AddName(Member::ModuleType, members.type);
+    answer.AddText(Member::ModuleName, members.name);
+    answer.AddText(Member::FirmwareVersion, members.firmware);
+    answer.StartArray("PhysicalPorts");
+    GetPortsData(answer, cursor);
+    answer.EndArray();
+    answer.EndObject();
 }
 
-rapidjson::Value CPNI_Data::GetPortsData(CRecordCursor& cursor, Allocator& allocator) const {
-    rapidjson::Value ports(rapidjson::kArrayType);
+void CPNI_Data::GetPortsData(CAnswerWriter& answer, CRecordCursor& cursor) const {
     while (cursor.NextPort()) {
-        CMemberObject object(Selection(), allocator);
-        object.AddAlways(Member::PortId, cursor.Port().portId);
-        if (object.Selects(Member::WolBehavior) && cursor.Port().wolBehaviour) {
-            object.AddName(Member::WolBehavior,
-                           wolBehaviorName(*cursor.Port().wolBehaviour, formatVersion_));
+        const CPniPortArea& port = cursor.Port();
+        answer.StartObject();
+        answer.AddAlways(memberName(Member::PortId), port.portId);
+        if (answer.Selects(Member::WolBehavior) && port.wolBehaviour) {
+            answer.AddName(Member::WolBehavior,
+                           wolBehaviorName(*port.wolBehaviour, formatVersion_));
         }
-        object.AddAlways("PhysicalFunctions", GetFunctionsData(cursor, allocator));
-        ports.PushBack(object.Take(), allocator);
+        answer.StartArray("PhysicalFunctions");
+        while (cursor.NextFunction()) {
+            answer.StartObject();
+            addFunctionMembers(answer, cursor.Function());
+            answer.EndObject();
+        }
+        answer.EndArray();
+        answer.EndObject();
     }
-    return ports;
-}
-
-rapidjson::Value CPNI_Data::GetFunctionsData(CRecordCursor& cursor, Allocator& allocator) const {
-    rapidjson::Value functions(rapidjson::kArrayType);
-    while (cursor.NextFunction()) {
-        CMemberObject object(Selection(), allocator);
-        addFunctionMembers(object, cursor.Function());
-        functions.PushBack(object.Take(), allocator);
-    }
-    return functions;
 }
 
 }  // namespace em_pni

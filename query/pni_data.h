@@ -7,8 +7,8 @@
 
 #include "frudata/image_view.h"
 #include "frudata/record_cursor.h"
+#include "query/answer_writer.h"
 #include "query/data_filter.h"
-#include "query/member_object.h"
 
 namespace em_pni {
 
@@ -26,21 +26,17 @@ class CPNI_Data {
     CPNI_Data(std::span<const std::uint8_t> image, const CPNI_DataFilter* filter) noexcept
         : image_(image.data(), image.size()), filter_(filter) {}
 
-    // Fills `result` with the answer; false when the record cannot be read.
+    // Fills `result`, whose allocator the caller may have chosen, with the answer; false when the
+    // record cannot be read.
     [[nodiscard]] bool PniGetAllData(rapidjson::Document& result);
 
   private:
-    using Allocator = CMemberObject::Allocator;
-
     [[nodiscard]] bool IsDataFilterValid() const;
     [[nodiscard]] bool PassesModuleFilter(const CRecordCursor& cursor) const;
-    [[nodiscard]] rapidjson::Value GetModulesData(CRecordCursor& cursor, unsigned count,
-                                                  Allocator& allocator) const;
-    // Null when nothing of the module was selected.
-    [[nodiscard]] rapidjson::Value GetModuleData(CRecordCursor& cursor, Allocator& allocator) const;
-    [[nodiscard]] rapidjson::Value GetPortsData(CRecordCursor& cursor, Allocator& allocator) const;
-    [[nodiscard]] rapidjson::Value GetFunctionsData(CRecordCursor& cursor,
-                                                    Allocator& allocator) const;
+    void GetModulesData(CAnswerWriter& answer, CRecordCursor& cursor, unsigned count) const;
+    // Writes nothing when nothing of the module was selected and it has no ports.
+    void GetModuleData(CAnswerWriter& answer, CRecordCursor& cursor) const;
+    void GetPortsData(CAnswerWriter& answer, CRecordCursor& cursor) const;
     [[nodiscard]] ModuleTechnology TechnologyOf(const CRecordCursor& cursor) const;
     [[nodiscard]] const CMemberSelection& Selection() const noexcept;
 

@@ -1,0 +1,42 @@
+// Any JSON text as a command document: as a request, as an event, and as the host's answer.
+#include <cstdint>
+#include <string>
+
+#include "pni/pni_ext_module.h"
+
+using namespace em_pni;
+
+namespace {
+
+class CEchoHost final : public CIHostInterface {
+  public:
+    explicit CEchoHost(const std::string& text) : text_(text) {}
+    std::uint32_t SendRequest(CIExtensionModule*, CKrcpMessage& message, std::uint32_t) override {
+        message.document.Parse<rapidjson::kParseIterativeFlag>(text_.data(), text_.size());
+        return 1;
+    }
+    std::uint32_t SwitchStartFinished(CIExtensionModule*, std::uint32_t) override { return 1; }
+    std::uint32_t GetHostKind() override { return 0; }
+
+  private:
+    const std::string& text_;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(data, data + size);
+    CEchoHost host(text);
+    CPniExtModule module(PniPlaces{
+        .config = {.currentDirectory = "/nowhere", .programDirectory = "/nowhere", .dataRoot = ""},
+        .dumpFile = "/nowhere/dump"});
+    module.Start(&host, 0);
+    for (const std::uint32_t index : {0U, 1U}) {
+        CKrcpMessage message;
+        message.index = index;
+        message.document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
+        module.ModuleReply(message);
+        module.ModuleRequest(message);
+    }
+    return 0;
+}
