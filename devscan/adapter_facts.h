@@ -1,0 +1,30 @@
+// What is known about one PCI function as a network or Fibre Channel adapter.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "devscan/hardware_address.h"
+#include "devscan/pci_function.h"
+
+namespace em_pni {
+
+struct AdapterFacts {
+    PciAddress address;
+    PciIds ids;
+    std::uint16_t classCode = 0;  // base class << 8 | sub-class
+    std::uint8_t headerType = 0;  // bits 6..0 layout, bit 7 multi-function
+    std::string driver;           // here and below: empty = none or not known
+    std::optional<MacAddress> activeMac;
+    std::optional<MacAddress> permanentMac;
+    std::optional<WorldWideName> nodeName;
+    std::optional<WorldWideName> portName;
+    std::string optionRom;  // version texts as driver or firmware give them, printable ASCII
+    std::string firmware;
+    std::uint32_t slot = unknownSlot;  // 0 = onboard
+    std::vector<std::string> interfaces;
+};
+
+}  // namespace em_pni

@@ -1,0 +1,85 @@
+#include "devscan/adapter_names.h"
+
+#include <optional>
+#include <string_view>
+
+#include "devscan/text.h"
+#include "platform/file.h"
+#include "platform/number.h"
+#include "platform/profile_file.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+constexpr std::size_t maxNameFile = std::size_t{1} << 20U;
+constexpr std::size_t maxName = 260;  // characters
+
+std::string nameIn(const CProfileText& file, const std::string& section, const std::string& key) {
+    const std::string_view value = file.Find(section, key).value_or(std::string_view());
+    return std::string(trimBlanks(value.substr(0, maxName)));
+}
+
+}  // namespace
+
+AdapterNames CAdapterNames::Find(const PciIds& ids) {
+    const std::string text = readSmallFile(nameFile_, maxNameFile).value_or("");
+    const CProfileText file(text);
+    const std::string vendor = upperHex(ids.vendor, 4);
+    const std::string device = upperHex(ids.device, 4);
+    AdapterNames names;
+    names.vendor = nameIn(file, vendor, "Vendor");
+    if (names.vendor.empty()) {
+        PNI_TRACE(2,
+                  "\nCSystemAdapter      : WARNING! No vendor name found for vendor ID 0x%X sub "
+                  "vendor ID 0x%X!",
+                  unsigned{ids.vendor}, unsigned{ids.subVendor});
+    }
+    names.subVendor = nameIn(file, upperHex(ids.subVendor, 4), "Vendor");
+    if (names.subVendor.empty()) {
+        PNI_TRACE(2,
+                  "\nCSystemAdapter      : WARNING! No sub vendor name found for vendor ID 0x%X "
+                  "sub vendor ID 0x%X!",
+                  unsigned{ids.vendor}, unsigned{ids.subVendor});
+    }
+    names.device = nameIn(file, vendor, device + upperHex(ids.subDevice, 4));
+    if (names.device.empty()) {
+        names.device = nameIn(file, vendor, device);
+    }
+    if (names.device.empty()) {
+        PNI_TRACE(2,
+                  "\nCSystemAdapter      : WARNING! No device name found for vendor ID 0x%X sub "
+                  "vendor ID 0x%X device ID 0x%X sub system ID 0x%X!",
+                  unsigned{ids.vendor}, unsigned{ids.subVendor}, unsigned{ids.device},
+                  unsigned{ids.subDevice});
+        names.device = AskLspci(ids);
+    }
+    return names;
+}
+
+std::string CAdapterNames::AskLspci(const PciIds& ids) {
+    // Held while lspci runs: a second thread that asks for the same device waits for the answer.
+    const CRecursiveLockGuard guard(lock_);
+    const std::uint32_t key = std::uint32_t{ids.vendor} << 16U | ids.device;
+    const auto [entry, isNew] = fromLspci_.try_emplace(key);
+    if (isNew) {
+        const auto output = commands_.Run(
+            {"/sbin/lspci", "-nn", "-d", lowerHex(ids.vendor, 1) + ":" + lowerHex(ids.device, 1)});
+        std::string_view lines = output ? std::string_view(*output) : std::string_view();
+        entry->second = deviceNameOfLspciLine(takeUntil(lines, '\n'));
+    }
+    return entry->second;
+}
+
+std::string deviceNameOfLspciLine(std::string_view line) {
+    constexpr std::string_view mark = "]: ";
+    const std::size_t start = line.find(mark);
+    if (start == std::string_view::npos) {
+        return "";
+    }
+    const std::string_view name = line.substr(start + mark.size());
+    const std::size_t end = name.find('[');
+    return end == std::string_view::npos ? "" : printableText(name.substr(0, end));
+}
+
+}  // namespace em_pni

@@ -1,0 +1,80 @@
+#include "devscan/fc_hosts.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <limits>
+#include <string_view>
+
+#include "devscan/text.h"
+#include "platform/number.h"
+
+namespace em_pni {
+namespace {
+
+constexpr const char* fcDirectory = "sys/class/fc_host";
+
+// The number in "host12".
+std::uint64_t hostNumber(const ClassDevice& host) noexcept {
+    constexpr std::uint64_t none = std::numeric_limits<std::uint64_t>::max();
+    const std::size_t digit = std::min(host.name.find_first_of("0123456789"), host.name.size());
+    return parseDecimal(std::string_view(host.name).substr(digit), none).value_or(none);
+}
+
+std::optional<WorldWideName> nameIn(const CFileTree& files, const std::string& path) {
+    const auto text = files.ReadAttribute(path);
+    return text ? parseWorldWideName(*text) : std::nullopt;
+}
+
+// Each driver has its own attributes: the first one that exists and says something.
+std::string firstText(const CFileTree& files, const std::string& host,
+                      std::initializer_list<const char*> attributes) {
+    for (const char* const attribute : attributes) {
+        const auto raw = files.ReadAttribute(joinedPath({"sys/class/scsi_host", host, attribute}));
+        if (std::string text = raw ? printableText(*raw) : ""; !text.empty()) {
+            return text;
+        }
+    }
+    return "";
+}
+
+}  // namespace
+
+ClassDevices listFcHosts(const CFileTree& files) {
+    ClassDevices devices = listClassDevices(files, fcDirectory).value_or(ClassDevices());
+    for (auto& [function, hosts] : devices) {
+        std::erase_if(hosts, [](const ClassDevice& host) {
+            return host.link.find("/vport-") != std::string::npos ||
+                   host.link.find("/net/") != std::string::npos;
+        });
+        std::sort(hosts.begin(), hosts.end(), [](const ClassDevice& a, const ClassDevice& b) {
+            return hostNumber(a) < hostNumber(b);
+        });
+    }
+    return devices;
+}
+
+void addFcHostFacts(const CFileTree& files, const std::vector<ClassDevice>& hosts,
+                    AdapterFacts& facts) {
+    for (const ClassDevice& host : hosts) {
+        const std::string directory = joinedPath({fcDirectory, host.name});
+        const auto nodeName = nameIn(files, directory + "/node_name");
+        const auto portName = nameIn(files, directory + "/port_name");
+        std::string optionRom = firstText(
+            files, host.name, {"optrom_bios_version", "optrom_efi_version", "option_rom_version"});
+        std::string firmware = firstText(files, host.name, {"fw_version", "fwrev"});
+        if (!isStill(files, fcDirectory, host)) {
+            continue;
+        }
+        facts.nodeName = nodeName;
+        facts.portName = portName;
+        if (!optionRom.empty()) {
+            facts.optionRom = std::move(optionRom);
+        }
+        if (!firmware.empty()) {
+            facts.firmware = std::move(firmware);
+        }
+        return;
+    }
+}
+
+}  // namespace em_pni

@@ -1,0 +1,116 @@
+#include "devscan/file_tree.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+#include "platform/file.h"
+#include "platform/number.h"
+
+namespace em_pni {
+namespace {
+
+CFileDescriptor openForReading(const std::string& path) noexcept {
+    return CFileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+}
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const noexcept { ::closedir(directory); }
+};
+
+}  // namespace
+
+std::string joinedPath(std::initializer_list<std::string_view> parts) {
+    std::string path;
+    for (const std::string_view part : parts) {
+        path.append(path.empty() ? "" : "/").append(part);
+    }
+    return path;
+}
+
+bool isOutOfResources(int error) noexcept {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+std::optional<std::string> CFileTree::ReadAttribute(const std::string& path) const {
+    const CFileDescriptor file = openForReading(FullPath(path));
+    if (!file) {
+        return std::nullopt;
+    }
+    std::array<char, 4095> text{};
+    ssize_t got = 0;
+    do {
+        got = ::read(file.Get(), text.data(), text.size());
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) {
+        return std::nullopt;
+    }
+    return std::string(trimBlanks({text.data(), static_cast<std::size_t>(got)}));
+}
+
+std::optional<std::string> CFileTree::ReadFile(const std::string& path, std::size_t limit) const {
+    return readSmallFile(FullPath(path), limit);
+}
+
+std::optional<std::string> CFileTree::ReadRange(const std::string& path, std::size_t offset,
+                                                std::size_t count) const {
+    const CFileDescriptor file = openForReading(FullPath(path));
+    if (!file) {
+        return std::nullopt;
+    }
+    std::string bytes(count, '\0');
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t got = ::pread(file.Get(), bytes.data() + done, count - done,
+                                    static_cast<off_t>(offset + done));
+        if (got > 0) {
+            done += static_cast<std::size_t>(got);
+        } else if (got == 0) {
+            errno = EIO;
+            return std::nullopt;
+        } else if (errno != EINTR) {
+            return std::nullopt;
+        }
+    }
+    return bytes;
+}
+
+std::optional<std::string> CFileTree::ReadLink(const std::string& path) const {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = ::readlink(FullPath(path).c_str(), target.data(), target.size());
+    if (length < 0) {
+        return std::nullopt;
+    }
+    return std::string(target.data(), static_cast<std::size_t>(length));
+}
+
+std::optional<std::vector<std::string>> CFileTree::List(const std::string& path) const {
+    const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(FullPath(path).c_str()));
+    if (!directory) {
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    for (;;) {
+        errno = 0;
+        const dirent* const entry = ::readdir(directory.get());
+        if (entry == nullptr) {
+            break;
+        }
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    if (errno != 0) {
+        return std::nullopt;
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace em_pni

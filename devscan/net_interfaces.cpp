@@ -1,0 +1,222 @@
+#include "devscan/net_interfaces.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <linux/ethtool.h>
+#include <linux/sockios.h>
+#include <net/if_arp.h>
+#include <span>
+#include <string_view>
+#include <tuple>
+
+#include "devscan/text.h"
+#include "platform/number.h"
+
+namespace em_pni {
+namespace {
+
+constexpr const char* netDirectory = "sys/class/net";
+constexpr std::size_t maxProcNetDev = std::size_t{1} << 20U;
+constexpr std::size_t maxPermanentAddress = 32;  // MAX_ADDR_LEN of the kernel
+
+std::string attributePath(const std::string& interface, const char* attribute) {
+    return joinedPath({netDirectory, interface, attribute});
+}
+
+// The number in an attribute, the largest one when there is none.
+std::uint32_t numberIn(const CFileTree& files, const std::string& path) {
+    constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
+    const auto text = files.ReadAttribute(path);
+    const auto number = text ? parseDecimal(*text, none) : std::nullopt;
+    return static_cast<std::uint32_t>(number.value_or(none));
+}
+
+// One interface, asked by name.
+class CInterfaceQuery {
+  public:
+    CInterfaceQuery(const CFileTree& files, CInterfaceControl& control, const std::string& name)
+        : files_(files), control_(control), name_(name) {}
+
+    struct DriverInfo {
+        std::string driver;
+        std::string firmware;
+        std::string optionRom;
+        std::string busAddress;
+    };
+    struct LinkAddress {
+        bool ethernet = false;
+        std::optional<MacAddress> mac;
+    };
+
+    [[nodiscard]] std::optional<DriverInfo> Driver() const {
+        ethtool_drvinfo info{};
+        info.cmd = ETHTOOL_GDRVINFO;
+        if (Ethtool(&info) != 0) {
+            return std::nullopt;
+        }
+        return DriverInfo{Text(info.driver), Text(info.fw_version), Text(info.erom_version),
+                          Text(info.bus_info)};
+    }
+
+    [[nodiscard]] LinkAddress Current() const {
+        ifreq request{};
+        if (Call(SIOCGIFHWADDR, request) == 0) {
+            MacAddress mac{};
+            std::memcpy(mac.data(), request.ifr_hwaddr.sa_data, mac.size());
+            return {request.ifr_hwaddr.sa_family == ARPHRD_ETHER,
+                    isZero(mac) ? std::nullopt : std::optional(mac)};
+        }
+        const auto type = files_.ReadAttribute(attributePath(name_, "type"));
+        return {type && parseDecimal(*type, 0xFFFF) == std::uint64_t{ARPHRD_ETHER},
+                MacIn("address")};
+    }
+
+    // The address the hardware was made with; `current` where nobody knows of another one.
+    [[nodiscard]] std::optional<MacAddress> Permanent(
+        const std::optional<MacAddress>& current) const {
+        constexpr std::size_t head = sizeof(ethtool_perm_addr);
+        ethtool_perm_addr question{};
+        question.cmd = ETHTOOL_GPERMADDR;
+        question.size = maxPermanentAddress;
+        alignas(ethtool_perm_addr) std::array<std::uint8_t, head + maxPermanentAddress> answer{};
+        std::memcpy(answer.data(), &question, head);
+        const int error = Ethtool(answer.data());
+        if (error == 0) {
+            std::memcpy(&question, answer.data(), head);
+            MacAddress mac{};
+            std::memcpy(mac.data(), answer.data() + head, mac.size());
+            if (question.size == mac.size() && !isZero(mac)) {
+                return mac;
+            }
+        }
+        const auto member = files_.ReadAttribute(attributePath(name_, "bonding_slave/perm_hwaddr"));
+        const bool mayBeMember = !member && errno != ENOENT && errno != ENOTDIR;
+        if (const auto mac = member ? parseMacAddress(*member) : std::nullopt) {
+            return mac;
+        }
+        // A current address may have been set by anybody: it stands in for the permanent one only
+        // where the driver does not know that, not where asking failed.
+        const bool unsupported = error == 0 || error == EOPNOTSUPP || error == ENOTTY;
+        return unsupported && !mayBeMember ? current : std::nullopt;
+    }
+
+    [[nodiscard]] std::uint32_t Index() const {
+        ifreq request{};
+        return Call(SIOCGIFINDEX, request) == 0 ? static_cast<std::uint32_t>(request.ifr_ifindex)
+                                                : numberIn(files_, attributePath(name_, "ifindex"));
+    }
+
+    [[nodiscard]] std::uint32_t Port() const {
+        return numberIn(files_, attributePath(name_, "dev_port"));
+    }
+
+  private:
+    int Call(unsigned long request, ifreq& data) const {
+        if (name_.size() >= IFNAMSIZ) {
+            return ENODEV;
+        }
+        name_.copy(data.ifr_name, name_.size());
+        return control_.Ioctl(request, data);
+    }
+
+    int Ethtool(void* command) const {
+        ifreq request{};
+        request.ifr_data = static_cast<char*>(command);
+        return Call(SIOCETHTOOL, request);
+    }
+
+    template <std::size_t size>
+    static std::string Text(const char (&field)[size]) {
+        return printableText({field, ::strnlen(field, size)});
+    }
+
+    [[nodiscard]] std::optional<MacAddress> MacIn(const char* attribute) const {
+        const auto text = files_.ReadAttribute(attributePath(name_, attribute));
+        return text ? parseMacAddress(*text) : std::nullopt;
+    }
+
+    const CFileTree& files_;
+    CInterfaceControl& control_;
+    const std::string& name_;
+};
+
+// Without sysfs: /proc/net/dev has two heading lines, then "  name: numbers".
+ClassDevices listByBusAddress(const CFileTree& files, CInterfaceControl& control) {
+    ClassDevices devices;
+    const auto table = files.ReadFile("proc/net/dev", maxProcNetDev);
+    std::string_view rest = table ? std::string_view(*table) : std::string_view();
+    while (!rest.empty()) {
+        std::string_view line = takeUntil(rest, '\n');
+        if (line.find(':') == std::string_view::npos) {
+            continue;
+        }
+        const std::string name(trimBlanks(takeUntil(line, ':')));
+        const auto info = CInterfaceQuery(files, control, name).Driver();
+        if (const auto function = info ? parsePciAddress(info->busAddress) : std::nullopt) {
+            devices[*function].push_back({name, ""});
+        }
+    }
+    return devices;
+}
+
+// What one interface contributes.
+struct Contribution {
+    std::uint32_t port = 0;
+    std::uint32_t index = 0;
+    CInterfaceQuery::LinkAddress address;
+    std::optional<MacAddress> permanent;
+    CInterfaceQuery::DriverInfo driver;
+
+    [[nodiscard]] auto Rank() const noexcept { return std::tuple(!address.ethernet, port, index); }
+};
+
+Contribution contributionOf(const CInterfaceQuery& query) {
+    Contribution result;
+    result.port = query.Port();
+    result.index = query.Index();
+    result.address = query.Current();
+    if (result.address.ethernet) {
+        result.permanent = query.Permanent(result.address.mac);
+    }
+    result.driver = query.Driver().value_or(CInterfaceQuery::DriverInfo());
+    return result;
+}
+
+}  // namespace
+
+ClassDevices listNetInterfaces(const CFileTree& files, CInterfaceControl& control) {
+    auto devices = listClassDevices(files, netDirectory);
+    return devices ? std::move(*devices) : listByBusAddress(files, control);
+}
+
+void addInterfaceFacts(const CFileTree& files, CInterfaceControl& control,
+                       const std::vector<ClassDevice>& interfaces, AdapterFacts& facts) {
+    std::optional<Contribution> best;
+    for (const ClassDevice& interface : interfaces) {
+        Contribution next = contributionOf(CInterfaceQuery(files, control, interface.name));
+        if (!interface.link.empty() && !isStill(files, netDirectory, interface)) {
+            continue;
+        }
+        facts.interfaces.push_back(interface.name);
+        if (!best || next.Rank() < best->Rank()) {
+            best = std::move(next);
+        }
+    }
+    if (!best) {
+        return;
+    }
+    if (best->address.ethernet) {
+        facts.activeMac = best->address.mac;
+        facts.permanentMac = best->permanent;
+    }
+    facts.optionRom = std::move(best->driver.optionRom);
+    facts.firmware = std::move(best->driver.firmware);
+    if (facts.driver.empty()) {
+        facts.driver = std::move(best->driver.driver);
+    }
+}
+
+}  // namespace em_pni

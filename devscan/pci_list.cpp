@@ -1,0 +1,187 @@
+#include "devscan/pci_list.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "devscan/pci_text.h"
+#include "devscan/text.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+using Functions = std::optional<std::vector<PciFunction>>;
+
+constexpr const char* sysfsDirectory = "sys/bus/pci/devices";
+constexpr const char* procDirectory = "proc/bus/pci";
+constexpr std::size_t maxProcList = std::size_t{4} << 20U;
+constexpr std::size_t configHeaderTypeOffset = 0x0E;
+constexpr std::size_t configHeaderSize = 0x40;
+constexpr char configNoAnswer = '\xFF';  // what a device that is gone or powered down reads as
+
+// The facts that only adapters are asked for.
+void addAdapterAttributes(const CFileTree& files, const std::string& directory,
+                          PciFunction& function) {
+    const auto header = files.ReadRange(directory + "/config", configHeaderTypeOffset, 1);
+    if (header && header->front() != configNoAnswer) {
+        function.headerType = static_cast<std::uint8_t>(header->front());
+    }
+    if (const auto driver = files.ReadLink(directory + "/driver")) {
+        function.driver = driver->substr(driver->rfind('/') + 1);
+    }
+}
+
+// One entry of sysfs; nothing, with errno set, when it is not there any more or is no function of
+// its own.
+std::optional<PciFunction> readSysfsFunction(const CFileTree& files, const std::string& directory,
+                                             const PciAddress& address) {
+    const auto modalias = files.ReadAttribute(directory + "/modalias");
+    auto function = modalias ? parseModalias(*modalias) : std::nullopt;
+    if (!function) {
+        return std::nullopt;
+    }
+    function->address = address;
+    const bool wanted = isNetworkOrFc(*function);
+    if (!wanted && pciBaseClass(function->classCode) != pciBaseStorage) {
+        return function;
+    }
+    if (files.ReadLink(directory + "/physfn")) {
+        return std::nullopt;
+    }
+    if (wanted) {
+        const auto link = files.ReadLink(directory);
+        if (!link) {
+            return std::nullopt;
+        }
+        function->bridges = pciBridgesOfPath(*link);
+        function->onRootBus = function->bridges.empty();
+        addAdapterAttributes(files, directory, *function);
+    }
+    return function;
+}
+
+Functions listFromSysfs(CMachine& machine) {
+    const auto names = machine.Files().List(sysfsDirectory);
+    if (!names) {
+        return std::nullopt;
+    }
+    std::vector<PciFunction> list;
+    bool readable = names->empty();
+    for (const std::string& name : *names) {
+        const auto address = parsePciAddress(name);
+        if (!address) {
+            PNI_TRACE(5, "\nCSystemAdapter      : PCI function %s left out: segment too high",
+                      name.c_str());
+            readable = true;
+            continue;
+        }
+        errno = 0;
+        auto function =
+            readSysfsFunction(machine.Files(), joinedPath({sysfsDirectory, name}), *address);
+        if (function) {
+            list.push_back(std::move(*function));
+            readable = true;
+        } else if (isOutOfResources(errno)) {
+            // Functions would be missing that are there.
+            return std::nullopt;
+        }
+    }
+    return readable ? Functions(std::move(list)) : std::nullopt;
+}
+
+// The configuration space is below the bus; the bus has its segment in front on some platforms.
+std::optional<std::string> readProcConfig(const CFileTree& files, const PciAddress& address) {
+    const std::string bus = lowerHex(address.bus, 2);
+    const std::string function =
+        lowerHex(address.device, 2) + "." + std::to_string(address.function);
+    for (const std::string& folder : {bus, "0000:" + bus}) {
+        auto config =
+            files.ReadRange(joinedPath({procDirectory, folder, function}), 0, configHeaderSize);
+        if (config) {
+            return config;
+        }
+    }
+    return std::nullopt;
+}
+
+Functions listFromProc(CMachine& machine) {
+    const auto text = machine.Files().ReadFile(joinedPath({procDirectory, "devices"}), maxProcList);
+    if (!text) {
+        return std::nullopt;
+    }
+    std::vector<PciFunction> list;
+    for (PciFunction& function : parseProcPciDevices(*text)) {
+        const auto config = readProcConfig(machine.Files(), function.address);
+        // Virtual functions have no ids in their configuration space, and functions of other
+        // segments, which the list does not tell apart, are elsewhere: neither agrees.
+        if (config && applyConfigHeader(CByteView(*config), function)) {
+            list.push_back(std::move(function));
+        } else if (!config && isOutOfResources(errno)) {
+            return std::nullopt;
+        }
+    }
+    return list.empty() && !text->empty() ? std::nullopt : Functions(std::move(list));
+}
+
+Functions listFromCommand(CMachine& machine, const std::vector<std::string>& command,
+                          std::vector<PciFunction> (*parse)(std::string_view)) {
+    const auto output = machine.Commands().Run(command);
+    auto list = output ? parse(*output) : std::vector<PciFunction>();
+    return list.empty() ? std::nullopt : Functions(std::move(list));
+}
+
+Functions listFromLspci(CMachine& machine) {
+    return listFromCommand(machine, {"/sbin/lspci", "-D", "-n", "-vmm"}, parseLspciRecords);
+}
+
+Functions listFromLocalcli(CMachine& machine) {
+    for (const char* const program : {"/bin/localcli", "/sbin/localcli"}) {
+        if (auto list = listFromCommand(machine, {program, "hardware", "pci", "list"},
+                                        parseLocalcliRecords)) {
+            return list;
+        }
+    }
+    return std::nullopt;
+}
+
+void sortByAddress(std::vector<PciFunction>& list) {
+    std::stable_sort(list.begin(), list.end(), [](const PciFunction& a, const PciFunction& b) {
+        return a.address < b.address;
+    });
+    const auto same = [](const PciFunction& a, const PciFunction& b) {
+        return a.address == b.address;
+    };
+    list.erase(std::unique(list.begin(), list.end(), same), list.end());
+}
+
+}  // namespace
+
+bool isNetworkOrFc(const PciFunction& function) noexcept {
+    return pciBaseClass(function.classCode) == pciBaseNetwork ||
+           function.classCode == pciClassFibreChannel || function.classCode == pciClassInfiniband;
+}
+
+Functions listPciFunctions(CMachine& machine) {
+    struct Source {
+        const char* name;
+        Functions (*list)(CMachine&);
+    };
+    constexpr std::array<Source, 4> sources{{{"sysfs", listFromSysfs},
+                                             {"/proc/bus/pci", listFromProc},
+                                             {"lspci", listFromLspci},
+                                             {"localcli", listFromLocalcli}}};
+    for (const Source& source : sources) {
+        if (auto list = source.list(machine)) {
+            sortByAddress(*list);
+            PNI_TRACE(5, "\nCSystemAdapter      : %zu PCI functions from %s", list->size(),
+                      source.name);
+            return list;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace em_pni

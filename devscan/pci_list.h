@@ -1,0 +1,24 @@
+// The list of all PCI functions of a machine, from whichever source it has.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "devscan/machine.h"
+#include "devscan/pci_function.h"
+
+namespace em_pni {
+
+// Asks sysfs, else /proc/bus/pci, else lspci, else localcli, and takes the first that answers; an
+// empty list is an answer of the first two only, as a command that lists nothing has not
+// understood. In order of address, each address once, virtual functions left out where the source
+// shows them. Nothing when no source can be read.
+//
+// Drivers and header types of functions other than network and Fibre Channel ones are left out
+// where they would cost further reads.
+std::optional<std::vector<PciFunction>> listPciFunctions(CMachine& machine);
+
+// Base class network, or serial bus with Fibre Channel or InfiniBand.
+bool isNetworkOrFc(const PciFunction& function) noexcept;
+
+}  // namespace em_pni

@@ -1,0 +1,223 @@
+#include "devscan/pci_text.h"
+
+#include <array>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "devscan/text.h"
+#include "platform/number.h"
+
+namespace em_pni {
+namespace {
+
+// Configuration space header, offsets in bytes.
+constexpr std::size_t configVendor = 0x00;
+constexpr std::size_t configDevice = 0x02;
+constexpr std::size_t configClass = 0x0A;
+constexpr std::size_t configHeaderType = 0x0E;
+constexpr std::size_t configSubVendor = 0x2C;  // header layout 0 only
+constexpr std::size_t configSubDevice = 0x2E;
+constexpr std::size_t configHeaderSize = 0x40;
+constexpr unsigned headerLayoutMask = 0x7F;
+
+// Cuts `label` and the `width` hexadecimal digits behind it off the front of `rest`.
+std::optional<std::uint16_t> takeLabelled(std::string_view& rest, std::string_view label,
+                                          std::size_t width) noexcept {
+    if (!rest.starts_with(label) || rest.size() - label.size() < width) {
+        return std::nullopt;
+    }
+    const auto value = parseHexAs<std::uint16_t>(rest.substr(label.size(), width));
+    rest.remove_prefix(label.size() + width);
+    return value;
+}
+
+std::optional<std::uint16_t> hexId(std::string_view digits) noexcept {
+    return parseHexAs<std::uint16_t>(digits);
+}
+
+// "0x8086" or decimal.
+template <typename Integer>
+std::optional<Integer> prefixed(std::string_view text) noexcept {
+    const auto value = parseNumber(text, std::numeric_limits<Integer>::max());
+    return value ? std::optional(static_cast<Integer>(*value)) : std::nullopt;
+}
+
+// A record of a command's output while its lines come in.
+struct Draft {
+    PciFunction function;
+    std::optional<std::uint16_t> segment, bus, device, fn;  // localcli's parts of the address
+    std::optional<std::uint16_t> vendor, deviceId, classCode;
+
+    void AppendTo(std::vector<PciFunction>& list) {
+        if (vendor && deviceId && classCode && function.address.IsKnown()) {
+            function.ids.vendor = *vendor;
+            function.ids.device = *deviceId;
+            function.classCode = *classCode;
+            list.push_back(std::move(function));
+        }
+        *this = {};
+    }
+};
+
+void takeLspciLine(std::string_view tag, std::string_view value, Draft& draft) {
+    if (tag == "Slot") {
+        draft.function.address = parsePciAddress(value).value_or(PciAddress());
+        draft.function.onRootBus = draft.function.address.bus == 0;
+    } else if (tag == "Class") {
+        draft.classCode = hexId(value);
+    } else if (tag == "Vendor") {
+        draft.vendor = hexId(value);
+    } else if (tag == "Device") {
+        draft.deviceId = hexId(value);
+    } else if (tag == "SVendor") {
+        draft.function.ids.subVendor = hexId(value).value_or(0);
+    } else if (tag == "SDevice") {
+        draft.function.ids.subDevice = hexId(value).value_or(0);
+    }
+}
+
+void takeLocalcliId(std::string_view key, std::string_view value, Draft& draft) {
+    const auto number = prefixed<std::uint16_t>(value);
+    if (key == "Segment") {
+        draft.segment = number;
+    } else if (key == "Bus") {
+        draft.bus = number;
+    } else if (key == "Slot") {
+        draft.device = number;
+    } else if (key == "Function") {
+        draft.fn = number;
+    } else if (key == "Vendor ID") {
+        draft.vendor = number;
+    } else if (key == "Device ID") {
+        draft.deviceId = number;
+    } else if (key == "SubVendor ID") {
+        draft.function.ids.subVendor = number.value_or(0);
+    } else if (key == "SubDevice ID") {
+        draft.function.ids.subDevice = number.value_or(0);
+    } else if (key == "Device Class") {
+        draft.classCode = number;
+    }
+}
+
+void takeLocalcliLine(std::string_view key, std::string_view value, Draft& draft) {
+    if (key == "VMkernel Name") {
+        if (value.starts_with("vmnic")) {
+            draft.function.interfaces.emplace_back(value);
+        }
+    } else if (key == "Module Name") {
+        draft.function.driver = value;
+    } else if (key == "Physical Slot") {
+        draft.function.slot = prefixed<std::uint32_t>(value).value_or(unknownSlot);
+    } else {
+        takeLocalcliId(key, value, draft);
+    }
+}
+
+// The address is taken from the keys: the form of the heading differs between releases.
+void finishLocalcli(Draft& draft, std::vector<PciFunction>& list) {
+    if (draft.segment && draft.bus && draft.device && draft.fn && *draft.bus <= 0xFF &&
+        *draft.device <= 31 && *draft.fn <= 7) {
+        draft.function.address = {*draft.segment, static_cast<std::uint8_t>(*draft.bus),
+                                  static_cast<std::uint8_t>(*draft.device),
+                                  static_cast<std::uint8_t>(*draft.fn)};
+        draft.function.onRootBus = *draft.bus == 0;
+    }
+    draft.AppendTo(list);
+}
+
+}  // namespace
+
+std::optional<PciFunction> parseModalias(std::string_view text) {
+    text = trimBlanks(text);
+    const auto vendor = takeLabelled(text, "pci:v", 8);
+    const auto device = takeLabelled(text, "d", 8);
+    const auto subVendor = takeLabelled(text, "sv", 8);
+    const auto subDevice = takeLabelled(text, "sd", 8);
+    const auto base = takeLabelled(text, "bc", 2);
+    const auto sub = takeLabelled(text, "sc", 2);
+    if (!vendor || !device || !subVendor || !subDevice || !base || !sub) {
+        return std::nullopt;
+    }
+    PciFunction function;
+    function.ids = {*vendor, *device, *subVendor, *subDevice};
+    function.classCode = static_cast<std::uint16_t>(*base << 8U | *sub);
+    return function;
+}
+
+std::vector<PciFunction> parseProcPciDevices(std::string_view text) {
+    constexpr int fieldsBeforeDriver = 17;
+    std::vector<PciFunction> list;
+    while (!text.empty()) {
+        std::string_view line = takeUntil(text, '\n');
+        const auto place = parseHexAs<std::uint16_t>(takeUntil(line, '\t'));
+        const auto ids = parseHexAs<std::uint32_t>(takeUntil(line, '\t'));
+        if (!place || !ids) {
+            continue;
+        }
+        for (int field = 2; field < fieldsBeforeDriver; ++field) {
+            takeUntil(line, '\t');
+        }
+        PciFunction function;
+        function.address = pciAddress(0, static_cast<std::uint8_t>(*place >> 8U),
+                                      static_cast<std::uint8_t>(*place & 0xFFU));
+        function.ids.vendor = static_cast<std::uint16_t>(*ids >> 16U);
+        function.ids.device = static_cast<std::uint16_t>(*ids & 0xFFFFU);
+        function.driver = trimBlanks(line);
+        function.onRootBus = function.address.bus == 0;
+        list.push_back(std::move(function));
+    }
+    return list;
+}
+
+bool applyConfigHeader(CByteView config, PciFunction& function) noexcept {
+    if (!config.Has(0, configHeaderSize) || config.U16(configVendor) != function.ids.vendor ||
+        config.U16(configDevice) != function.ids.device) {
+        return false;
+    }
+    function.classCode = config.U16(configClass);
+    function.headerType = config.U8(configHeaderType);
+    if ((function.headerType & headerLayoutMask) == 0) {
+        function.ids.subVendor = config.U16(configSubVendor);
+        function.ids.subDevice = config.U16(configSubDevice);
+    }
+    return true;
+}
+
+std::vector<PciFunction> parseLspciRecords(std::string_view text) {
+    std::vector<PciFunction> list;
+    Draft draft;
+    while (!text.empty()) {
+        std::string_view value = takeUntil(text, '\n');
+        if (trimBlanks(value).empty()) {
+            draft.AppendTo(list);
+            continue;
+        }
+        const std::string_view tag = takeUntil(value, ':');
+        takeLspciLine(tag, trimBlanks(value), draft);
+    }
+    draft.AppendTo(list);
+    return list;
+}
+
+std::vector<PciFunction> parseLocalcliRecords(std::string_view text) {
+    std::vector<PciFunction> list;
+    Draft draft;
+    while (!text.empty()) {
+        const std::string_view line = trimBlanks(takeUntil(text, '\n'));
+        if (line.empty()) {
+            continue;
+        }
+        const std::size_t colon = line.find(": ");
+        if (colon != std::string_view::npos) {
+            takeLocalcliLine(line.substr(0, colon), trimBlanks(line.substr(colon + 1)), draft);
+        } else if (!line.ends_with(':')) {
+            // Not even a key without a value: the heading of the next record.
+            finishLocalcli(draft, list);
+        }
+    }
+    finishLocalcli(draft, list);
+    return list;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,77 @@
+#include "devscan/scan.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "devscan/fc_hosts.h"
+#include "devscan/net_interfaces.h"
+#include "devscan/pci_list.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+std::vector<PciFunction> adaptersAmong(const std::vector<PciFunction>& functions) {
+    std::vector<PciFunction> adapters;
+    for (const PciFunction& function : functions) {
+        const bool storageOnCard =
+            pciBaseClass(function.classCode) == pciBaseStorage &&
+            std::any_of(functions.begin(), functions.end(), [&](const PciFunction& other) {
+                return isNetworkOrFc(other) && other.address.SameDevice(function.address);
+            });
+        if (storageOnCard || isNetworkOrFc(function)) {
+            adapters.push_back(function);
+        }
+    }
+    return adapters;
+}
+
+const std::vector<ClassDevice>& devicesOf(const ClassDevices& devices, const PciAddress& address) {
+    static const std::vector<ClassDevice> none;
+    const auto found = devices.find(address);
+    return found == devices.end() ? none : found->second;
+}
+
+AdapterFacts factsOfList(PciFunction&& function, const SlotTables* tables) {
+    AdapterFacts facts;
+    facts.slot = tables != nullptr ? resolveSlot(function, *tables) : unknownSlot;
+    if (facts.slot == unknownSlot) {
+        facts.slot = function.slot;
+    }
+    facts.address = function.address;
+    facts.ids = function.ids;
+    facts.classCode = function.classCode;
+    facts.headerType = function.headerType;
+    facts.driver = std::move(function.driver);
+    facts.interfaces = std::move(function.interfaces);
+    return facts;
+}
+
+}  // namespace
+
+std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine) {
+    const auto functions = listPciFunctions(machine);
+    if (!functions) {
+        PNI_TRACE(1, "\nCSystemAdapter      : ERROR! No list of PCI functions can be read.");
+        return std::nullopt;
+    }
+    auto found = adaptersAmong(*functions);
+    std::vector<CSystemAdapter> adapters;
+    if (found.empty()) {
+        return adapters;
+    }
+    const CFileTree& files = machine.Files();
+    const ClassDevices interfaces = listNetInterfaces(files, machine.Interfaces());
+    const ClassDevices fcHosts = listFcHosts(files);
+    const SlotTables* const tables = machine.Slots();
+    adapters.reserve(found.size());
+    for (PciFunction& function : found) {
+        AdapterFacts facts = factsOfList(std::move(function), tables);
+        addInterfaceFacts(files, machine.Interfaces(), devicesOf(interfaces, facts.address), facts);
+        addFcHostFacts(files, devicesOf(fcHosts, facts.address), facts);
+        adapters.emplace_back(std::move(facts), machine);
+    }
+    return adapters;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,133 @@
+#include "devscan/smbios.h"
+
+#include <algorithm>
+
+namespace em_pni {
+namespace {
+
+constexpr std::size_t entryAlignment = 16;
+
+// "_SM_": 32 bit entry point, offsets in bytes.
+constexpr std::size_t entry32Length = 0x05;
+constexpr std::size_t entry32MinSize = 0x1E;  // what SMBIOS 2.1 states; later ones 0x1F
+constexpr std::size_t entry32TableSize = 0x16;
+constexpr std::size_t entry32TableAddress = 0x18;
+
+// "_SM3_": 64 bit entry point.
+constexpr std::size_t entry64Length = 0x06;
+constexpr std::size_t entry64MinSize = 0x18;
+constexpr std::size_t entry64TableSize = 0x0C;
+constexpr std::size_t entry64TableAddress = 0x10;
+
+// Every structure: type, length of the formatted area, handle; then its strings.
+constexpr std::size_t headerType = 0;
+constexpr std::size_t headerLength = 1;
+constexpr std::size_t headerSize = 4;
+constexpr std::uint8_t typeSlot = 9;
+constexpr std::uint8_t typeOnboard = 41;
+constexpr std::uint8_t typeEnd = 127;
+
+// Type 9.
+constexpr std::size_t slotId = 0x09;
+constexpr std::size_t slotAddress = 0x0D;  // segment (16 bit), bus, devfn
+constexpr std::size_t slotPeerCount = 0x12;
+constexpr std::size_t slotPeers = 0x13;
+constexpr std::size_t slotPeerSize = 5;  // address, and a width
+
+// Type 41.
+constexpr std::size_t onboardType = 0x05;
+constexpr std::uint8_t onboardEnabled = 0x80;
+constexpr std::size_t onboardAddress = 0x07;
+
+constexpr std::size_t addressSize = 4;
+constexpr std::uint8_t unknownBus = 0xFF;  // whatever segment and devfn say then
+
+std::optional<SmbiosTablePlace> entryPointAt(CByteView area, std::size_t offset) noexcept {
+    if (area.HasText(offset, "_SM3_")) {
+        const CByteView entry = area.Part(offset, area.U8(offset + entry64Length));
+        if (entry.Size() >= entry64MinSize && entry.SumsToZero()) {
+            return SmbiosTablePlace{entry.U64(entry64TableAddress), entry.U32(entry64TableSize)};
+        }
+    } else if (area.HasText(offset, "_SM_")) {
+        const CByteView entry = area.Part(offset, area.U8(offset + entry32Length));
+        if (entry.Size() >= entry32MinSize && entry.SumsToZero()) {
+            return SmbiosTablePlace{entry.U32(entry32TableAddress), entry.U16(entry32TableSize)};
+        }
+    }
+    return std::nullopt;
+}
+
+// The address at `offset` of a structure, which may be too short to have one.
+std::optional<PciAddress> addressAt(CByteView structure, std::size_t offset) noexcept {
+    const CByteView bytes = structure.Part(offset, addressSize);
+    if (bytes.Size() == 0 || bytes.U8(2) == unknownBus) {
+        return std::nullopt;
+    }
+    return pciAddress(bytes.U16(0), bytes.U8(2), bytes.U8(3));
+}
+
+void addSlot(CByteView structure, SlotTables& tables) {
+    const std::uint16_t id = structure.U16(slotId);
+    if (const auto address = addressAt(structure, slotAddress)) {
+        tables.slots.push_back({*address, id});
+    }
+    for (std::size_t peer = 0; peer < structure.U8(slotPeerCount); ++peer) {
+        if (const auto address = addressAt(structure, slotPeers + peer * slotPeerSize)) {
+            tables.slots.push_back({*address, id});
+        }
+    }
+}
+
+void addOnboard(CByteView structure, SlotTables& tables) {
+    const auto address = addressAt(structure, onboardAddress);
+    if (address && (structure.U8(onboardType) & onboardEnabled) != 0) {
+        tables.onboard.push_back(*address);
+    }
+}
+
+// The offset behind the two zero bytes that end the strings, which begin at `offset`.
+std::optional<std::size_t> endOfStrings(CByteView table, std::size_t offset) noexcept {
+    for (; table.Has(offset, 2); ++offset) {
+        if (table.U16(offset) == 0) {
+            return offset + 2;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<SmbiosTablePlace> findSmbiosEntryPoint(CByteView area) noexcept {
+    for (std::size_t offset = 0; area.Has(offset, entryAlignment); offset += entryAlignment) {
+        if (const auto place = entryPointAt(area, offset)) {
+            return place;
+        }
+    }
+    return std::nullopt;
+}
+
+void addSmbiosPlaces(CByteView table, SlotTables& tables) {
+    std::size_t offset = 0;
+    while (table.Has(offset, headerSize)) {
+        const CByteView structure = table.Part(offset, table.U8(offset + headerLength));
+        const auto next = endOfStrings(table, offset + structure.Size());
+        if (structure.Size() < headerSize || !next) {
+            return;
+        }
+        switch (structure.U8(headerType)) {
+            case typeSlot:
+                addSlot(structure, tables);
+                break;
+            case typeOnboard:
+                addOnboard(structure, tables);
+                break;
+            case typeEnd:
+                return;
+            default:
+                break;
+        }
+        offset = *next;
+    }
+}
+
+}  // namespace em_pni

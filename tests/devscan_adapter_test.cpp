@@ -1,0 +1,126 @@
+#include <gtest/gtest.h>
+#include <sstream>
+#include <thread>
+
+#include "platform/debug_client.h"
+#include "tests/devscan_fake_machine.h"
+
+namespace em_pni {
+namespace {
+
+// What `action` traces at `level`.
+std::string traced(const char* level, const std::function<void()>& action) {
+    static std::string directory;
+    static std::string levelText;
+    const CTempDirectory place;
+    directory = place.Path();
+    levelText = level;
+    {
+        const CDebugClient client(directory, "EM_PNI", [](const char* name) -> const char* {
+            const std::string_view wanted = name;
+            return wanted == "QL_LOG_FILE_DIR"      ? directory.c_str()
+                   : wanted == "QL_LOG_DEBUG_LEVEL" ? levelText.c_str()
+                                                    : nullptr;
+        });
+        action();
+    }
+    std::stringstream text;
+    text << std::ifstream(place.Path() / "log.EM_PNI").rdbuf();
+    return text.str();
+}
+
+bool has(const std::string& text, const std::string& line) {
+    return text.find(line) != std::string::npos;
+}
+
+constexpr const char* function = "pci0000:00/0000:00:01.0/0000:03:00.0";
+const std::string ports = std::string("sys/devices/") + function + "/infiniband/mlx5_0/ports/";
+
+TEST(DevscanAdapter, Infiniband) {
+    CFakeMachine machine;
+    machine.Pci(function, 0x15B3, 0x1017, 0x0207);
+    machine.File(ports + "0/state", "4: ACTIVE\n");  // a port of an old kernel
+    const CSystemAdapter card = machine.Scan().at(0);
+    bool answer = true;
+    std::string text = traced("5", [&] { answer = card.IsInfinibandAdapter(); });
+    EXPECT_FALSE(answer);
+    EXPECT_TRUE(has(text, "No matched link_layer files. Not an infiniband adapter."));
+    EXPECT_TRUE(has(text, "CSystemAdapter      : <- IsInfinibandAdapter() - false"));
+
+    machine.File(ports + "1/link_layer", "Ethernet\n");
+    std::filesystem::create_directories(machine.Path(ports + "2/link_layer"));
+    text = traced("2", [&] { answer = card.IsInfinibandAdapter(); });
+    EXPECT_FALSE(answer);
+    EXPECT_TRUE(has(text, "ERROR ## Could not open file "));
+    EXPECT_FALSE(has(text, "IsInfinibandAdapter() - "));
+
+    machine.File(ports + "3/link_layer", "InfiniBand\n");
+    text = traced("3", [&] { answer = card.IsInfinibandAdapter(); });
+    EXPECT_TRUE(answer);
+    EXPECT_TRUE(has(text, "Detected infiniband port on adapter, finish searching..."));
+
+    AdapterFacts facts;
+    facts.classCode = pciClassInfiniband;
+    EXPECT_TRUE(CSystemAdapter(facts, machine.Machine()).IsInfinibandAdapter());
+
+    // A directory that cannot be listed is no "no".
+    machine.Remove("sys/devices/" + std::string(function) + "/infiniband");
+    machine.Link("sys/devices/" + std::string(function) + "/infiniband", "infiniband");
+    text = traced("2", [&] { answer = card.IsInfinibandAdapter(); });
+    EXPECT_FALSE(answer);
+    EXPECT_TRUE(has(text, "Could not glob infiniband node on device! Glob = " +
+                              machine.Path("sys/bus/pci/devices/0000:03:00.0/infiniband/*/ports/*/"
+                                           "link_layer") +
+                              " Status = " + std::to_string(ELOOP)));
+}
+
+TEST(DevscanAdapter, NamesFromTheNameFile) {
+    CFakeMachine machine;
+    const std::string file = "opt/QuillonRT/vital/etc/qlagent/Adapter.ini";
+    machine.File(file,
+                 "[8086]\nVendor =  Intel \n1521=I350\n15210001=I350 of a board\n"
+                 "[15D9]\nvendor=Supermicro\n[ABCD]\nVendor=" +
+                     std::string(300, 'n') + "\n");
+    CAdapterNames& names = machine.Machine().Names();
+    const AdapterNames exact = names.Find({0x8086, 0x1521, 0x15D9, 0x0001});
+    EXPECT_EQ(exact.vendor, "Intel");
+    EXPECT_EQ(exact.subVendor, "Supermicro");
+    EXPECT_EQ(exact.device, "I350 of a board");
+    EXPECT_EQ(names.Find({0x8086, 0x1521, 0x15D9, 0x0002}).device, "I350");
+    EXPECT_TRUE(machine.commands->runs.empty());
+    EXPECT_EQ(names.Find({0xABCD, 1, 0, 0}).vendor.size(), 260U);
+}
+
+TEST(DevscanAdapter, NamesFromLspciAreAskedForOnce) {
+    CFakeMachine machine;
+    machine.commands->answers["/sbin/lspci -nn -d 8086:52"] =
+        "03:00.0 Ethernet controller [0200]: Intel I350 [8086:0052]\nmore\n";
+    CAdapterNames& names = machine.Machine().Names();
+    const std::string text = traced("2", [&] {
+        EXPECT_EQ(names.Find({0x8086, 0x52, 0x15D9, 0xA}).device, "Intel I350");
+        EXPECT_EQ(names.Find({0x8086, 0x53, 0, 0}).device, "");
+    });
+    const std::string tag = "CSystemAdapter      : WARNING! No ";
+    EXPECT_TRUE(has(text, tag + "vendor name found for vendor ID 0x8086 sub vendor ID 0x15D9!"));
+    EXPECT_TRUE(has(text, tag + "sub vendor name found for vendor ID 0x8086 sub vendor ID 0x0!"));
+    EXPECT_TRUE(has(text, tag +
+                              "device name found for vendor ID 0x8086 sub vendor ID 0x15D9 device "
+                              "ID 0x52 sub system ID 0xA!"));
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            names.Find({0x8086, 0x52, 0, 0});
+            names.Find({0x8086, 0x53, 0, 0});
+            names.Find({0x8086, 0x54, 0, 0});
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const char* const id : {"52", "53", "54"}) {
+        EXPECT_EQ(machine.commands->runs[std::string("/sbin/lspci -nn -d 8086:") + id], 1) << id;
+    }
+}
+
+}  // namespace
+}  // namespace em_pni

@@ -1,0 +1,72 @@
+#include <chrono>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "devscan/process_runner.h"
+#include "tests/devscan_fake_machine.h"
+
+namespace em_pni {
+namespace {
+
+using std::chrono::milliseconds;
+
+std::optional<std::string> run(const std::string& script,
+                               const CommandLimits& limits = {milliseconds(5000), 100000}) {
+    return CProcessRunner(limits).Run({"/bin/sh", "-c", script});
+}
+
+// Nothing may be left behind by a command, whatever became of it.
+void expectNoChildren() {
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(DevscanCommand, OutputOfSuccessOnly) {
+    EXPECT_EQ(run("echo one; echo two >&2"), "one\n");
+    EXPECT_EQ(run("head -c 100000 /dev/zero"), std::string(100000, '\0'));
+    EXPECT_FALSE(run("echo half; exit 3"));
+    EXPECT_FALSE(run("echo half; kill -9 $$"));
+    EXPECT_FALSE(CProcessRunner().Run({"/nowhere/lspci"}));
+    EXPECT_FALSE(CProcessRunner().Run({"sh", "-c", "echo by search path"}));
+    EXPECT_FALSE(CProcessRunner().Run({}));
+    expectNoChildren();
+}
+
+TEST(DevscanCommand, ChildInheritsNothing) {
+    const int leaked = ::dup(STDERR_FILENO);  // without close-on-exec, as a host may have
+    std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(run("cat; echo /proc/self/fd/*"), run("echo /proc/self/fd/0 /proc/self/fd/1 "
+                                                    "/proc/self/fd/2 /proc/self/fd/3"));
+    EXPECT_FALSE(run("kill -PIPE $$; echo still ignored"));
+    EXPECT_EQ(run("readlink /proc/self/fd/0 /proc/self/fd/2"), "/dev/null\n/dev/null\n");
+    std::signal(SIGPIPE, SIG_DFL);
+    ::close(leaked);
+}
+
+TEST(DevscanCommand, LimitsKillTheWholeGroup) {
+    const auto start = std::chrono::steady_clock::now();
+    // Hangs itself; leaves a child that keeps the output open; closes its output and stays.
+    EXPECT_FALSE(run("echo half; sleep 60; true", {milliseconds(150), 1000}));
+    const CTempDirectory place;
+    const std::string mark = place.Path() / "mark";
+    EXPECT_FALSE(run("(sleep 0.6; touch " + mark + ") & echo half", {milliseconds(150), 1000}));
+    EXPECT_FALSE(run("exec >&-; sleep 60", {milliseconds(150), 1000}));
+    EXPECT_FALSE(run("yes flood", {milliseconds(60000), 5000}));
+    EXPECT_FALSE(run("head -c 1001 /dev/zero; sleep 60", {milliseconds(60000), 1000}));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(20000));
+    expectNoChildren();
+    std::this_thread::sleep_until(start + milliseconds(1200));
+    EXPECT_FALSE(std::filesystem::exists(mark));
+}
+
+TEST(DevscanCommand, HostThatReapsAllChildren) {
+    std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(run("echo one"), "one\n");
+    std::signal(SIGCHLD, SIG_DFL);
+}
+
+}  // namespace
+}  // namespace em_pni

@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "devscan/pci_routing.h"
+#include "devscan/smbios.h"
+#include "tests/devscan_fake_machine.h"
+
+namespace em_pni {
+namespace {
+
+constexpr PciAddress card{0, 3, 0, 0};
+constexpr PciAddress nowhere{0, 0xFF, 31, 1};
+
+// A copy of bytes that ends where an unreadable page begins.
+class CGuardedBytes {
+  public:
+    explicit CGuardedBytes(std::string_view bytes)
+        : page_(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))),
+          size_((bytes.size() / page_ + 2) * page_),
+          map_(::mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+        char* const guard = static_cast<char*>(map_) + size_ - page_;
+        ::mprotect(guard, page_, PROT_NONE);
+        std::memcpy(guard - bytes.size(), bytes.data(), bytes.size());
+        view_ = {guard - bytes.size(), bytes.size()};
+    }
+    ~CGuardedBytes() { ::munmap(map_, size_); }
+    CGuardedBytes(const CGuardedBytes&) = delete;
+    CGuardedBytes& operator=(const CGuardedBytes&) = delete;
+    [[nodiscard]] CByteView View() const { return CByteView(view_); }
+
+  private:
+    std::size_t page_;
+    std::size_t size_;
+    void* map_;
+    std::string_view view_;
+};
+
+SlotTables placesOf(std::string_view table) {
+    SlotTables tables;
+    addSmbiosPlaces(CGuardedBytes(table).View(), tables);
+    return tables;
+}
+
+std::size_t countOf(const SlotTables& tables) {
+    return tables.slots.size() + tables.onboard.size() + tables.routing.size();
+}
+
+std::string fullTable() {
+    return smbiosStructure(0, "\1\2\3") + smbiosSlot(4, card, {{1, 9, 1, 0}, nowhere}) +
+           smbiosSlot(5, nowhere) + smbiosOnboard({0, 2, 0, 1}, true) +
+           smbiosOnboard({0, 2, 0, 2}, false) + smbiosStructure(127, "") +
+           smbiosSlot(6, {0, 8, 0, 0});
+}
+
+TEST(DevscanSlot, SmbiosStructures) {
+    const SlotTables tables = placesOf(fullTable());
+    ASSERT_EQ(tables.slots.size(), 2U);
+    EXPECT_EQ(tables.slots[0].id, 4);
+    EXPECT_EQ(tables.slots[0].address, card);
+    EXPECT_EQ(tables.slots[1].address, (PciAddress{1, 9, 1, 0}));
+    EXPECT_EQ(tables.onboard, (std::vector<PciAddress>{{0, 2, 0, 1}}));
+    // Before SMBIOS 2.6 slots had no addresses.
+    EXPECT_TRUE(placesOf(smbiosStructure(9, std::string(9, '\1'))).slots.empty());
+}
+
+TEST(DevscanSlot, SmbiosCutAtEveryLength) {
+    const std::string whole = fullTable();
+    std::size_t before = 0;
+    for (std::size_t length = 0; length <= whole.size(); ++length) {
+        const std::size_t now = countOf(placesOf(std::string_view(whole).substr(0, length)));
+        EXPECT_GE(now, before) << length;
+        before = now;
+    }
+    EXPECT_EQ(before, 3U);
+}
+
+TEST(DevscanSlot, SmbiosWithWrongLengths) {
+    const std::string whole = fullTable();
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        for (const char value : {'\0', '\3', '\x7F', '\xFF'}) {
+            std::string changed = whole;
+            changed[at] = value;
+            EXPECT_LE(countOf(placesOf(changed)), 16U);
+        }
+    }
+    // A structure that claims no length of its own must not be walked on the spot.
+    EXPECT_EQ(countOf(placesOf(std::string(64, '\0'))), 0U);
+}
+
+TEST(DevscanSlot, EntryPointsAreFoundByTheirChecksum) {
+    std::string entry(0x1F, '\0');
+    entry.replace(0, 4, "_SM_");
+    entry[5] = 0x1F;
+    entry.replace(0x16, 2, "\x34\x12");
+    entry.replace(0x18, 4, std::string("\x00\x00\x0F\x00", 4));
+    entry = withChecksum(entry, 4);
+    std::string entry64(0x18, '\0');
+    entry64.replace(0, 5, "_SM3_");
+    entry64[6] = 0x18;
+    entry64.replace(0x0C, 2, "\x78\x56");
+    entry64.replace(0x10, 5, std::string("\x00\x10\x00\x00\x01", 5));
+    entry64 = withChecksum(entry64, 5);
+
+    const auto place = findSmbiosEntryPoint(CByteView(std::string(16, '_') + entry + "x"));
+    ASSERT_TRUE(place);
+    EXPECT_EQ(place->address, 0xF0000U);
+    EXPECT_EQ(place->size, 0x1234U);
+    EXPECT_EQ(findSmbiosEntryPoint(CByteView(entry64))->address, 0x100001000U);
+    EXPECT_FALSE(findSmbiosEntryPoint(CByteView("12345678" + entry)));
+    for (const std::string& whole : {entry, entry64}) {
+        for (std::size_t length = 0; length < whole.size(); ++length) {
+            const CGuardedBytes cut(std::string_view(whole).substr(0, length));
+            EXPECT_FALSE(findSmbiosEntryPoint(cut.View())) << length;
+        }
+        std::string wrong = whole;
+        wrong[0x16] = static_cast<char>(wrong[0x16] ^ 1);
+        EXPECT_FALSE(findSmbiosEntryPoint(CByteView(wrong)));
+    }
+}
+
+TEST(DevscanSlot, RoutingTable) {
+    const std::string area = std::string(32, '$') + pciRouting(3, 5, 7);
+    SlotTables tables;
+    addPciRouting(CGuardedBytes(area).View(), tables);
+    ASSERT_EQ(tables.routing.size(), 1U);
+    EXPECT_EQ(tables.routing[0].bus, 3);
+    EXPECT_EQ(tables.routing[0].device, 5);
+    EXPECT_EQ(tables.routing[0].slot, 7);
+    for (std::size_t length = 0; length < area.size(); ++length) {
+        SlotTables none;
+        addPciRouting(CGuardedBytes(std::string_view(area).substr(0, length)).View(), none);
+        EXPECT_EQ(countOf(none), 0U) << length;
+    }
+}
+
+std::uint32_t slotOf(const std::string& smbios, const PciAddress& address,
+                     std::vector<PciAddress> bridges, const std::vector<RoutedDevice>& routing) {
+    SlotTables tables = placesOf(smbios);
+    tables.routing = routing;
+    PciFunction function;
+    function.address = address;
+    function.onRootBus = bridges.empty();
+    function.bridges = std::move(bridges);
+    return resolveSlot(function, tables);
+}
+
+TEST(DevscanSlot, OrderOfTheRule) {
+    const std::vector<RoutedDevice> routed{{3, 0, 7}};
+    const PciAddress second{0, 3, 0, 1};
+    const PciAddress port{0, 0, 1, 0};
+    const PciAddress upper{0, 0, 2, 0};
+    // An exact onboard entry wins, but only for its own function.
+    const std::string both = smbiosSlot(4, card) + smbiosOnboard(second, true);
+    EXPECT_EQ(slotOf(both, second, {port}, routed), 0U);
+    EXPECT_EQ(slotOf(both, {0, 3, 0, 2}, {port}, routed), 4U);
+    // Slot ids 0 and 0xFFFF say nothing; the routing table knows segment 0 only.
+    EXPECT_EQ(slotOf(smbiosSlot(0, card) + smbiosSlot(0xFFFF, card), card, {port}, routed), 7U);
+    EXPECT_EQ(slotOf("", {1, 3, 0, 0}, {port}, routed), unknownSlot);
+    EXPECT_EQ(slotOf("", card, {port}, {{3, 0, 0}}), 0U);
+    // Bridges, the nearest first; an onboard bridge has cards behind it.
+    EXPECT_EQ(slotOf(smbiosSlot(8, upper) + smbiosSlot(9, port), card, {port, upper}, {}), 9U);
+    EXPECT_EQ(
+        slotOf(smbiosOnboard(port, true) + smbiosSlot(8, upper), card, {port, upper}, {{0, 1, 0}}),
+        8U);
+    EXPECT_EQ(slotOf(smbiosOnboard(port, true), card, {port}, {}), unknownSlot);
+    EXPECT_EQ(slotOf("", {0, 0, 3, 0}, {}, {}), 0U);
+}
+
+TEST(DevscanSlot, TablesOfMachines) {
+    const std::string device = "pci0000:00/0000:00:01.0/0000:03:00.0";
+    CFakeMachine routed;
+    routed.Pci(device, 0x8086, 0x1521, 0x0200);
+    routed.Memory(0xF4560, pciRouting(3, 0, 6));
+    EXPECT_EQ(routed.Scan().at(0).Facts().slot, 6U);
+
+    CFakeMachine inMemory;
+    inMemory.Pci(device, 0x8086, 0x1521, 0x0200);
+    const std::string table = smbiosSlot(2, card);
+    std::string entry(0x18, '\0');
+    entry.replace(0, 5, "_SM3_");
+    entry[6] = 0x18;
+    entry[0x0C] = static_cast<char>(table.size());
+    entry.replace(0x10, 3, std::string("\x00\x00\x10", 3));
+    inMemory.Memory(0x100000, table);
+    inMemory.Memory(0xF0010, withChecksum(entry, 5));
+    EXPECT_EQ(inMemory.Scan().at(0).Facts().slot, 2U);
+
+    CFakeMachine silent;
+    silent.Pci(device, 0x8086, 0x1521, 0x0200);
+    EXPECT_EQ(silent.Scan().at(0).Facts().slot, unknownSlot);
+}
+
+}  // namespace
+}  // namespace em_pni
