@@ -1,0 +1,25 @@
+# Sourced by the other scripts: installs Debian packages that are missing, and does nothing when none is.
+
+ensure_packages() {
+    local missing=()
+    local package
+    for package in "$@"; do
+        if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+            missing+=("$package")
+        fi
+    done
+    [ "${#missing[@]}" -gt 0 ] || return 0
+    echo "Installing: ${missing[*]}"
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends \
+        "${missing[@]}" >/dev/null
+}
+
+# What it takes to build the module and pni-host.
+build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev)
+# What the tests need besides.
+test_packages=(clang libclang-rt-14-dev libgtest-dev binutils)
