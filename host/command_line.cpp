@@ -1,8 +1,10 @@
 #include "host/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +12,8 @@
 #include "host/check_command.h"
 #include "host/console.h"
 #include "host/query_command.h"
+#include "host/run_command.h"
+#include "platform/number.h"
 
 namespace em_pni {
 
@@ -68,6 +72,40 @@ void addQuery(CLI::App& app, Action& action) {
     });
 }
 
+void setCycle(const std::string& text, std::optional<std::uint32_t>& cycle) {
+    const auto value = parseDecimal(text, std::numeric_limits<std::uint32_t>::max());
+    if (!value || *value == 0) {
+        throw CLI::ValidationError("--cycle", "\"" + text + "\" is no number from 1 to 4294967295");
+    }
+    cycle = static_cast<std::uint32_t>(*value);
+}
+
+void addRun(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<RunOptions>();
+    CLI::App* const command =
+        app.add_subcommand("run", "Let the module keep the record in a FRU image file true");
+    command->add_option("--fru", options->file, "FRU image file, replaced when the record changes")
+        ->required()
+        ->type_name("FILE");
+    command->add_flag("--once", options->once, "One cycle; else until SIGINT or SIGTERM");
+    command
+        ->add_option_function<std::string>(
+            "--cycle", [options](const std::string& text) { setCycle(text, options->cycle); },
+            "Milliseconds between two cycles; 4294967295 =\n"
+            "only on events. Else as em_pni.ini says, looked\n"
+            "for in the current directory first")
+        ->type_name("MS");
+    addModuleOption(*command, options->module);
+    command->footer(
+        "Prints a line for whatever is read, written and changed. Exit code: 0 done, 1 a write\n"
+        "failed or the record is not valid, 2 the file or the module cannot be used.\n\n"
+        "Examples:\n  pni-host run --fru board.fru --once\n"
+        "  pni-host run --fru board.fru --cycle 5000");
+    command->callback([options, &action] {
+        action = [options](CConsole& console) { return runModule(*options, console); };
+    });
+}
+
 // Sets the action, or returns the exit code with which the program is done.
 std::optional<int> parse(int argc, const char* const* argv, std::ostream& output,
                          std::ostream& errors, Action& action) {
@@ -80,6 +118,7 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     app.footer("\"pni-host COMMAND --help\" tells more about a command.");
     addCheck(app, action);
     addQuery(app, action);
+    addRun(app, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

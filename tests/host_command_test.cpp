@@ -78,7 +78,16 @@ TEST(HostCheck, GoesOnBehindAFileThatCannotBeRead) {
 TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
     const std::string sample = samplePath("three-modules.fru");
     const std::vector<std::vector<std::string>> bad{
-        {}, {"frobnicate"}, {"check"}, {"query"}, {"query", sample, "--forest"},
+        {},
+        {"frobnicate"},
+        {"check"},
+        {"query"},
+        {"query", sample, "--forest"},
+        {"run", "--once"},
+        {"run", "--fru", sample, "--once", "--cycle", "0"},
+        {"run", "--fru", sample, "--once", "--cycle", "-5"},
+        {"run", "--fru", sample, "--once", "--cycle", "4294967296"},
+        {"run", "--fru", sample, "--once", "--cycle", "12x"},
     };
     for (const auto& arguments : bad) {
         const Outcome outcome = run(arguments);
@@ -86,7 +95,7 @@ TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
         EXPECT_EQ(outcome.output, "");
         EXPECT_NE(outcome.errors, "");
     }
-    for (const char* const command : {"check", "query"}) {
+    for (const char* const command : {"check", "query", "run"}) {
         const Outcome outcome = run({command, "--help"});
         EXPECT_EQ(outcome.code, 0);
         EXPECT_TRUE(contains(outcome.output, std::string("  pni-host ") + command + " "));
@@ -103,8 +112,8 @@ TEST(HostModuleLibrary, WhatIsNoModuleIsRefusedByName) {
              {folder.Write("text.so", "no library"), "text.so"},
              {EM_PNI_BINARY_DIR "/host_no_module.so", "does not export EM_Create"},
              {EM_PNI_BINARY_DIR "/host_other_module.so", "its name is \"EM_OTHER\""}}) {
-        for (const auto& arguments :
-             {std::vector<std::string>{"query", sample, "--module", path}}) {
+        for (const auto& arguments : {std::vector<std::string>{"query", sample, "--module", path},
+                                      {"run", "--fru", sample, "--once", "--module", path}}) {
             const Outcome outcome = run(arguments);
             EXPECT_EQ(outcome.code, 2) << path;
             EXPECT_EQ(outcome.output, "");

@@ -23,6 +23,43 @@ CProgram scripted(std::vector<std::string> arguments, std::vector<std::string> e
     return CProgram(std::move(arguments), std::move(environment));
 }
 
+TEST(HostRun, OnceTellsWhatItWroteAndWhatChanged) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "A rest");
+    CProgram program = scripted({"run", "--fru", image, "--once"});
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_TRUE(
+        program.Output().ends_with("read: 6 bytes\nwritten: 6 bytes\n"
+                                   "changed: module 0 FirstByte: 65 -> 66\n"
+                                   "added: module 0 Period 4294967295\nstopped\n"))
+        << program.Output();
+    EXPECT_EQ(test::contentOf(image), "B rest");
+}
+
+TEST(HostRun, RunsUntilTheSignalAndLeavesNothingBehind) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        const test::CTempDirectory folder;
+        const std::filesystem::directory_iterator end;
+        CProgram program = scripted({"run", "--fru", folder.Write("a.fru", "A"), "--cycle", "1234"},
+                                    {"TMPDIR=" + folder.Path()});
+        ASSERT_TRUE(program.ReadUntil("added: module 0 Period 1234\n")) << program.Errors();
+        program.Signal(signal);
+        EXPECT_EQ(program.Wait(), 0) << program.Errors();
+        EXPECT_TRUE(program.Output().ends_with("\nstopped\n")) << program.Output();
+        EXPECT_EQ(++std::filesystem::directory_iterator(folder.Path()), end);
+    }
+}
+
+TEST(HostRun, AWriteThatFailedIsTheExitCode) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "X");
+    CProgram program = scripted({"run", "--fru", image, "--once"});
+    EXPECT_EQ(program.Wait(), 1);
+    EXPECT_TRUE(program.Output().ends_with("unchanged\nstopped\n")) << program.Output();
+    EXPECT_TRUE(contains(program.Errors(), "a.fru: the record to write")) << program.Errors();
+    EXPECT_EQ(test::contentOf(image), "X");
+}
+
 TEST(HostQuery, ChangesNothingWhateverTheModuleWrites) {
     const test::CTempDirectory folder;
     const std::string image = folder.Write("a.fru", "A");
@@ -72,6 +109,7 @@ TEST(HostEndToEnd, ARefusalIsToldByTheNameOfItsStatus) {
         {{"query", bad, "--tree"}, "CHECKSUM_ERROR"},
         {{"query", good, "--technology", "none"}, "INVALID_CMD"},
         {{"query", good, "--fields", "Speed,Sped"}, "INVALID_CMD"},
+        {{"run", "--once", "--fru", bad}, "CHECKSUM_ERROR"},
     };
     for (const auto& [arguments, status] : refusals) {
         CProgram program(arguments);
@@ -80,6 +118,27 @@ TEST(HostEndToEnd, ARefusalIsToldByTheNameOfItsStatus) {
         EXPECT_FALSE(contains(program.Output(), "Modules"));
         EXPECT_FALSE(contains(program.Output(), "unchanged"));
     }
+}
+
+TEST(HostEndToEnd, ARecordThatIsTrueIsNotWritten) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", sample("three-modules-in-2k-device.fru"));
+    struct stat before {};
+    ASSERT_EQ(::stat(image.c_str(), &before), 0);
+    CProgram once({"run", "--fru", image, "--once"});
+    EXPECT_EQ(once.Wait(), 0) << once.Errors();
+    EXPECT_TRUE(once.Output().ends_with("unchanged\nstopped\n")) << once.Output();
+    for (const int signal : {SIGTERM, SIGINT}) {
+        CProgram program({"run", "--fru", image, "--cycle", "1"});
+        ASSERT_TRUE(program.ReadUntil("read: 2048 bytes\nread: 2048 bytes\n"));
+        program.Signal(signal);
+        EXPECT_EQ(program.Wait(), 0) << program.Errors();
+        EXPECT_TRUE(program.Output().ends_with("bytes\nstopped\n")) << program.Output();
+    }
+    struct stat after {};
+    ASSERT_EQ(::stat(image.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(test::contentOf(image), sample("three-modules-in-2k-device.fru"));
 }
 
 }  // namespace
