@@ -1,0 +1,165 @@
+#include "host/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/check_command.h"
+#include "host/console.h"
+#include "host/query_command.h"
+#include "host/run_command.h"
+#include "platform/number.h"
+
+namespace em_pni {
+
+namespace {
+
+// What the command line has chosen; returns the exit code.
+using Action = std::function<int(CConsole&)>;
+
+void addModuleOption(CLI::App& command, std::string& path) {
+    command
+        .add_option("--module", path,
+                    "The module to load; else em_pni.so beside this\n"
+                    "program, else the installed one")
+        ->type_name("PATH");
+}
+
+void addCheck(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<CheckOptions>();
+    CLI::App* const command =
+        app.add_subcommand("check", "Say of each FRU image file whether its record is valid");
+    command->add_option("FILE", options->files, "FRU image files")->required()->type_name("");
+    command->footer(
+        "Prints a line for each file. Exit code: 0 all are valid, 1 one is not, 2 one cannot be\n"
+        "read.\n\nExample:\n  pni-host check board.fru spare.fru");
+    command->callback([options, &action] {
+        action = [options](CConsole& console) { return checkFiles(*options, console); };
+    });
+}
+
+void addQuery(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<QueryOptions>();
+    CLI::App* const command =
+        app.add_subcommand("query", "Print the inventory in a FRU image file, as JSON or a tree");
+    command->add_option("FILE", options->file, "FRU image file; it is not changed")
+        ->required()
+        ->type_name("");
+    command
+        ->add_option("--technology", options->filter.technology,
+                     "Only modules of this technology: CNA, FC, IB,\nEth (or NIC), SAS")
+        ->type_name("T");
+    command
+        ->add_option(
+            "--fields", options->filter.fields,
+            "Only these members, beside the ids; names as in\nthe JSON, with commas between")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("A,B,");
+    command->add_flag("--tree", options->tree, "A tree of modules, ports and functions");
+    addModuleOption(*command, options->module);
+    command->footer(
+        "Exit code: 0 done, 1 the module refuses (its status is on standard error), 2 the file or\n"
+        "the module cannot be used.\n\nExamples:\n  pni-host query board.fru --tree\n"
+        "  pni-host query board.fru --technology FC --fields ActiveWWPN,Speed,SpeedUnit");
+    command->callback([options, &action] {
+        action = [options](CConsole& console) { return queryFile(*options, console); };
+    });
+}
+
+void setCycle(const std::string& text, std::optional<std::uint32_t>& cycle) {
+    const auto value = parseDecimal(text, std::numeric_limits<std::uint32_t>::max());
+    if (!value || *value == 0) {
+        throw CLI::ValidationError("--cycle", "\"" + text + "\" is no number from 1 to 4294967295");
+    }
+    cycle = static_cast<std::uint32_t>(*value);
+}
+
+void addRun(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<RunOptions>();
+    CLI::App* const command =
+        app.add_subcommand("run", "Let the module keep the record in a FRU image file true");
+    command->add_option("--fru", options->file, "FRU image file, replaced when the record changes")
+        ->required()
+        ->type_name("FILE");
+    command->add_flag("--once", options->once, "One cycle; else until SIGINT or SIGTERM");
+    command
+        ->add_option_function<std::string>(
+            "--cycle", [options](const std::string& text) { setCycle(text, options->cycle); },
+            "Milliseconds between two cycles; 4294967295 =\n"
+            "only on events. Else as em_pni.ini says, looked\n"
+            "for in the current directory first")
+        ->type_name("MS");
+    addModuleOption(*command, options->module);
+    command->footer(
+        "Prints a line for whatever is read, written and changed. Exit code: 0 done, 1 a write\n"
+        "failed or the record is not valid, 2 the file or the module cannot be used.\n\n"
+        "Examples:\n  pni-host run --fru board.fru --once\n"
+        "  pni-host run --fru board.fru --cycle 5000");
+    command->callback([options, &action] {
+        action = [options](CConsole& console) { return runModule(*options, console); };
+    });
+}
+
+// Sets the action, or returns the exit code with which the program is done.
+std::optional<int> parse(int argc, const char* const* argv, std::ostream& output,
+                         std::ostream& errors, Action& action) {
+    CLI::App app(
+        "Reference host of the extension module em_pni: plays the management controller\n"
+        "from a FRU image file.",
+        "pni-host");
+    app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION);
+    app.require_subcommand(0, 1);
+    app.footer("\"pni-host COMMAND --help\" tells more about a command.");
+    addCheck(app, action);
+    addQuery(app, action);
+    addRun(app, action);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error, output, errors) == 0 ? exitDone : exitUnusable;
+    }
+    if (!action) {
+        errors << app.help();
+        return exitUnusable;
+    }
+    return std::nullopt;
+}
+
+int perform(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
+    Action action;
+    if (const auto result = parse(argc, argv, output, errors, action)) {
+        return *result;
+    }
+    CConsole console(output, errors);
+    int result = exitUnusable;
+    try {
+        result = action(console);
+    } catch (const std::exception& error) {
+        console.Error(error.what());
+    }
+    if (!console.AllWritten()) {
+        console.Error("standard output did not take everything");
+        return exitUnusable;
+    }
+    return result;
+}
+
+}  // namespace
+
+int pniHost(int argc, const char* const* argv, std::ostream& output,
+            std::ostream& errors) noexcept {
+    try {
+        return perform(argc, argv, output, errors);
+    } catch (const std::exception& error) {
+        errors << "pni-host: " << error.what() << std::endl;
+        return exitUnusable;
+    }
+}
+
+}  // namespace em_pni

@@ -1,0 +1,84 @@
+#include "host/fru_controller.h"
+
+#include <exception>
+#include <new>
+#include <vector>
+
+#include "host/console.h"
+
+namespace em_pni {
+
+std::uint32_t CFruController::SendRequest(CIExtensionModule* /*module*/, CKrcpMessage& message,
+                                          std::uint32_t /*timeoutMs*/) {
+    std::uint32_t status = krcp::EXEC_FAILED;
+    try {
+        status = Answer(message);
+    } catch (const std::bad_alloc&) {
+        status = krcp::OUT_OF_MEMORY;
+    } catch (const std::exception&) {
+        status = krcp::EXEC_FAILED;
+    }
+    try {
+        return krcp::setStatus(message, status) ? 1 : 0;
+    } catch (const std::exception&) {
+        return 0;
+    }
+}
+
+std::uint32_t CFruController::Answer(CKrcpMessage& message) {
+    const std::int64_t opcode = krcp::GetValue(message, message.index, "OC", 0);
+    const std::int64_t extension = krcp::GetValue(message, message.index, "OE", 0);
+    const CRecursiveLockGuard guard(lock_);
+    if (opcode == krcp::readFru && extension == krcp::pniFruExtension) {
+        return ReadFru(message);
+    }
+    if (opcode == krcp::writeFru && extension == krcp::pniFruExtension) {
+        return WriteFru(message);
+    }
+    if (opcode == krcp::clearNetworkSnapshot) {
+        // There is no snapshot here, so it is always clear; whoever asks wants some data as a sign.
+        const bool set = krcp::setMember(message, "DA", rapidjson::Value(1));
+        return set ? krcp::SUCCESS : krcp::INVALID_CMD;
+    }
+    return krcp::INVALID_CMD;
+}
+
+std::uint32_t CFruController::ReadFru(CKrcpMessage& message) {
+    try {
+        const std::vector<std::uint8_t> bytes = image_.Read();
+        if (!krcp::setRawBytes(message, bytes)) {
+            return krcp::INVALID_CMD;
+        }
+        listener_.OnRead(bytes.size());
+        return krcp::SUCCESS;
+    } catch (const CHostError& error) {
+        listener_.OnReadFailed(error.what());
+        return krcp::EXEC_FAILED;
+    }
+}
+
+std::uint32_t CFruController::WriteFru(const CKrcpMessage& message) {
+    if (access_ == Access::readOnly) {
+        return krcp::OBJ_WRITE_PROTECT;
+    }
+    std::vector<std::uint8_t> bytes;
+    if (krcp::copyRawBytes(message, bytes) == 0) {
+        listener_.OnWriteFailed(image_.Name() + ": the record to write is no row of bytes");
+        return krcp::INVALID_SET_VALUE;
+    }
+    if (bytes.size() > CFruImage::maxSize) {
+        listener_.OnWriteFailed(image_.Name() + ": the record to write is too long, " +
+                                std::to_string(bytes.size()) + " bytes");
+        return krcp::INVALID_SET_VALUE;
+    }
+    try {
+        image_.Replace(bytes);
+    } catch (const CHostError& error) {
+        listener_.OnWriteFailed(error.what());
+        return krcp::EXEC_FAILED;
+    }
+    listener_.OnWritten(bytes.size());
+    return krcp::SUCCESS;
+}
+
+}  // namespace em_pni

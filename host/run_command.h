@@ -1,0 +1,22 @@
+// pni-host run: the module at work on a FRU image file.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/console.h"
+
+namespace em_pni {
+
+struct RunOptions {
+    std::string file;
+    std::string module;                  // path; empty = the default place
+    bool once = false;                   // one cycle, else until SIGINT or SIGTERM
+    std::optional<std::uint32_t> cycle;  // milliseconds; none = as the module is configured
+};
+
+// exitFailed when a write to the file failed or the module holds no valid record.
+int runModule(const RunOptions& options, CConsole& console);
+
+}  // namespace em_pni

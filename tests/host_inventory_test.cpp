@@ -1,0 +1,142 @@
+// The inventory as people read it: differences, tree, and the request for it.
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+#include <string>
+#include <vector>
+
+#include "host/inventory_diff.h"
+#include "host/inventory_request.h"
+#include "host/inventory_tree.h"
+
+namespace em_pni::host_test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+rapidjson::Document parse(const std::string& json) {
+    rapidjson::Document document;
+    document.Parse(json.c_str());
+    EXPECT_FALSE(document.HasParseError()) << json;
+    return document;
+}
+
+Lines differences(const std::string& before, const std::string& after) {
+    return inventoryDifferences(parse(before), parse(after));
+}
+
+std::string oneFunction(const std::string& members) {
+    return R"({"Modules":[{"ModuleId":1,"PhysicalPorts":[{"PortId":0,"PhysicalFunctions":[)"
+           R"({"PhyFunctionId":2)" +
+           (members.empty() ? "" : "," + members) + "}]}]}]}";
+}
+
+TEST(HostDiff, NamesWhatChangedByTheIdsAboveIt) {
+    EXPECT_EQ(differences(oneFunction(R"("ActiveMAC":"A","VlanId":7,"Speed":1)"),
+                          oneFunction(R"("ActiveMAC":"B","VlanId":7,"BootName":"x")")),
+              (Lines{"changed: module 1 port 0 function 2 ActiveMAC: A -> B",
+                     "removed: module 1 port 0 function 2 Speed 1",
+                     "added: module 1 port 0 function 2 BootName x"}));
+    EXPECT_EQ(differences(oneFunction("\"VlanId\":7"), oneFunction("\"VlanId\":7")), Lines{});
+}
+
+TEST(HostDiff, AnAddressListIsComparedAsASet) {
+    const std::string both = R"("Ipv4Addresses":[{"Address":"192.0.2.1"},{"Address":"192.0.2.2"}])";
+    const std::string other =
+        R"("Ipv4Addresses":[{"Address":"192.0.2.2"},{"Address":"192.0.2.3"}])";
+    EXPECT_EQ(differences(oneFunction(both), oneFunction(other)),
+              (Lines{"removed: module 1 port 0 function 2 Ipv4Addresses 192.0.2.1",
+                     "added: module 1 port 0 function 2 Ipv4Addresses 192.0.2.3"}));
+    const std::string turned =
+        R"("Ipv4Addresses":[{"Address":"192.0.2.2"},{"Address":"192.0.2.1"}])";
+    EXPECT_EQ(differences(oneFunction(both), oneFunction(turned)).size(), 1U);
+}
+
+TEST(HostDiff, AModuleInsertedBeforeOthersIsOneLine) {
+    const std::string before = R"({"Modules":[{"ModuleId":0},{"ModuleId":4}]})";
+    const std::string after =
+        R"({"Modules":[{"ModuleId":0},{"ModuleId":3,"ModuleName":"Card"},{"ModuleId":4}]})";
+    EXPECT_EQ(differences(before, after), Lines{"added: module 3 \"Card\""});
+    EXPECT_EQ(differences(after, before), Lines{"removed: module 3 \"Card\""});
+    // The same id twice, and no id at all.
+    EXPECT_EQ(
+        differences(R"({"Modules":[{"ModuleId":0},{"ModuleId":0,"Enabled":true},{}]})",
+                    R"({"Modules":[{"ModuleId":0},{"ModuleId":0,"Enabled":false},7]})"),
+        (Lines{"changed: module 0 (2) Enabled: true -> false", "changed: module [2]: {} -> 7"}));
+}
+
+TEST(HostTree, ShowsEachNodeOnOneLine) {
+    const auto document = parse(
+        R"({"Modules":[{"ModuleId":0,"Enabled":true,"ModuleType":"Onboard",
+            "FirmwareVersion":"1.2","PhysicalPorts":[
+            {"PortId":0,"PhysicalFunctions":[{"PhyFunctionId":0,"TechnologyType":"Eth",
+             "ManufactureMAC":"A","ActiveMAC":"B","Ipv4Addresses":[{"Address":"192.0.2.1"}],
+             "Ipv6Addresses":[{"Address":"2001:db8::1"}],"Speed":4,"SpeedUnit":"10Gb/s",
+             "VlanId":7,"PciSegment":1,"PciBus":26,"PciDevice":31,"PciFunction":7}]},
+            {"PortId":1,"WolBehavior":"Disabled"}]},
+           {"ModuleId":3,"Enabled":false,"ModuleName":"Card","TechnologyType":"FC",
+            "FirmwareVersion":"N/A","PhysicalPorts":[{"PortId":0,"PhysicalFunctions":[
+             {"PhyFunctionId":0,"ActiveWWPN":"W","ManufactureWWPN":"W","VlanId":0,"Speed":0,
+             "PciSegment":0,"PciBus":0,"PciDevice":0,"PciFunction":0}]}]}]})");
+    EXPECT_EQ(inventoryTree("a.fru", document),
+              "a.fru: 2 modules\n"
+              "├─ module 0: Onboard, firmware 1.2\n"
+              "│  ├─ port 0\n"
+              "│  │  └─ function 0: Eth, MAC B (made as A), 192.0.2.1, 2001:db8::1, 40 Gb/s, "
+              "VLAN 7, PCI 0001:1a:1f.7\n"
+              "│  └─ port 1: wake-on-LAN Disabled\n"
+              "└─ module 3: Card, FC, disabled\n"
+              "   └─ port 0\n"
+              "      └─ function 0: WWPN W\n");
+}
+
+TEST(HostTree, NamesCannotSteerTheTerminal) {
+    const auto document =
+        parse(R"({"Modules":[{"ModuleName":"a\u001b[2J\nb\u009b2J\u007f\u00fc"}]})");
+    EXPECT_EQ(inventoryTree("t", document), "t: 1 module\n└─ module: a?[2J?b?2J?\u00fc\n");
+}
+
+// Puts every kind of value in the place of every member, and compares and draws the result.
+TEST(HostInventory, TakesEveryTypeEverywhere) {
+    const std::string whole = oneFunction(
+        R"("TechnologyType":"Eth","ActiveMAC":"A","Speed":1,"SpeedUnit":"Gb/s","VlanId":1,)"
+        R"("Ipv4Addresses":[{"Address":"192.0.2.1"}],"PciBus":1,"PciDevice":1,"PciFunction":1)");
+    std::size_t replaced = 0;
+    for (std::size_t colon = whole.find("\":"); colon != std::string::npos;
+         colon = whole.find("\":", colon + 1)) {
+        const std::string head = whole.substr(0, colon + 2);
+        for (const char* const value :
+             {"null", "true", "-1", "18446744073709551615", "1e300", "\"\"", "[]", "[7]", "[[]]",
+              "{}", R"({"Address":7})", R"([{"Address":[]}])"}) {
+            // What followed the value is cut off, and what was open is closed again.
+            std::string json = head + value;
+            std::string closing;
+            for (const char c : head) {
+                if (c == '{' || c == '[') {
+                    closing.insert(closing.begin(), c == '{' ? '}' : ']');
+                } else if (c == '}' || c == ']') {
+                    closing.erase(0, 1);
+                }
+            }
+            json += closing;
+            const auto document = parse(json);
+            EXPECT_FALSE(inventoryDifferences(parse(whole), document).empty()) << json;
+            EXPECT_EQ(inventoryTree("t", document).rfind("t: ", 0), 0U) << json;
+            ++replaced;
+        }
+    }
+    EXPECT_GT(replaced, 150U);
+    EXPECT_EQ(differences("7", "[]"), Lines{"changed: inventory: 7 -> []"});
+}
+
+TEST(HostRequest, WrapsTheFiltersAndEscapesTheirTexts) {
+    const CKrcpMessage message = makeInventoryRequest({"F\"C", {"Speed", "Vlan\\Id"}});
+    const rapidjson::Value* const data = krcp::findData(message);
+    ASSERT_TRUE(data != nullptr && data->IsString());
+    EXPECT_TRUE(parse(data->GetString()) ==
+                parse(R"({"Filter":{"ModuleFilter":{"TechnologyType":"F\"C"},
+                       "ResultFilter":["Speed","Vlan\\Id"]}})"));
+    EXPECT_EQ(krcp::findData(makeInventoryRequest({})), nullptr);
+}
+
+}  // namespace
+}  // namespace em_pni::host_test

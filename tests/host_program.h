@@ -1,0 +1,104 @@
+// The built program as a user runs it.
+#pragma once
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "platform/file.h"
+#include "tests/temp_directory.h"
+
+namespace em_pni::host_test {
+
+class CProgram {
+  public:
+    explicit CProgram(std::vector<std::string> arguments,
+                      std::vector<std::string> environment = {}) {
+        arguments.insert(arguments.begin(), EM_PNI_BINARY_DIR "/pni-host");
+        std::vector<char*> argv = Pointers(arguments);
+        std::vector<char*> variables = Pointers(environment);
+        int ends[2] = {-1, -1};
+        if (::pipe2(ends, O_CLOEXEC) != 0) {
+            return;
+        }
+        pipe_ = CFileDescriptor(ends[0]);
+        const CFileDescriptor writeEnd(ends[1]);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorFile_.c_str(),
+                                         O_WRONLY | O_CREAT, 0600);
+        if (::posix_spawn(&child_, argv[0], &actions, nullptr, argv.data(), variables.data()) !=
+            0) {
+            child_ = -1;
+        }
+        posix_spawn_file_actions_destroy(&actions);
+    }
+    ~CProgram() {
+        if (child_ > 0) {
+            ::kill(child_, SIGKILL);
+            ::waitpid(child_, nullptr, 0);
+        }
+    }
+    CProgram(const CProgram&) = delete;
+    CProgram& operator=(const CProgram&) = delete;
+
+    // Reads standard output until it holds `text`; false when it ends before.
+    bool ReadUntil(const std::string& text) {
+        while (output_.find(text) == std::string::npos) {
+            if (!ReadMore()) {
+                return false;
+            }
+        }
+        return true;
+    }
+    void Signal(int signal) const {
+        if (child_ > 0) {
+            ::kill(child_, signal);
+        }
+    }
+    // The exit code; 128 and the number of the signal that ended it otherwise.
+    int Wait() {
+        while (ReadMore()) {
+        }
+        int status = 0;
+        if (child_ <= 0 || ::waitpid(child_, &status, 0) != child_) {
+            return -1;
+        }
+        child_ = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    [[nodiscard]] const std::string& Output() const { return output_; }
+    [[nodiscard]] std::string Errors() const { return test::contentOf(errorFile_); }
+
+  private:
+    static std::vector<char*> Pointers(std::vector<std::string>& texts) {
+        std::vector<char*> pointers;
+        for (std::string& text : texts) {
+            pointers.push_back(text.data());
+        }
+        pointers.push_back(nullptr);
+        return pointers;
+    }
+    bool ReadMore() {
+        char block[4096];
+        const ssize_t got = ::read(pipe_.Get(), block, sizeof block);
+        if (got > 0) {
+            output_.append(block, static_cast<std::size_t>(got));
+        }
+        return got > 0;
+    }
+
+    test::CTempDirectory folder_;
+    std::string errorFile_ = folder_.File("errors");
+    CFileDescriptor pipe_;
+    pid_t child_ = -1;
+    std::string output_;
+};
+
+}  // namespace em_pni::host_test

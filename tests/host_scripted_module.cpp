@@ -1,0 +1,113 @@
+// A module that does in one cycle what em_pni does when an address of the machine has changed,
+// whatever the machine: it adds 1 to the first byte of the record and writes it back, but of a
+// record that begins with 'X' it writes nothing at all. Its inventory is that byte and, once it has
+// been written, the period that the module found at its start.
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "em_pni/em_pni.h"
+#include "module/extension_module.h"
+#include "platform/profile_file.h"
+
+namespace {
+
+using namespace em_pni;
+
+class CScriptedModule final : public CExtensionModule {
+  public:
+    ~CScriptedModule() override { Join(); }
+    std::uint32_t GetModuleInfo(void* /*block*/) override { return 1; }
+    std::uint32_t Start(CIHostInterface* host, std::uint32_t instance) override {
+        period_ =
+            GetPrivateProfileString("EM_PNI", "FruUpdateCycle", "em_pni.ini").value_or("none");
+        return CExtensionModule::Start(host, instance);
+    }
+    std::uint32_t Stop() override {
+        Join();
+        return 1;
+    }
+    std::uint32_t OnSwitchStarted() override {
+        thread_ = std::thread([this] { Cycle(); });
+        return 1;
+    }
+    std::uint32_t ModuleRequest(CKrcpMessage& request) override {
+        const std::lock_guard guard(lock_);
+        Fetch();
+        auto& allocator = request.document.GetAllocator();
+        rapidjson::Value module(rapidjson::kObjectType);
+        module.AddMember("ModuleId", 0, allocator);
+        module.AddMember("FirstByte", record_.empty() ? -1 : record_.front(), allocator);
+        if (written_) {
+            module.AddMember("Period", rapidjson::Value(period_.c_str(), allocator), allocator);
+        }
+        rapidjson::Value modules(rapidjson::kArrayType);
+        modules.PushBack(module, allocator);
+        rapidjson::Value inventory(rapidjson::kObjectType);
+        inventory.AddMember("Modules", modules, allocator);
+        krcp::setMember(request, "DA", std::move(inventory));
+        krcp::setStatus(request, krcp::SUCCESS);
+        return 1;
+    }
+
+  private:
+    void Join() {
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+    void Fetch() {
+        if (record_.empty()) {
+            CKrcpMessage read = krcp::makeRequest(krcp::readFru, krcp::pniFruExtension, 0, 0);
+            SendRequest(read, 1000);
+            krcp::copyRawBytes(read, record_);
+        }
+    }
+    void Cycle() {
+        const std::lock_guard guard(lock_);
+        Fetch();
+        std::vector<std::uint8_t> copy = record_;
+        copy.at(0)++;
+        CKrcpMessage write = krcp::makeRequest(krcp::writeFru, krcp::pniFruExtension, 0, 0);
+        if (record_.at(0) != 'X') {
+            krcp::setRawBytes(write, copy);
+        }
+        SendRequest(write, 1000);
+        if (krcp::isSuccess(krcp::status(write))) {
+            record_ = copy;
+            written_ = true;
+        }
+    }
+
+    std::string period_;
+    std::thread thread_;
+    std::mutex lock_;
+    std::vector<std::uint8_t> record_;  // guarded by lock_, as the next
+    bool written_ = false;
+};
+
+CScriptedModule* theModule = nullptr;
+
+}  // namespace
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+bool EM_Create(em_pni::CIExtensionModule** module, void* /*ignored*/) {
+    theModule = new CScriptedModule;
+    *module = theModule;
+    return true;
+}
+
+std::uint32_t EM_Delete() {
+    delete theModule;
+    theModule = nullptr;
+    return 1;
+}
+
+const char* EM_GetModuleName() {
+    return PNI_TEST_MODULE_NAME;
+}
+}
+#pragma GCC visibility pop
