@@ -4,13 +4,13 @@
 
 #include "frudata/layout.h"
 #include "frudata/pni_fru.h"
+#include "frudata/record_checksum.h"
 #include "frudata/record_cursor.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
-using InternalUseArea = layout::OEM_INTERNAL_USE_AREA;
 using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
 
 const std::uint8_t* foundOrThrow(const std::uint8_t* found, const char* text) {
@@ -18,10 +18,6 @@ const std::uint8_t* foundOrThrow(const std::uint8_t* found, const char* text) {
         throw std::runtime_error(text);
     }
     return found;
-}
-
-std::uint8_t negated(std::uint8_t sum) noexcept {
-    return static_cast<std::uint8_t>(0U - sum);
 }
 
 bool traceValidity(std::uint32_t code) noexcept {
@@ -167,16 +163,7 @@ void CPniFruData::CropToValidSize() {
 
 bool CPniFruData::UpdateInternalUseAreaChecksum() {
     const CWriteGuard guard(lock_);
-    const std::uint8_t* const found = pni_findOemInternalUseArea(image_.data(), image_.size());
-    if (found == nullptr) {
-        return false;
-    }
-    const auto area = static_cast<std::size_t>(found - image_.data());
-    const std::uint8_t sum =
-        CImageView(image_.data(), image_.size()).Sum(area, InternalUseArea::iuaChecksum);
-    image_[area + InternalUseArea::iuaChecksum] = negated(sum);
-    PNI_TRACE(5, "\nCPniFruData         : UpdateInternalUseAreaChecksum() : New checksum: %u", sum);
-    return true;
+    return mendInternalUseAreaChecksum(CImageEditor(image_));
 }
 
 void CPniFruData::UpdateEndOfListBit() {
@@ -206,21 +193,7 @@ void CPniFruData::UpdateEndOfListBit() {
 
 void CPniFruData::UpdateOemPniRecordChecksum() {
     const CWriteGuard guard(lock_);
-    const CImageView image(image_.data(), image_.size());
-    RecordFrame frame;
-    const FrameFault fault = locateFrame(image, frame);
-    if (frame.multirecordHeader == 0 || fault == FrameFault::headerOutside) {
-        return;
-    }
-    const std::size_t header = frame.multirecordHeader;
-    const std::size_t length = image.U16(header + Header::recordLength);
-    if (!image.Has(header + Header::size, length)) {
-        return;  // the checksum of bytes that are not there would be a guess
-    }
-    image_[header + Header::recordChecksum] = negated(image.Sum(header + Header::size, length));
-    const std::uint8_t sum = image.Sum(header, Header::headerChecksum);
-    image_[header + Header::headerChecksum] = negated(sum);
-    PNI_TRACE(5, "\nCPniFruData         : UpdateOemPniRecordChecksum() : New checksum: %u", sum);
+    mendRecordChecksum(CImageEditor(image_));
 }
 
 }  // namespace em_pni

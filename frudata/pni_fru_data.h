@@ -2,13 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
 
+#include "frudata/address_assignment.h"
+#include "frudata/physical_address.h"
 #include "platform/read_write_lock.h"
 
 namespace em_pni {
+
+// Whether a module was found, and its position in the record.
+using FoundModule = std::pair<bool, std::uint8_t>;
 
 // Every member takes the image's lock for each search it makes: readers share it, changes have it
 // alone. Where a member looks twice (GetModuleSize, UpdateEndOfListBit), a caller that needs one
@@ -69,6 +75,34 @@ class CPniFruData {
     bool UpdateInternalUseAreaChecksum();
     void UpdateEndOfListBit();
     void UpdateOemPniRecordChecksum();
+
+    // Each change of addresses is all or nothing; address_assignment.h says what is refused.
+    bool AssignMacAddresses(std::span<const AddressBytes> macs, std::uint8_t module);
+    bool AssignWwnAddresses(std::span<const PhysicalAddress> names, std::uint8_t module);
+    bool AssignIpv4Address(std::span<const std::uint8_t> mac,
+                           std::span<const std::uint8_t> address);
+    bool AssignIpv6Address(std::span<const std::uint8_t> mac, std::span<const std::uint8_t> address,
+                           std::size_t slot);
+    bool ClearIpAddresses();
+
+    // The first module, in record order, whose manufacture MAC or WWPN is the searched one.
+    [[nodiscard]] FoundModule FindModuleByMacAddress(std::span<const std::uint8_t> mac) const;
+    [[nodiscard]] FoundModule FindModuleByWWPNAddress(std::uint64_t wwpn) const;
+    [[nodiscard]] FoundModule FindModuleByAddress(const PhysicalAddress& address) const;
+    // One entry per Ethernet or Fibre Channel function, in port and function order.
+    [[nodiscard]] std::vector<AddressBytes> GetModuleMacAddresses(std::uint8_t module) const;
+    [[nodiscard]] std::vector<PhysicalAddress> GetModuleWWPNAddresses(std::uint8_t module) const;
+    // The former, or, when there are none, the latter.
+    [[nodiscard]] std::vector<PhysicalAddress> GetModulePhysicalAddresses(
+        std::uint8_t module) const;
+    // The active MACs of all Ethernet functions of the record.
+    [[nodiscard]] std::vector<AddressBytes> GetActiveMacAddresses() const;
+    // `moduleId` of each module, in record order: the slot it sits in, 0 = onboard.
+    [[nodiscard]] std::vector<std::uint8_t> GetModuleIds() const;
+    // Bus (bits 8-15), device (3-7) and function (0-2) stored for a port function.
+    [[nodiscard]] std::optional<std::uint16_t> GetPciLocation(std::uint8_t module,
+                                                              std::uint8_t port,
+                                                              std::uint8_t function) const;
 
   private:
     mutable CReadWriteLock lock_;

@@ -91,6 +91,11 @@ std::optional<std::span<const std::uint8_t>> CPniPortFunction::Bytes(
     return bytes_.Has(place, length) ? std::optional(bytes_.Inside(place, length)) : std::nullopt;
 }
 
+bool CPniPortFunction::HasSeparateAddresses() const noexcept {
+    return bytes_.Has(Layout::addressOffset, 1) &&
+           bytes_.U8(Layout::addressOffset) >= Place(Layout::speed);
+}
+
 std::optional<std::span<const std::uint8_t>> CPniPortFunction::AddressBytes(
     std::size_t offset, std::size_t length) const noexcept {
     if (!bytes_.Has(Layout::addressOffset, 1)) {

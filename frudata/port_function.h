@@ -47,6 +47,9 @@ class CPniPortFunction {
     // All `length` bytes of a field, or none.
     [[nodiscard]] std::optional<std::span<const std::uint8_t>> Bytes(
         std::size_t field, std::size_t length) const noexcept;
+    // Whether the address block begins behind the common fields: writing to one that does not would
+    // change those.
+    [[nodiscard]] bool HasSeparateAddresses() const noexcept;
     // All `length` bytes at `offset` of the address block, or none.
     [[nodiscard]] std::optional<std::span<const std::uint8_t>> AddressBytes(
         std::size_t offset, std::size_t length) const noexcept;

@@ -1,0 +1,52 @@
+#include "frudata/record_checksum.h"
+
+#include "frudata/layout.h"
+#include "frudata/pni_fru.h"
+#include "frudata/record_frame.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+using InternalUseArea = layout::OEM_INTERNAL_USE_AREA;
+using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
+
+std::uint8_t negated(std::uint8_t sum) noexcept {
+    return static_cast<std::uint8_t>(0U - sum);
+}
+
+}  // namespace
+
+bool mendInternalUseAreaChecksum(CImageEditor image) noexcept {
+    const CImageView view = image.View();
+    const std::uint8_t* const found = pni_findOemInternalUseArea(view.Data(), view.Size());
+    if (found == nullptr) {
+        return false;
+    }
+    const auto area = static_cast<std::size_t>(found - view.Data());
+    const std::uint8_t sum = view.Sum(area, InternalUseArea::iuaChecksum);
+    image.PutU8(area + InternalUseArea::iuaChecksum, negated(sum));
+    PNI_TRACE(5, "\nCPniFruData         : UpdateInternalUseAreaChecksum() : New checksum: %u", sum);
+    return true;
+}
+
+bool mendRecordChecksum(CImageEditor image) noexcept {
+    const CImageView view = image.View();
+    RecordFrame frame;
+    const FrameFault fault = locateFrame(view, frame);
+    const std::size_t header = frame.multirecordHeader;
+    if (header == 0 || fault == FrameFault::headerOutside) {
+        return false;
+    }
+    const std::size_t length = view.U16(header + Header::recordLength);
+    if (!view.Has(header + Header::size, length)) {
+        return false;  // the checksum of bytes that are not there would be a guess
+    }
+    image.PutU8(header + Header::recordChecksum, negated(view.Sum(header + Header::size, length)));
+    const std::uint8_t sum = view.Sum(header, Header::headerChecksum);
+    image.PutU8(header + Header::headerChecksum, negated(sum));
+    PNI_TRACE(5, "\nCPniFruData         : UpdateOemPniRecordChecksum() : New checksum: %u", sum);
+    return true;
+}
+
+}  // namespace em_pni
