@@ -30,7 +30,7 @@ constexpr const LinkSpeedUnit& linkSpeedUnit(std::uint64_t kbitPerSecond) noexce
 constexpr std::uint16_t encodeLinkSpeed(std::uint64_t kbitPerSecond) noexcept {
     const LinkSpeedUnit& unit = linkSpeedUnit(kbitPerSecond);
     const std::uint64_t magnitude = kbitPerSecond / unit.kbitPerSecond & 0x3FFFU;
-    return static_cast<std::uint16_t>(unit.code << 14U | magnitude);
+    return static_cast<std::uint16_t>(std::uint64_t{unit.code} << 14U | magnitude);
 }
 
 }  // namespace em_pni

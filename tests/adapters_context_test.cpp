@@ -2,6 +2,7 @@
 
 #include "adapters/link_speed.h"
 #include "adapters/net_interface_connection_context.h"
+#include "tests/adapters_fake_cards.h"
 #include "tests/adapters_scripted_connection.h"
 #include "tests/trace_capture.h"
 
@@ -14,15 +15,6 @@ const Mac longOne{2, 0, 0, 0, 0, 1, 0, 0};
 const Mac unknown{2, 0, 0, 0, 0, 9};
 const std::vector<unsigned> ipv4{10, 0, 0, 1};
 const std::vector<unsigned> ipv6{0xFE, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-
-std::string what(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::exception& exception) {
-        return exception.what();
-    }
-    return "";
-}
 
 // Interface 0 is Ethernet, 1 is none, 2 is Ethernet with a long address.
 struct AdaptersContext : testing::Test {
@@ -72,7 +64,7 @@ TEST_F(AdaptersContext, ReadsTheMapAgainOnlyWhenItMust) {
 
     NetInterfaceConnectionContext alone(nullptr, 0);
     EXPECT_THROW(alone.Check(), std::logic_error);
-    EXPECT_EQ(what([&] { alone.Check(); }),
+    EXPECT_EQ(textOfException([&] { alone.Check(); }),
               "NetInterfaceConnectionContext::Check() : Invalid connection module!");
     EXPECT_THROW(alone.Refresh(), std::runtime_error);
 }
@@ -134,7 +126,7 @@ TEST_F(AdaptersContext, RefusesRepliesThatCannotBe) {
     for (const auto& one : cases) {
         const unsigned object = one.opcode == 0x1700 ? 0 : 2;
         host.OnDocument(one.opcode, 0, object, one.document);
-        EXPECT_EQ(what([&] { context.Refresh(); }), one.text) << one.document;
+        EXPECT_EQ(textOfException([&] { context.Refresh(); }), one.text) << one.document;
         host.On(one.opcode, 0, object, right.at(one.opcode));
         // Nothing half-read is taken for the whole map.
         EXPECT_EQ(context.GetNetInterfaceSpeed(longOne), 8589934592U) << one.document;
