@@ -1,7 +1,5 @@
 #include "frudata/address_targets.h"
 
-#include <algorithm>
-
 #include "frudata/layout.h"
 #include "platform/trace.h"
 
@@ -25,11 +23,6 @@ std::uint32_t codeOf(FrameFault fault, bool isEmpty) noexcept {
 }
 
 }  // namespace
-
-bool isUsableMac(std::span<const std::uint8_t> mac) noexcept {
-    return (mac.size() == 6 || mac.size() == 8) &&
-           std::any_of(mac.begin(), mac.end(), [](std::uint8_t byte) { return byte != 0; });
-}
 
 std::vector<AddressTarget> findAddressTargets(
     CImageView image, const std::function<bool(const CRecordCursor&)>& isWanted,

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <span>
 #include <vector>
 
 #include "frudata/pni_fru.h"
@@ -20,9 +19,6 @@ struct AddressTarget {
     std::uint8_t port = 0;      // position in the module
     std::size_t addresses = 0;  // image offset of its address block
 };
-
-// 6 or 8 bytes, not all zero.
-bool isUsableMac(std::span<const std::uint8_t> mac) noexcept;
 
 // The functions for which `isWanted` holds, in record order; none, and another `code` than
 // PNI_SUCCESS, when the image holds no record or an element does not stand where it says.

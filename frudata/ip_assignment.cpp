@@ -5,6 +5,7 @@
 #include "frudata/address_targets.h"
 #include "frudata/address_text.h"
 #include "frudata/layout.h"
+#include "frudata/physical_address.h"
 #include "frudata/record_checksum.h"
 #include "platform/trace.h"
 

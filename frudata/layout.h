@@ -65,6 +65,7 @@ struct PNI_MODULE_AREA {
     static constexpr std::size_t moduleType = 23;      // location
     static constexpr std::size_t firmwareVersion = 24;
     static constexpr std::size_t firmwareVersionSize = 32;
+    static constexpr std::size_t size = 56;   // as it is written; recordLen counts
     static constexpr std::size_t walked = 3;  // bytes that a walk reads of a module
 };
 
@@ -73,6 +74,7 @@ struct PNI_PORT_AREA {
     static constexpr std::size_t recordLen = 1;  // bytes from the port to its first function
     static constexpr std::size_t pfCount = 2;
     static constexpr std::size_t wolBehaviour = 3;
+    static constexpr std::size_t size = 4;    // as it is written; recordLen counts
     static constexpr std::size_t walked = 3;  // bytes that a walk reads of a port
 };
 
@@ -94,6 +96,7 @@ struct PNI_PORT_FUNCTION {
     static constexpr std::size_t pciAddress =
         26;  // 32 bits: segment, bus, device (5), function (3)
     static constexpr std::size_t subVendorDeviceId = 30;  // 32 bits
+    static constexpr std::size_t commonSize = 34;         // as it is written; addressOffset counts
     static constexpr std::size_t walked = 2;              // bytes that a walk reads of a function
 
     static constexpr std::size_t lengthUnit = 4;           // bytes
@@ -115,8 +118,11 @@ struct NIC_ADDRESSES {
     static constexpr std::size_t manufactureMac = 0;
     static constexpr std::size_t activeMac = 6;
     static constexpr std::size_t optionRom = 12;
-    static constexpr std::size_t ipCounters = 44;   // bits 0-3 IPv4, bits 4-7 IPv6
-    static constexpr std::size_t ipAddresses = 45;  // every IPv4, then every IPv6 address
+    static constexpr std::size_t ipCounters = 44;        // bits 0-3 IPv4, bits 4-7 IPv6
+    static constexpr std::size_t ipAddresses = 45;       // every IPv4, then every IPv6 address
+    static constexpr std::size_t ipAddressesSize = 300;  // bytes that can be written
+    static constexpr std::size_t size = ipAddresses + ipAddressesSize;
+    static constexpr std::size_t maxOfFamily = 15;  // addresses that a counter can say
 };
 
 struct FC_ADDRESSES {

@@ -1,7 +1,9 @@
 // The physical address of a port function, from the record or from the machine.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace em_pni {
@@ -16,5 +18,11 @@ struct PhysicalAddress {
     std::uint64_t wwpn = 0;         // 0 = none
     std::uint64_t wwnn = 0;         // 0 = none
 };
+
+// 6 or 8 bytes that are not all zero.
+inline bool isUsableMac(std::span<const std::uint8_t> mac) noexcept {
+    return (mac.size() == 6 || mac.size() == 8) &&
+           std::any_of(mac.begin(), mac.end(), [](std::uint8_t byte) { return byte != 0; });
+}
 
 }  // namespace em_pni

@@ -1,0 +1,39 @@
+// The adapters that this machine has right now.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "adapters/local_pni_adapter.h"
+
+namespace em_pni {
+
+// Owns at most one adapter; a copy owns a clone of it. Belongs to one thread at a time.
+class LocalPniAdapterHandle {
+  public:
+    // Builds and collects the adapter of the device. Empty for a device that is no network and no
+    // Fibre Channel card, and when anything goes wrong. `connection` must outlive the handle and
+    // its copies; null = there is none, and Ethernet adapters cannot be collected.
+    LocalPniAdapterHandle(const DeviceToAdaptersMap& device, CKrcpConnection* connection,
+                          std::int32_t cabinet);
+    LocalPniAdapterHandle(const LocalPniAdapterHandle& other);
+    LocalPniAdapterHandle(LocalPniAdapterHandle&& other) noexcept = default;
+    LocalPniAdapterHandle& operator=(const LocalPniAdapterHandle&) = delete;
+    ~LocalPniAdapterHandle();
+
+    [[nodiscard]] bool HasAdapter() const noexcept { return adapter_ != nullptr; }
+    // Borrowed. std::logic_error "LocalPniAdapterHandle::Get() Called on invalid object"
+    [[nodiscard]] LocalPniAdapter& Get() const;
+
+    // Scans the machine once; one handle for every adapter that could be collected. Every Ethernet
+    // adapter asks the host about its interfaces, so this can block for as long as the host does.
+    // std::runtime_error "GetLocalNetworkAdapters() : ScanSystemAdapters failed"
+    [[nodiscard]] static std::vector<LocalPniAdapterHandle> GetLocalNetworkAdapters(
+        CMachine& machine, CKrcpConnection* connection, std::int32_t cabinet);
+
+  private:
+    std::unique_ptr<LocalPniAdapter> adapter_;
+};
+
+}  // namespace em_pni

@@ -1,0 +1,197 @@
+#include "adapters/net_interface_connection_context.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "frudata/layout.h"
+#include "frudata/physical_address.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+
+using IpAddressKind = CNetworkRequests::IpAddressKind;
+
+struct NetInterfaceConnectionContext::FoundAddresses {
+    std::vector<IpAddressBytes> list;
+    std::uint32_t ipv4 = 0;
+    std::uint32_t ipv6 = 0;
+
+    [[nodiscard]] bool HasBoth() const noexcept { return ipv4 > 0 && ipv6 > 0; }
+    void Add(IpAddressBytes&& address) {
+        ++(address.size() == layout::ipv4Size ? ipv4 : ipv6);
+        list.push_back(std::move(address));
+    }
+};
+
+std::uint32_t NetInterfaceConnectionContext::FetchInterfaceCount() const {
+    const auto reply = requests_.InterfaceCount();
+    if (!reply.value) {
+        throw std::runtime_error(
+            "NetInterfaceConnectionContext::FetchInterfaceCount() : No reply data from SIP!");
+    }
+    PNI_TRACE(4,
+              "\nEM_PNI NetInterfaceConnectionContext::FetchInterfaceCount() : Interface count : "
+              "%u",
+              *reply.value);
+    return *reply.value;
+}
+
+bool NetInterfaceConnectionContext::IsEthernetInterface(std::uint32_t interface) const {
+    PNI_TRACE(5,
+              "\nEM_PNI NetInterfaceConnectionContext::IsEthernetInterface() : Start (interface "
+              "#%u)",
+              interface);
+    const NumberReply reply = requests_.InterfaceType(interface);
+    if (!reply.answered) {
+        throw std::runtime_error(
+            "NetInterfaceConnectionContext::IsEthernetInterface() : No reply data from SIP!");
+    }
+    return reply.value == CNetworkRequests::ethernetType;
+}
+
+std::vector<std::uint8_t> NetInterfaceConnectionContext::FetchMacAddress(
+    std::uint32_t interface) const {
+    BytesReply reply = requests_.MacAddress(interface);
+    if (!reply.value) {
+        throw std::runtime_error(
+            "NetInterfaceConnectionContext::Refresh() : No reply data from SIP!");
+    }
+    if (!isUsableMac(*reply.value)) {
+        throw std::runtime_error(
+            "NetInterfaceConnectionContext::Refresh() : Invalid MAC received!");
+    }
+    return std::move(*reply.value);
+}
+
+bool NetInterfaceConnectionContext::Refresh() {
+    PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::Refresh() : Start.");
+    interfaceMap_.clear();
+    const std::uint32_t count = FetchInterfaceCount();
+    decltype(interfaceMap_) map;
+    for (std::uint32_t interface = 0; interface < count; ++interface) {
+        if (IsEthernetInterface(interface)) {
+            map[FetchMacAddress(interface)] = interface;
+        }
+    }
+    interfaceMap_ = std::move(map);
+    interfaceCount_ = count;
+    PNI_TRACE(3, "\nEM_PNI NetInterfaceConnectionContext::Refresh() : Found interfaces : %u",
+              count);
+    PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::Refresh() : Done.");
+    return true;
+}
+
+bool NetInterfaceConnectionContext::Check() {
+    PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::Check() : Start.");
+    if (!requests_.HasConnection()) {
+        throw std::logic_error(
+            "NetInterfaceConnectionContext::Check() : Invalid connection module!");
+    }
+    if (interfaceMap_.empty()) {
+        PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::Check() : No interface data.");
+        return Refresh();
+    }
+    if (FetchInterfaceCount() != interfaceCount_) {
+        PNI_TRACE(5,
+                  "\nEM_PNI NetInterfaceConnectionContext::Check() : Interface count changed, "
+                  "refresh...");
+        return Refresh();
+    }
+    return true;
+}
+
+bool NetInterfaceConnectionContext::IsCurrent() {
+    try {
+        return Check();
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+std::uint32_t NetInterfaceConnectionContext::InterfaceOf(
+    const std::vector<std::uint8_t>& mac) const {
+    const auto found = interfaceMap_.find(mac);
+    return found != interfaceMap_.end() ? found->second : 0;
+}
+
+BytesReply NetInterfaceConnectionContext::RequestIpAddress(IpAddressKind kind, std::uint32_t index,
+                                                           std::uint32_t interface) const {
+    BytesReply reply = requests_.IpAddress(kind, index, interface);
+    PNI_TRACE(5,
+              "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() : NIC[%u]: Request %s IP "
+              "address %u - KRCP status 0x%X",
+              interface, nameOf(kind), index, reply.status);
+    return reply;
+}
+
+void NetInterfaceConnectionContext::AddPrimary(std::uint32_t interface,
+                                               FoundAddresses& found) const {
+    constexpr std::uint32_t addresses = 4;
+    for (std::uint32_t index = 0; index < addresses; ++index) {
+        BytesReply reply = RequestIpAddress(IpAddressKind::primary, index, interface);
+        if (reply.value) {
+            found.Add(std::move(*reply.value));
+        } else {
+            PNI_TRACE(4,
+                      "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() :   IF_%02u "
+                      "failed, STATUS %02X",
+                      interface, reply.status);
+        }
+    }
+}
+
+void NetInterfaceConnectionContext::AddMissing(IpAddressKind kind, std::uint32_t count,
+                                               std::uint32_t interface,
+                                               FoundAddresses& found) const {
+    for (std::uint32_t index = 0; index < count && !found.HasBoth(); ++index) {
+        BytesReply reply = RequestIpAddress(kind, index, interface);
+        const std::size_t size = reply.value ? reply.value->size() : 0;
+        if ((size == layout::ipv4Size && found.ipv4 == 0) ||
+            (size == layout::ipv6Size && found.ipv6 == 0)) {
+            found.Add(std::move(*reply.value));
+        }
+    }
+}
+
+std::vector<IpAddressBytes> NetInterfaceConnectionContext::GetIpAddresses(
+    const std::vector<std::uint8_t>& mac) {
+    PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() : Start.");
+    if (!IsCurrent()) {
+        PNI_TRACE(1, "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() : Check failed!");
+        return {};
+    }
+    const std::uint32_t interface = InterfaceOf(mac);
+    FoundAddresses found;
+    AddPrimary(interface, found);
+    AddMissing(IpAddressKind::transient, 2, interface, found);
+    AddMissing(IpAddressKind::any, 4, interface, found);
+    PNI_TRACE(2,
+              "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() : Done. Found %u ipV4 and "
+              "%u ipV6",
+              found.ipv4, found.ipv6);
+    return std::move(found.list);
+}
+
+std::uint64_t NetInterfaceConnectionContext::GetNetInterfaceSpeed(
+    const std::vector<std::uint8_t>& mac) {
+    PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::GetNetInterfaceSpeed() : Start.");
+    if (!IsCurrent()) {
+        PNI_TRACE(1,
+                  "\nEM_PNI NetInterfaceConnectionContext::GetNetInterfaceSpeed() : Check failed!");
+        return 0;
+    }
+    const NumberReply reply = requests_.LinkSpeed(InterfaceOf(mac));
+    if (!reply.value) {
+        PNI_TRACE(5,
+                  "\nEM_PNI NetInterfaceConnectionContext::GetNetInterfaceSpeed() : Call failed. "
+                  "KRCP status 0x%X",
+                  reply.status);
+        return 0;
+    }
+    PNI_TRACE(5,
+              "\nEM_PNI NetInterfaceConnectionContext::GetNetInterfaceSpeed() : Return speed: %u",
+              static_cast<unsigned>(*reply.value));
+    return *reply.value;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,70 @@
+// The bridge between the machine's network functions, known by MAC address, and the host's network
+// interfaces, known by number.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "adapters/network_requests.h"
+
+namespace em_pni {
+
+using IpAddressBytes = std::vector<std::uint8_t>;  // network order; 4 bytes IPv4, 16 bytes IPv6
+
+// A value: a copy has a map of its own and asks over the same connection. Belongs to one thread at
+// a time. Every operation may ask the host and wait for it. The quoted texts are of the
+// std::runtime_error that the operation throws.
+class NetInterfaceConnectionContext {
+  public:
+    // `connection` must outlive all copies; null means that there is none.
+    NetInterfaceConnectionContext(CKrcpConnection* connection, std::int32_t cabinet) noexcept
+        : requests_(connection, cabinet) {}
+
+    // "NetInterfaceConnectionContext::FetchInterfaceCount() : No reply data from SIP!"
+    [[nodiscard]] std::uint32_t FetchInterfaceCount() const;
+    // "NetInterfaceConnectionContext::IsEthernetInterface() : No reply data from SIP!", but only
+    // when there is no reply at all: an interface whose type the host refuses to tell is none.
+    [[nodiscard]] bool IsEthernetInterface(std::uint32_t interface) const;
+    // Reads the map anew. Throws what the two above throw, the same of its own, and
+    // "NetInterfaceConnectionContext::Refresh() : Invalid MAC received!". After an exception the
+    // map is empty, so that the next Check tries again.
+    bool Refresh();
+
+    // Reads the map anew when it is empty or the host has another number of interfaces now; a MAC
+    // that changes while the number stays is not noticed. Throws as Refresh does, and
+    // std::logic_error without a connection.
+    bool Check();
+
+    // The addresses of the interface with this MAC, or of interface 0 when no interface has it: all
+    // primary ones, and at most one more of a family that they lack. No exception for a bad reply.
+    std::vector<IpAddressBytes> GetIpAddresses(const std::vector<std::uint8_t>& mac);
+    // In kbit/s, 0 when not known; the interface is found likewise.
+    std::uint64_t GetNetInterfaceSpeed(const std::vector<std::uint8_t>& mac);
+
+  private:
+    struct FoundAddresses;
+    struct MacLess {  // g++ 12 sees an overrun in the vector's own comparison
+        bool operator()(const std::vector<std::uint8_t>& left,
+                        const std::vector<std::uint8_t>& right) const noexcept {
+            return std::lexicographical_compare(left.begin(), left.end(), right.begin(),
+                                                right.end());
+        }
+    };
+
+    [[nodiscard]] std::vector<std::uint8_t> FetchMacAddress(std::uint32_t interface) const;
+    [[nodiscard]] std::uint32_t InterfaceOf(const std::vector<std::uint8_t>& mac) const;
+    [[nodiscard]] bool IsCurrent();
+    [[nodiscard]] BytesReply RequestIpAddress(CNetworkRequests::IpAddressKind kind,
+                                              std::uint32_t index, std::uint32_t interface) const;
+    void AddPrimary(std::uint32_t interface, FoundAddresses& found) const;
+    void AddMissing(CNetworkRequests::IpAddressKind kind, std::uint32_t count,
+                    std::uint32_t interface, FoundAddresses& found) const;
+
+    CNetworkRequests requests_;
+    std::map<std::vector<std::uint8_t>, std::uint32_t, MacLess> interfaceMap_;  // 6 or 8 bytes
+    std::uint32_t interfaceCount_ = 0;  // at the last Refresh
+};
+
+}  // namespace em_pni
