@@ -5,10 +5,11 @@
 #include <cstdint>
 
 #include "em_pni/extension_module.h"
+#include "module/krcp_connection.h"
 
 namespace em_pni {
 
-class CExtensionModule : public CIExtensionModule {
+class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
   public:
     std::uint32_t GetModuleInfo(void* block) override;
     std::uint32_t Init() override;
@@ -44,7 +45,7 @@ class CExtensionModule : public CIExtensionModule {
     std::uint32_t GetHostKind();
     // Blocks until the host has answered in `message` or the time is over. A missing "CA" is added.
     // Before Start the status becomes EXEC_FAILED and nothing is sent.
-    std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs);
+    std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override;
 
     // Set once the host shuts its switch down, never cleared: nothing may be written any more.
     // Written by a thread of the host, read by the update thread.

@@ -28,8 +28,10 @@ void setText(unsigned char* field, const char* text) noexcept {
 
 }  // namespace
 
-CPniExtModule::CPniExtModule(PniPlaces places)
-    : places_(std::move(places)), updateThread_(&CPniExtModule::UpdateThread, this) {
+CPniExtModule::CPniExtModule(PniPlaces places, std::shared_ptr<CMachine> machine)
+    : places_(std::move(places)),
+      machine_(std::move(machine)),
+      updateThread_(&CPniExtModule::UpdateThread, this) {
     PNI_TRACE(3, "\nEM_PNI              : CLASS CREATED!");
 }
 

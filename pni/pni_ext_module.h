@@ -3,8 +3,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
+#include "devscan/machine.h"
 #include "frudata/pni_fru_data.h"
 #include "module/extension_module.h"
 #include "module/module_config.h"
@@ -25,7 +27,8 @@ struct PniPlaces {
 // holds FruDataLock and HotplugLock together.
 class CPniExtModule final : public CExtensionModule {
   public:
-    explicit CPniExtModule(PniPlaces places = {});
+    explicit CPniExtModule(PniPlaces places = {},
+                           std::shared_ptr<CMachine> machine = std::make_shared<CMachine>());
     // Waits for the update thread, also where Stop has given up on it.
     ~CPniExtModule() override;
 
@@ -67,11 +70,13 @@ class CPniExtModule final : public CExtensionModule {
     void StopUpdateThread();
     void RunUpdateCycles();
     void RunUpdateCycle(CPniFruData& copy);
+    void UpdateIpAddresses(CPniFruData& record);
     void WriteBackWhenModified(const CPniFruData& copy);
     [[nodiscard]] bool IsHotplugPending();
     [[nodiscard]] bool WaitForNextCycle();
 
     const PniPlaces places_;
+    const std::shared_ptr<CMachine> machine_;
     CRecursiveLock FruDataLock;
     CPniFruData record_
         PNI_GUARDED_BY(FruDataLock);  // as last read from or written to the controller

@@ -2,6 +2,8 @@
 
 #include "platform/trace.h"
 #include "pni/guarded.h"
+#include "pni/ip_update.h"
+#include "pni/physical_check.h"
 #include "pni/pni_ext_module.h"
 
 namespace em_pni {
@@ -69,7 +71,27 @@ void CPniExtModule::RunUpdateCycles() {
 }
 
 void CPniExtModule::RunUpdateCycle(CPniFruData& copy) {
+    UpdateIpAddresses(copy);
     WriteBackWhenModified(copy);
+}
+
+void CPniExtModule::UpdateIpAddresses(CPniFruData& record) {
+    if (SwitchShutdown) {
+        return;
+    }
+    PNI_TRACE(3, "\nEM_PNI              : Start PNI update...");
+    if (!record.IsValid()) {
+        PNI_TRACE(1, "\nEM_PNI              : ERROR! Invalid PNI FRU data received!");
+    } else {
+        PNI_TRACE(3, "\nEM_PNI              : PNI FRU data are valid");
+        // Should the scan of the machine fail, its exception ends the cycle here, before anything
+        // of the record has changed.
+        CheckPhysicalAddrs(record, [this] {
+            return LocalPniAdapterHandle::GetLocalNetworkAdapters(*machine_, this, CabinetNumber());
+        });
+        ReplaceIpAddresses(CNetworkRequests(this, CabinetNumber()), record);
+    }
+    PNI_TRACE(3, "\nEM_PNI              : ... PNI update done");
 }
 
 void CPniExtModule::WriteBackWhenModified(const CPniFruData& copy) {

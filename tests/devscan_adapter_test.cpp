@@ -12,7 +12,7 @@ namespace {
 std::string traced(const char* level, const std::function<void()>& action) {
     static std::string directory;
     static std::string levelText;
-    const CTempDirectory place;
+    const test::CTempDirectory place;
     directory = place.Path();
     levelText = level;
     {
@@ -25,7 +25,7 @@ std::string traced(const char* level, const std::function<void()>& action) {
         action();
     }
     std::stringstream text;
-    text << std::ifstream(place.Path() / "log.EM_PNI").rdbuf();
+    text << std::ifstream(place.File("log.EM_PNI")).rdbuf();
     return text.str();
 }
 

@@ -50,8 +50,8 @@ TEST(DevscanCommand, LimitsKillTheWholeGroup) {
     const auto start = std::chrono::steady_clock::now();
     // Hangs itself; leaves a child that keeps the output open; closes its output and stays.
     EXPECT_FALSE(run("echo half; sleep 60; true", {milliseconds(150), 1000}));
-    const CTempDirectory place;
-    const std::string mark = place.Path() / "mark";
+    const test::CTempDirectory place;
+    const std::string mark = place.File("mark");
     EXPECT_FALSE(run("(sleep 0.6; touch " + mark + ") & echo half", {milliseconds(150), 1000}));
     EXPECT_FALSE(run("exec >&-; sleep 60", {milliseconds(150), 1000}));
     EXPECT_FALSE(run("yes flood", {milliseconds(60000), 5000}));

@@ -18,26 +18,9 @@
 #include <vector>
 
 #include "devscan/scan.h"
+#include "tests/temp_directory.h"
 
 namespace em_pni {
-
-class CTempDirectory {
-  public:
-    CTempDirectory() {
-        std::string name = (std::filesystem::temp_directory_path() / "devscan.XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) {
-            std::abort();
-        }
-        path_ = name;
-    }
-    ~CTempDirectory() { std::filesystem::remove_all(path_); }
-    CTempDirectory(const CTempDirectory&) = delete;
-    CTempDirectory& operator=(const CTempDirectory&) = delete;
-    [[nodiscard]] const std::filesystem::path& Path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 // Answers by the command's words joined with blanks; any other command cannot be run.
 class CScriptedCommands final : public CCommandRunner {
@@ -131,17 +114,19 @@ class CScriptedInterfaces final : public CInterfaceControl {
 class CFakeMachine {
   public:
     void File(const std::string& path, const std::string& text) {
-        const auto full = root_.Path() / path;
+        const auto full = std::filesystem::path(root_.Path()) / path;
         std::filesystem::create_directories(full.parent_path());
         std::ofstream(full, std::ios::binary) << text;
     }
     void Link(const std::string& path, const std::string& target) {
-        const auto full = root_.Path() / path;
+        const auto full = std::filesystem::path(root_.Path()) / path;
         std::filesystem::create_directories(full.parent_path());
         std::filesystem::create_symlink(target, full);
     }
-    void Remove(const std::string& path) { std::filesystem::remove_all(root_.Path() / path); }
-    [[nodiscard]] std::string Path(const std::string& path) const { return root_.Path() / path; }
+    void Remove(const std::string& path) {
+        std::filesystem::remove_all(std::filesystem::path(root_.Path()) / path);
+    }
+    [[nodiscard]] std::string Path(const std::string& path) const { return root_.File(path); }
     // Bytes at an address of physical memory.
     void Memory(std::size_t address, const std::string& bytes) {
         memory_.resize(std::max({memory_.size(), std::size_t{0x100000}, address + bytes.size()}));
@@ -184,7 +169,7 @@ class CFakeMachine {
     std::vector<CSystemAdapter> Scan() { return ScanSystemAdapters(machine_).value(); }
 
   private:
-    CTempDirectory root_;
+    test::CTempDirectory root_;
     std::string memory_;
 
   public:
@@ -192,7 +177,7 @@ class CFakeMachine {
     CScriptedInterfaces* const interfaces = new CScriptedInterfaces;  // likewise
 
   private:
-    CMachine machine_{root_.Path().string(), std::unique_ptr<CCommandRunner>(commands),
+    CMachine machine_{root_.Path(), std::unique_ptr<CCommandRunner>(commands),
                       std::unique_ptr<CInterfaceControl>(interfaces)};
 };
 

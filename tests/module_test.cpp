@@ -1,30 +1,15 @@
 #include <gtest/gtest.h>
 
-#include "pni/pni_ext_module.h"
-#include "tests/scripted_host.h"
-#include "tests/trace_capture.h"
+#include "tests/module_fixture.h"
 
 namespace em_pni::test {
 namespace {
 
 using namespace std::chrono_literals;
 
-PniPlaces placesIn(const CTempDirectory& directory) {
-    return {.config = {.currentDirectory = directory.File("current"),
-                       .programDirectory = directory.File("program"),
-                       .dataRoot = directory.File("root")},
-            .dumpFile = directory.File("pnidump")};
-}
-
-class ModuleTest : public ::testing::Test {
+class ModuleTest : public ModuleFixture {
   protected:
-    CTraceCapture trace_{4};
-    CTempDirectory directory_;
-    CScriptedHost host_{sample("three-modules-in-2k-device.fru")};
-    const std::unique_ptr<CPniExtModule> owner_ =
-        std::make_unique<CPniExtModule>(placesIn(directory_));
-    CPniExtModule& module_ = *owner_;
-    void SetUp() override { module_.SetCabinetNumber(-3); }
+    ModuleTest() : ModuleFixture(4) { module_.SetCabinetNumber(-3); }
 
     CKrcpMessage Event(std::uint16_t opcode, const char* data = "0") {
         return parsedMessage(R"({"SIP":{"CMD":[{"ST":255,"OC":)" + std::to_string(opcode) +
@@ -90,32 +75,31 @@ TEST_F(ModuleTest, AFailedFetchLeavesTheModulePassive) {
 }
 
 TEST_F(ModuleTest, PeriodComesFromTheFirstConfigurationFile) {
-    directory_.Write("root/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=70000\n");
+    Configure("70000", "root");
     module_.Start(&host_, 0);
     EXPECT_TRUE(trace_.Has("Read module property \"FruUpdateCycle\" = 70000 (0x11170)"));
     EXPECT_TRUE(trace_.Has("update check is done every 70000 msec"));
-    directory_.Write("program/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=50\n");
+    Configure("50", "program");
     module_.Start(&host_, 0);
     EXPECT_TRUE(trace_.Has("done every 50 msec"));
-    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=80000\n");
+    Configure("80000");
     module_.Start(&host_, 0);
     EXPECT_EQ(trace_.Count("done every 50 msec"), 2) << "the stored period is too short to change";
 
-    CPniExtModule other(placesIn(directory_));
+    const auto other = NewModule();
     for (const char* nonsense : {"soon", "-1", "4294967296", ""}) {
-        directory_.Write("current/em_pni.ini",
-                         std::string("[EM_PNI]\nFruUpdateCycle=") + nonsense + "\n");
-        other.Start(&host_, 0);
+        Configure(nonsense);
+        other->Start(&host_, 0);
     }
     EXPECT_EQ(trace_.Count("done every 120000 msec"), 4);
-    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=4294967295\n");
-    other.Start(&host_, 0);
+    Configure("4294967295");
+    other->Start(&host_, 0);
     EXPECT_TRUE(trace_.Has("update check is done on CM_NetworkInfoIpAddressChanged KRCP event"));
     EXPECT_TRUE(trace_.Has("Register event log source \"Quillon Agentless Service\" ..."));
 }
 
 TEST_F(ModuleTest, ThreadRunsACycleAtStartPerEventAndPerPeriod) {
-    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=4294967295\n");
+    Configure("4294967295");
     module_.Start(&host_, 0);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
@@ -131,10 +115,10 @@ TEST_F(ModuleTest, ThreadRunsACycleAtStartPerEventAndPerPeriod) {
     EXPECT_TRUE(trace_.Has("THREAD_RETURN: ## INFO: Thread = 0x"));
     EXPECT_EQ(host_.Count(krcp::writeFru), 0);
 
-    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=60\n");
-    CPniExtModule periodic(placesIn(directory_));
-    periodic.Start(&host_, 0);
-    periodic.OnSwitchStarted();
+    Configure("60");
+    const auto periodic = NewModule();
+    periodic->Start(&host_, 0);
+    periodic->OnSwitchStarted();
     const int before = Cycles();
     EXPECT_TRUE(soon([&] { return Cycles() > before + 2; }));
 }
@@ -161,7 +145,7 @@ TEST_F(ModuleTest, StartingAgainReplacesTheThreadAndTheRecord) {
 }
 
 TEST_F(ModuleTest, PendingHotplugIsTriedTwiceMore) {
-    directory_.Write("current/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=4294967295\n");
+    Configure("4294967295");
     module_.Start(&host_, 0);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
@@ -206,33 +190,28 @@ TEST_F(ModuleTest, NotificationsAreTracedByName) {
 }
 
 // The module is destroyed without Stop, straight after events and requests of other threads.
-TEST(ModuleThread, RunsBesideEventsAndRequestsAndIsJoinedAtTheEnd) {
-    CTraceCapture trace(4);
-    const CTempDirectory directory;
-    CScriptedHost host(sample("onboard-only.fru"));
-    {
-        CPniExtModule module(placesIn(directory));
-        module.SetCabinetNumber(0);
-        module.Start(&host, 0);
-        module.OnSwitchStarted();
-        CKrcpMessage event = parsedMessage(R"({"SIP":{"CMD":[{"ST":255,"OC":5903}]}})");
-        std::thread eventThread([&] {
-            for (int i = 0; i < 200; ++i) {
-                module.ModuleReply(event);
-            }
-        });
-        std::thread requestThread([&] {
-            for (int i = 0; i < 50; ++i) {
-                CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
-                module.ModuleRequest(request);
-                ASSERT_EQ(krcp::status(request), krcp::SUCCESS);
-            }
-        });
-        eventThread.join();
-        requestThread.join();
-    }
-    EXPECT_EQ(trace.Count("THREAD_RETURN"), 1);
-    EXPECT_EQ(host.Count(krcp::writeFru), 0);
+TEST_F(ModuleTest, RunsBesideEventsAndRequestsAndIsJoinedAtTheEnd) {
+    module_.SetCabinetNumber(0);
+    module_.Start(&host_, 0);
+    module_.OnSwitchStarted();
+    CKrcpMessage event = Event(krcp::ipAddressChanged);
+    std::thread eventThread([&] {
+        for (int i = 0; i < 200; ++i) {
+            module_.ModuleReply(event);
+        }
+    });
+    std::thread requestThread([&] {
+        for (int i = 0; i < 50; ++i) {
+            CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
+            module_.ModuleRequest(request);
+            ASSERT_EQ(krcp::status(request), krcp::SUCCESS);
+        }
+    });
+    eventThread.join();
+    requestThread.join();
+    owner_.reset();
+    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 1);
+    EXPECT_EQ(host_.Count(krcp::writeFru), 0);
 }
 
 }  // namespace

@@ -3,25 +3,14 @@
 #include <unistd.h>
 
 #include "module/krcp_trace.h"
-#include "pni/pni_ext_module.h"
-#include "tests/scripted_host.h"
-#include "tests/trace_capture.h"
+#include "tests/module_fixture.h"
 
 namespace em_pni::test {
 namespace {
 
-class RequestTest : public ::testing::Test {
+class RequestTest : public ModuleFixture {
   protected:
-    CTraceCapture trace_{2};
-    CTempDirectory directory_;
-    CScriptedHost host_{sample("three-modules.fru")};
-    const std::unique_ptr<CPniExtModule> owner_ =
-        std::make_unique<CPniExtModule>(PniPlaces{.config = {.currentDirectory = directory_.Path(),
-                                                             .programDirectory = directory_.Path(),
-                                                             .dataRoot = directory_.Path()},
-                                                  .dumpFile = directory_.File("pnidump")});
-    CPniExtModule& module_ = *owner_;
-    void SetUp() override {
+    RequestTest() : ModuleFixture(2) {
         module_.SetCabinetNumber(7);
         module_.Start(&host_, 0);
     }

@@ -45,7 +45,8 @@ class CIExtensionModule {
     virtual std::uint32_t OnSwitchStarted() = 0;  // slot 6
     // A reply or an event (status EVENT_MESSAGE).
     virtual void ModuleReply(CKrcpMessage& reply) = 0;  // slot 7
-    // Answers in place: "ST" and "DA" of the current command.
+    // Answers in place: "ST" and "DA" of the current command. Names in the answer may stand in the
+    // module's library: a host copies what it wants to keep beyond its unloading.
     virtual std::uint32_t ModuleRequest(CKrcpMessage& request) = 0;             // slot 8
     virtual std::uint32_t Reserved9() = 0;                                      // slot 9
     virtual std::uint32_t SetCabinetNumber(std::int32_t number) = 0;            // slot 10

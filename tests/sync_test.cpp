@@ -1,0 +1,198 @@
+#include <gtest/gtest.h>
+
+#include "frudata/pni_fru.h"
+#include "tests/module_fixture.h"
+
+namespace em_pni::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class SyncTest : public ModuleFixture {
+  protected:
+    SyncTest() : ModuleFixture(5) {
+        module_.SetCabinetNumber(0);
+        module_.Start(&host_, 0);
+    }
+
+    // Exactly one cycle on the controller's record; how many writes it took.
+    int Cycle() {
+        const int before = host_.Count(krcp::writeFru);
+        module_.OnSwitchStarted();
+        module_.Stop();
+        EXPECT_EQ(pniValidateFru(host_.Image().data(), host_.Image().size()), PNI_SUCCESS);
+        return host_.Count(krcp::writeFru) - before;
+    }
+    FakeInterface& Interface(const std::string& name) {
+        return machine_.interfaces->interfaces.at(name);
+    }
+    [[nodiscard]] CPniFruData Record() { return CPniFruData(host_.Image()); }
+};
+
+TEST_F(SyncTest, AMachineThatFitsItsRecordLeadsToNoWrite) {
+    EXPECT_EQ(Cycle(), 0);
+    EXPECT_EQ(Cycle(), 0);
+    EXPECT_TRUE(trace_.Has("Found 3 valid PNI local devices."));
+    EXPECT_FALSE(trace_.Has("mismatch"));
+    EXPECT_FALSE(trace_.Has("SKIP"));
+}
+
+TEST_F(SyncTest, ExchangedCardsGiveTheirAddressesToTheRecord) {
+    const Bytes newMac = {0x0A, 1, 2, 3, 4, 5};
+    std::copy(newMac.begin(), newMac.end(), Interface("ens3f1").permanent.begin());
+    machine_.File("sys/class/fc_host/host1/port_name", "0x10000000c9abcdef\n");
+    EXPECT_EQ(Cycle(), 1);
+    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac}));
+    const auto names = Record().GetModulePhysicalAddresses(2);
+    EXPECT_EQ(names[0].wwpn, 0x100000109B000001U);
+    EXPECT_EQ(names[1].wwpn, 0x10000000C9ABCDEFU);
+    EXPECT_EQ(names[1].wwnn, 0x200000109B000002U);
+    EXPECT_TRUE(trace_.Has("CheckPhysicalAddrs : MAC address mismatch for adapter slot #3"));
+    EXPECT_TRUE(trace_.Has("CheckPhysicalAddrs : WWPN address mismatch for adapter slot #4"));
+    EXPECT_EQ(Cycle(), 0) << "it is true now";
+
+    std::copy_n(sampleMac(3, 2).begin(), 6, Interface("ens3f1").permanent.begin());
+    machine_.File("sys/class/fc_host/host1/port_name", "0x100000109b000002\n");
+    EXPECT_EQ(Cycle(), 1);
+    EXPECT_EQ(host_.Image(), original_) << "undone, byte for byte";
+}
+
+TEST_F(SyncTest, AnAddressThatTheMachineDoesNotTellStaysInTheRecord) {
+    machine_.Remove("sys/class/net/ens3f0");  // its driver has gone
+    machine_.File("sys/class/fc_host/host0/port_name", "0xffffffffffffffff\n");
+    const Bytes newMac = {0x0A, 1, 2, 3, 4, 5};
+    std::copy(newMac.begin(), newMac.end(), Interface("ens3f1").permanent.begin());
+    EXPECT_EQ(Cycle(), 1);
+    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac}));
+    EXPECT_EQ(Record().GetModulePhysicalAddresses(2)[0].wwpn, 0x100000109B000001U);
+}
+
+TEST_F(SyncTest, OnlyTheSameCardInTheSamePlaceIsCompared) {
+    for (const char* name : {"eno0", "ens3f0"}) {
+        Interface(name).permanent = {0x0A, 9, 9, 9, 9, 9};
+    }
+    // The card has got two more ports; the onboard device is in no slot that the record knows.
+    for (const char* port : {"2", "3"}) {
+        machine_.Pci(std::string("pci0000:00/0000:00:01.0/0000:03:00.") + port, 0x8086, 0x1572,
+                     0x0200);
+    }
+    machine_.File(
+        "sys/firmware/dmi/tables/DMI",
+        smbiosSlot(3, {0, 3, 0, 0}) + smbiosSlot(9, {0, 0, 3, 0}) + smbiosSlot(4, {0, 4, 0, 0}));
+    EXPECT_EQ(Cycle(), 0);
+    EXPECT_TRUE(trace_.Has("Number of ports on the adapter does not match - SKIP."));
+    // The other way round: the same slot, another place.
+    Bytes image = sample("three-modules.fru");
+    image[254 + 56 + 4 + 27] = 0x05;  // bus of the card's first function
+    fixChecksums(image);
+    host_.OnStatus(krcp::writeFru, 6);
+    host_.On(krcp::readFru, [image](CKrcpMessage& message) {
+        krcp::setRawBytes(message, image);
+        krcp::setStatus(message, krcp::SUCCESS);
+    });
+    EXPECT_EQ(Cycle(), 0);
+    EXPECT_TRUE(trace_.Has("PCI location does not match - SKIP."));
+}
+
+TEST_F(SyncTest, ARecordWithTextTechnologyKeepsItsPhysicalAddresses) {
+    CScriptedHost host(sample("text-technology-v10.fru"));
+    CScriptedNetwork network(host);
+    network.interfaces = sampleInterfaces();
+    Interface("ens3f0").permanent = {0x0A, 9, 9, 9, 9, 9};
+    module_.Start(&host, 0);
+    module_.OnSwitchStarted();
+    module_.Stop();
+    EXPECT_EQ(CPniFruData(host.Image()).GetModuleMacAddresses(1)[0], sampleMac(3, 1));
+    EXPECT_FALSE(trace_.Has("mismatch"));
+}
+
+TEST_F(SyncTest, IpAddressesFollowTheInterfaces) {
+    const Bytes first = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1};
+    const Bytes second = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2};
+    const Bytes third = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 3};
+    network_.interfaces[1].primary = {{10, 0, 0, 1}, first, {10, 0, 0, 2}};
+    network_.interfaces[1].transient = {{10, 0, 0, 3}, second, first, third};
+    network_.interfaces[2].state = 2;
+    network_.interfaces.push_back(
+        {.mac = Bytes(6, 0), .primary = {{10, 9, 9, 9}}, .transient = {}});
+    network_.interfaces.push_back(
+        {.mac = sampleMac(1, 1), .primary = {{10, 9, 9, 9}}, .transient = {}, .type = 24});
+    EXPECT_EQ(Cycle(), 1);
+    CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
+    krcp::setMember(request, "DA",
+                    rapidjson::Value(R"({"ResultFilter":["Ipv4Addresses","Ipv6Addresses"]})"));
+    module_.ModuleRequest(request);
+    const std::string answer = contentOf(directory_.File("pnidump"));
+    EXPECT_NE(answer.find(R"("Ipv4Addresses":[{"Address":"10.0.0.1"}],"Ipv6Addresses":)"
+                          R"([{"Address":"2001:db8::101"},{"Address":"2001:db8::102"}])"),
+              std::string::npos)
+        << answer;
+    EXPECT_EQ(answer.find("198.51.100.7"), std::string::npos) << "that interface is down";
+    EXPECT_TRUE(trace_.Has("ERROR! Skipped invalid MAC address at interface 4"));
+    EXPECT_TRUE(trace_.Has("...network interface 5 ignored - type is different from ethernet"));
+    EXPECT_TRUE(trace_.Has("Networt interface is not UP[2], do not check IP"));
+    EXPECT_EQ(Cycle(), 0);
+
+    network_.interfaces = sampleInterfaces();
+    EXPECT_EQ(Cycle(), 1);
+    EXPECT_EQ(host_.Image(), original_) << "undone, byte for byte";
+    network_.interfaces.clear();
+    EXPECT_EQ(Cycle(), 1);
+    EXPECT_EQ(host_.Image().size(), original_.size()) << "never written shorter than it was read";
+}
+
+TEST_F(SyncTest, AScanThatFailsChangesNothingAndIsTriedAgain) {
+    network_.interfaces[0].primary = {{10, 0, 0, 1}};
+    const std::string devices = machine_.Path("sys/bus/pci/devices");
+    std::filesystem::rename(devices, devices + ".hidden");
+    EXPECT_EQ(Cycle(), 0);
+    EXPECT_TRUE(trace_.Has("GetLocalNetworkAdapters() : ScanSystemAdapters failed"));
+    EXPECT_EQ(host_.Image(), original_);
+    std::filesystem::rename(devices + ".hidden", devices);
+    EXPECT_EQ(Cycle(), 1);
+}
+
+TEST_F(SyncTest, NothingIsAskedOrWrittenWhileTheHostShutsDown) {
+    network_.interfaces.clear();
+    module_.Notify(notification::switchShutdown, 0);
+    EXPECT_EQ(Cycle(), 0);
+    EXPECT_EQ(host_.Count(0x1700), 0);
+    EXPECT_FALSE(trace_.Has("Start PNI update..."));
+}
+
+TEST_F(SyncTest, AFailedWriteIsTriedAgainInTheNextCycle) {
+    Configure("20");
+    module_.Start(&host_, 0);
+    network_.interfaces[0].primary = {{10, 0, 0, 1}};
+    std::atomic<int> attempts{0};
+    host_.On(krcp::writeFru, [&](CKrcpMessage& message) {
+        krcp::setStatus(message, ++attempts < 3 ? krcp::DEVICE_BUSY : krcp::SUCCESS);
+    });
+    module_.OnSwitchStarted();
+    ASSERT_TRUE(soon([&] { return trace_.Has("PNI FRU updated successfully."); }));
+    ASSERT_TRUE(soon([&] { return trace_.Has("PNI FRU record not modified"); }));
+    module_.Stop();
+    EXPECT_EQ(attempts, 3);
+}
+
+// The host sits on a request when Stop gives up; the thread is joined before its module goes.
+TEST_F(SyncTest, AModuleOutlivesTheRequestsOfItsThread) {
+    CEvent release("", true, false);
+    host_.On(0x1700, [&](CKrcpMessage&) { (void)release.Wait(CEvent::forever); });
+    module_.OnSwitchStarted();
+    const auto start = std::chrono::steady_clock::now();
+    module_.Stop();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 4900ms);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
+    EXPECT_FALSE(trace_.Has("THREAD_RETURN"));
+    std::thread later([&] {
+        std::this_thread::sleep_for(300ms);
+        release.Set();
+    });
+    owner_.reset();
+    EXPECT_TRUE(trace_.Has("THREAD_RETURN"));
+    later.join();
+}
+
+}  // namespace
+}  // namespace em_pni::test
