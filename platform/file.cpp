@@ -70,6 +70,12 @@ bool writeAll(int descriptor, std::string_view bytes) noexcept {
     return true;
 }
 
+bool flushFolder(const std::string& folder) noexcept {
+    const CFileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Some file systems cannot flush a folder; the rename has happened all the same.
+    return directory && (::fsync(directory.Get()) == 0 || errno == EINVAL);
+}
+
 namespace {
 
 // Gives the temporary file the mode and owner of the one that it will replace.
@@ -81,12 +87,6 @@ bool inheritAttributes(int temporary, const std::string& path, unsigned newMode)
     // Owner first: a change of owner clears the set-id bits of the mode.
     return ::fchown(temporary, old.st_uid, old.st_gid) == 0 &&
            ::fchmod(temporary, old.st_mode & 07777U) == 0;
-}
-
-bool flushFolder(const std::string& folder) noexcept {
-    const CFileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot flush a folder; the rename has happened all the same.
-    return directory && (::fsync(directory.Get()) == 0 || errno == EINVAL);
 }
 
 bool replaceBy(CFileDescriptor temporary, const std::string& temporaryPath, const std::string& path,

@@ -39,6 +39,9 @@ std::optional<std::string> readSmallFile(const std::string& path, std::size_t li
 // Writes all of `bytes`; false with errno.
 bool writeAll(int descriptor, std::string_view bytes) noexcept;
 
+// Makes renames in a folder last; false with errno. True also where a file system cannot do that.
+bool flushFolder(const std::string& folder) noexcept;
+
 // Replaces the file at `path` so that a crash at any moment leaves the old or the new content: a
 // temporary file in the same folder, written, flushed and renamed over it, and the folder flushed.
 // An existing file keeps its mode and owner, a new one gets `newMode`. A symbolic link at `path` is

@@ -42,12 +42,6 @@ bool changePlaces(const RegistryFiles& files) noexcept {
     return false;
 }
 
-bool flushFolder(const std::string& folder) noexcept {
-    const CFileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot flush a folder; the renames have happened all the same.
-    return directory && (::fsync(directory.Get()) == 0 || errno == EINVAL);
-}
-
 }  // namespace
 
 RegistryFiles registryFilesIn(const std::string& directory) {

@@ -9,7 +9,6 @@
 namespace em_pni {
 namespace {
 
-constexpr std::string_view checksumName = "Checksum";
 constexpr std::string_view hexDigits = "0123456789abcdef";
 
 struct TypeMark {
@@ -20,32 +19,6 @@ constexpr std::array<TypeMark, 4> typeMarks{{{RegistryType::text, "=s="},
                                              {RegistryType::expandable, "=es="},
                                              {RegistryType::binary, "=b="},
                                              {RegistryType::integer, "=d="}}};
-
-// CRC-32 with the reflected polynomial 0xEDB88320.
-constexpr std::array<std::uint32_t, 256> crcTable = [] {
-    std::array<std::uint32_t, 256> table{};
-    for (std::uint32_t i = 0; i < table.size(); ++i) {
-        std::uint32_t crc = i;
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc & 1U) != 0 ? crc >> 1U ^ 0xEDB88320U : crc >> 1U;
-        }
-        table[i] = crc;
-    }
-    return table;
-}();
-
-RegistryData checksumOf(std::string_view text) {
-    std::uint32_t crc = 0xFFFFFFFFU;
-    for (const char c : text) {
-        crc = crc >> 8U ^ crcTable[(crc ^ static_cast<unsigned char>(c)) & 0xFFU];
-    }
-    crc = ~crc;
-    RegistryData data{RegistryType::binary, {}};
-    for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-        data.bytes.push_back(static_cast<char>(crc >> shift & 0xFFU));
-    }
-    return data;
-}
 
 std::string formatValue(std::string_view name, const RegistryData& data) {
     const auto* const type =
@@ -187,24 +160,16 @@ class CReader {
     std::unordered_set<std::string_view> valueNames_;  // of the current key
 };
 
-// Cuts the checksum line off the front of `text`; false when it is not the one of what follows.
-bool takeChecksum(std::string_view& text) {
-    const std::size_t size = std::min(text.find('\n'), text.size() - 1) + 1;
-    const std::string_view line = text.substr(0, size);
-    text.remove_prefix(size);
-    return line == formatValue(checksumName, checksumOf(text));
-}
-
 }  // namespace
 
 std::string formatRegistry(const CRegistryNode& root) {
     std::string text;
     appendKeys(text, root, {});
-    return formatValue(checksumName, checksumOf(text)) + text;
+    return text;
 }
 
 CRegistryNode::Pointer parseRegistry(std::string_view text) {
-    if (text.empty() || text.back() != '\n' || (text.front() != '[' && !takeChecksum(text))) {
+    if (text.empty() || text.back() != '\n') {
         return nullptr;
     }
     auto root = std::make_shared<CRegistryNode>("");

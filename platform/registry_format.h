@@ -1,15 +1,10 @@
 // The text of a registry file, one item per line, every line ended by a newline:
 //
-//     Checksum=b=3f 00 a1 9c          CRC-32 of all lines below, highest byte first
 //     [HKEY_LOCAL_MACHINE]            a key, followed by its values and then by the keys below it
 //     Name=s=text                     text; "=es=" expandable text
 //     Count=d=-5                      integer
 //     Bytes=b=00 ff                   binary, one blank behind each byte, also behind the last
 //     [HKEY_LOCAL_MACHINE\SOFTWARE]   a key below: the whole path, behind the one that holds it
-//
-// The first line is the one value that the nameless root of the tree has. A file without it is read
-// as well, so that one can be written by hand (whoever edits a saved file drops the line), but only
-// with it is a file that lost lines at its end told from a whole one.
 #pragma once
 
 #include <cstddef>
