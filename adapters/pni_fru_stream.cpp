@@ -18,8 +18,9 @@ std::uint8_t flags(std::uint32_t id, std::uint8_t idMask, bool enabled, bool las
                                      (last ? layout::endOfListBit : 0U));
 }
 
-void setModuleText(CAreaBytes& area, std::size_t offset, std::size_t fieldSize,
-                   const std::string& text, const char* kind) {
+// The trace names the module area for the texts of all areas.
+void setText(CAreaBytes& area, std::size_t offset, std::size_t fieldSize, const std::string& text,
+             const char* kind) {
     if (!area.Text(offset, fieldSize, text)) {
         PNI_TRACE(2,
                   "\nEM_PNI NIC_LocalPniModuleArea::ToPniFruDataModule() : WARNING! Could not set "
@@ -39,11 +40,11 @@ std::vector<std::uint8_t> LocalPniModuleArea::ToPniFruDataModule() const {
     area.U8(Module::flags, flags(slot, layout::moduleIdMask, IsEnabled(), false));
     area.U8(Module::recordLen, Module::size);
     area.U8(Module::portCount, static_cast<std::uint8_t>(GetPortCount()));
-    setModuleText(area, Module::name, Module::nameSize, GetModuleName(), "module name");
+    setText(area, Module::name, Module::nameSize, GetModuleName(), "module name");
     area.U8(Module::moduleTypeCode, GetModuleTypeCode());
     area.U8(Module::moduleType, GetModuleType());
-    setModuleText(area, Module::firmwareVersion, Module::firmwareVersionSize, GetFirmwareVersion(),
-                  "firmware version");
+    setText(area, Module::firmwareVersion, Module::firmwareVersionSize, GetFirmwareVersion(),
+            "firmware version");
     return std::move(area).Take();
 }
 
@@ -72,8 +73,8 @@ std::vector<std::uint8_t> LocalPniAdapter::ToPniFruDataPortFnCommon(
     area.U8(Function::functionLength, static_cast<std::uint8_t>(size / Function::lengthUnit));
     area.U8(Function::addressOffset, Function::commonSize);
     area.U8(Function::bootOptionId, function.GetFunctionReserved());
-    setModuleText(area, Function::bootName, Function::bootNameSize,
-                  function.GetFunctionLabel().substr(0, Function::bootNameSize - 1), "boot name");
+    setText(area, Function::bootName, Function::bootNameSize,
+            function.GetFunctionLabel().substr(0, Function::bootNameSize - 1), "boot name");
     area.U8(Function::technologyType, function.GetTechnology());
     area.U16(Function::speed, function.GetSpeed());
     area.U16(Function::vlanId, function.GetVlanId());

@@ -32,6 +32,7 @@ struct AdaptersStream : testing::Test {
     AdaptersStream() {
         host.Count(2);
         host.Ethernet(0, {2, 0, 0, 0, 9, 9});
+        host.Ip(1, 0, 0, {10, 9, 9, 9});
         host.Ethernet(1, {2, 0, 0, 0, 2, 0});
         host.Ip(1, 0, 1, {ipv6.begin(), ipv6.end()});
         host.Ip(2, 0, 1, {10, 0, 0, 1});
@@ -51,31 +52,16 @@ TEST_F(AdaptersStream, EthernetModule) {
     const Bytes stream = handle.Get().ToPniFruDataStreamModule();
     const Bytes module = joined({{0x45, 56, 2}, text("LAN PCI Card", 19), {3, 2}, text("N/A", 32)});
     const Bytes label = text("Unknown", 10);
-    const Bytes ids = {0x21, 0x15, 0x86, 0x80, 0, 3, 1, 0, 1, 0, 0xD9, 0x15};
-    Bytes nextIds = ids;
-    nextIds[4] = 1;
-    const Bytes optionRom = text(std::string(31, 'r'), 32);
+    Bytes ids = {0x21, 0x15, 0x86, 0x80, 0, 3, 1, 0, 1, 0, 0xD9, 0x15};
+    const Bytes first =
+        joined({{0x40, 4, 1, 0, 0xC0, 25, 34, 0}, label, {0, 1, 0x80, 0, 0, 0, 0, 0}, ids});
     const Bytes macs = {2, 0, 0, 0, 1, 0, 2, 0, 0, 0, 2, 0};
-    // 34 + 66 bytes of function; then one without an address, and without anybody else's.
-    const Bytes first = joined({{0x40, 4, 1, 0},
-                                {0xC0, 25, 34, 0},
-                                label,
-                                {0, 1, 0x80, 0, 0, 0, 0, 0},
-                                ids,
-                                macs,
-                                optionRom,
-                                {0x11, 10, 0, 0, 1},
-                                ipv6,
-                                {0}});
-    const Bytes second = joined({{0xC1, 4, 1, 0},
-                                 {0xC0, 20, 34, 0},
-                                 label,
-                                 Bytes(8),
-                                 nextIds,
-                                 Bytes(12),
-                                 text("N/A", 32),
-                                 {0, 0}});
-    EXPECT_EQ(stream, joined({module, first, second}));
+    const Bytes addresses = joined({{0x11, 10, 0, 0, 1}, ipv6, {0}});
+    ids[4] = 1;
+    // Without an address, and without anybody else's.
+    const Bytes second = joined({{0xC1, 4, 1, 0, 0xC0, 20, 34, 0}, label, Bytes(8), ids});
+    EXPECT_EQ(stream, joined({module, first, macs, text(std::string(31, 'r'), 32), addresses,
+                              second, Bytes(12), text("N/A", 34)}));
     EXPECT_EQ(validated(stream), PNI_SUCCESS);
 }
 
@@ -88,9 +74,8 @@ TEST_F(AdaptersStream, FibreChannelModule) {
     const Bytes module = joined({{0x40, 56, 1}, text("LAN", 19), {1, 255}, text("N/A", 32)});
     const Bytes common = joined({{0xC0, 33, 34, 0}, text("Unknown", 10), {1, 0, 0, 0, 0, 0, 0, 0}});
     const Bytes ids = {0, 0xF1, 0xDF, 0x10, 0x11, 4, 0, 0, 1, 0xF1, 0xDF, 0x10};
-    EXPECT_EQ(
-        stream,
-        joined({module, {0xC0, 4, 1, 0}, common, ids, names, names, text("N/A", 32), {0, 0}}));
+    EXPECT_EQ(stream,
+              joined({module, {0xC0, 4, 1, 0}, common, ids, names, names, text("N/A", 34)}));
     EXPECT_EQ(validated(stream), PNI_SUCCESS);
 }
 
@@ -135,23 +120,20 @@ TEST_F(AdaptersStream, FunctionsThatDoNotFit) {
     const CSystemAdapter adapter(fcFacts({0, 4, 0, 0}), machine.Machine());
     const auto device = deviceOf(machine, {adapter.Facts()});
     int clones = 100;
-    const auto stream = [&](std::size_t size) {
-        FC_LocalPniAdapter odd(device, nullptr, 0);
-        const FC_LocalPniModuleArea module(1, device.Functions(), {});
-        odd.SetLocalPniModuleArea(&module);
-        FC_LocalPniPortArea port(0, adapter, true, {});
-        const COddFunction function(adapter, size, "Unknown", &clones);
-        port.AddLocalPniPortFunctionArea(&function);
-        odd.AddLocalPniPortArea(&port);
-        return odd.ToPniFruDataStreamModule();
-    };
-    EXPECT_EQ(stream(98).size(), 56U + 4U + 132U);
-    EXPECT_EQ(textOfException([&] { stream(0); }),
+    FC_LocalPniAdapter empty(device, nullptr, 0);
+    const FC_LocalPniModuleArea module(1, device.Functions(), {});
+    empty.SetLocalPniModuleArea(&module);
+    FC_LocalPniPortArea port(0, adapter, true, {});
+    const COddFunction nothing(adapter, 0, "", &clones);
+    port.AddLocalPniPortFunctionArea(&nothing);
+    empty.AddLocalPniPortArea(&port);
+    EXPECT_EQ(textOfException([&] { (void)empty.ToPniFruDataStreamModule(); }),
               "LocalPniAdapter::ToPniFruDataStreamModule() : Collected CPniPortFnSpecificData size "
               "is 0!");
-    EXPECT_EQ(textOfException([&] { stream(97); }),
-              "ToPniFruDataPortFnCommon() : Total length should be multiple of 4 (Spec PortFn size "
-              "not aligned).");
+    EXPECT_EQ(
+        textOfException([&] { (void)LocalPniAdapter::ToPniFruDataPortFnCommon(nothing, 97); }),
+        "ToPniFruDataPortFnCommon() : Total length should be multiple of 4 (Spec PortFn size "
+        "not aligned).");
     const auto label = [&](const std::string& full) {
         const COddFunction function(adapter, 2, full, &clones);
         const Bytes common = LocalPniAdapter::ToPniFruDataPortFnCommon(function, 2);
