@@ -87,7 +87,8 @@ void addRun(CLI::App& app, Action& action) {
     command->add_option("--fru", options->file, "FRU image file, replaced when the record changes")
         ->required()
         ->type_name("FILE");
-    command->add_flag("--once", options->once, "One cycle; else until SIGINT or SIGTERM");
+    CLI::Option* const once =
+        command->add_flag("--once", options->once, "One cycle; else until SIGINT or SIGTERM");
     command
         ->add_option_function<std::string>(
             "--cycle", [options](const std::string& text) { setCycle(text, options->cycle); },
@@ -95,6 +96,16 @@ void addRun(CLI::App& app, Action& action) {
             "only on events. Else as em_pni.ini says, looked\n"
             "for in the current directory first")
         ->type_name("MS");
+    CLI::Option* const watch = command->add_flag_callback(
+        "--watch", [options] { options->watch = true; },
+        "Tell the module when an address or a link of the\n"
+        "machine changes; the default without --once");
+    command
+        ->add_flag_callback(
+            "--no-watch", [options] { options->watch = false; },
+            "Do not: what the machine has when the module\nfirst asks is what it hears to the end")
+        ->excludes(watch);
+    watch->excludes(once);
     addModuleOption(*command, options->module);
     command->footer(
         "Prints a line for whatever is read, written and changed. Exit code: 0 done, 1 a write\n"
