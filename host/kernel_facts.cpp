@@ -1,5 +1,6 @@
 #include "host/kernel_facts.h"
 
+#include <algorithm>
 #include <linux/if.h>
 #include <linux/if_addr.h>
 #include <linux/if_arp.h>
@@ -20,16 +21,18 @@ bool isTransient(const KernelAddress& address) noexcept {
 
 }  // namespace
 
-std::uint32_t interfaceTypeOf(unsigned hardwareType) noexcept {
+std::uint32_t interfaceTypeOf(unsigned hardwareType, std::span<const std::uint8_t> mac) noexcept {
     enum IfType : std::uint32_t {
         other = 1,
         softwareLoopback = 24,
         tunnel = 131,
         infiniband = 199
     };
+    const bool hasAddress =
+        std::any_of(mac.begin(), mac.end(), [](std::uint8_t byte) { return byte != 0; });
     switch (hardwareType) {
         case ARPHRD_ETHER:
-            return NetworkInterface::ethernet;
+            return hasAddress ? NetworkInterface::ethernet : std::uint32_t{other};
         case ARPHRD_LOOPBACK:
             return softwareLoopback;
         case ARPHRD_INFINIBAND:

@@ -40,9 +40,9 @@ std::vector<std::uint8_t> bytesOf(const nl_addr* address) {
 
 NetworkInterface interfaceOf(rtnl_link* link, CInterfaceControl& control) {
     NetworkInterface interface;
-    interface.type = interfaceTypeOf(::rtnl_link_get_arptype(link));
     interface.linkState = linkStateOf(::rtnl_link_get_operstate(link), ::rtnl_link_get_flags(link));
     interface.mac = bytesOf(::rtnl_link_get_addr(link));
+    interface.type = interfaceTypeOf(::rtnl_link_get_arptype(link), interface.mac);
     if (const char* const name = ::rtnl_link_get_name(link); name != nullptr) {
         interface.speed = ethernetSpeed(control, name);
     }

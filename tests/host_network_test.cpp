@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <linux/if.h>
 #include <linux/if_addr.h>
+#include <linux/if_arp.h>
 #include <linux/rtnetlink.h>
 #include <sstream>
 #include <string>
@@ -142,6 +143,9 @@ TEST(HostNetwork, AddressesAndStatesMeanWhatTheKernelMeans) {
                                  {ipv6, permanent | IFA_F_DADFAILED, RT_SCOPE_UNIVERSE},
                                  {ipv6, 0, RT_SCOPE_SITE}}),
               expected);
+    EXPECT_EQ(interfaceTypeOf(ARPHRD_ETHER, ipv4), 6U);
+    EXPECT_NE(interfaceTypeOf(ARPHRD_ETHER, std::vector<std::uint8_t>(6)), 6U);
+    EXPECT_NE(interfaceTypeOf(ARPHRD_INFINIBAND, ipv4), 6U);
     constexpr unsigned working = IFF_UP | IFF_LOWER_UP;
     EXPECT_EQ(linkStateOf(IF_OPER_UP, working), 1U);
     EXPECT_EQ(linkStateOf(IF_OPER_UNKNOWN, working), 1U);
