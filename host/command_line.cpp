@@ -9,8 +9,11 @@
 #include <optional>
 #include <string>
 
+#include "host/adapters_command.h"
 #include "host/check_command.h"
 #include "host/console.h"
+#include "host/create_command.h"
+#include "host/fru_image.h"
 #include "host/query_command.h"
 #include "host/run_command.h"
 #include "platform/number.h"
@@ -72,12 +75,66 @@ void addQuery(CLI::App& app, Action& action) {
     });
 }
 
-void setCycle(const std::string& text, std::optional<std::uint32_t>& cycle) {
-    const auto value = parseDecimal(text, std::numeric_limits<std::uint32_t>::max());
+// The number that an option was given, from 1 on.
+std::uint32_t numberOf(const char* option, const std::string& text, std::uint32_t max) {
+    const auto value = parseDecimal(text, max);
     if (!value || *value == 0) {
-        throw CLI::ValidationError("--cycle", "\"" + text + "\" is no number from 1 to 4294967295");
+        throw CLI::ValidationError(
+            option, "\"" + text + "\" is no number from 1 to " + std::to_string(max));
     }
-    cycle = static_cast<std::uint32_t>(*value);
+    return static_cast<std::uint32_t>(*value);
+}
+
+void addAdapters(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<AdaptersOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "adapters", "List the network and Fibre Channel adapters of this machine");
+    command->add_flag("--json", options->json, "As JSON: an array of objects, null = not known");
+    command->footer(
+        "An entry for each PCI function. Exit code: 0 done, also without any; 1 the PCI functions\n"
+        "of the machine cannot be read.\n\nExample:\n  pni-host adapters --json");
+    command->callback([options, &action] {
+        action = [options](CConsole& console) { return listAdapters(*options, console); };
+    });
+}
+
+void addFormatOptions(CLI::App& command, ImageFormat& format) {
+    command
+        .add_option_function<std::string>(
+            "--format-version",
+            [&format](const std::string& text) {
+                if (text != "11" && text != "12") {
+                    throw CLI::ValidationError("--format-version",
+                                               "\"" + text + "\" is neither 11 nor 12");
+                }
+                format.version = text == "11" ? 11 : 12;
+            },
+            "Format version of the record: 11 or 12 (default)")
+        ->type_name("V");
+    command
+        .add_option_function<std::string>(
+            "--size",
+            [&format](const std::string& text) {
+                format.size = numberOf("--size", text, CFruImage::maxSize);
+            },
+            "Bytes of the image, filled up with zeros; else\nwhat the record takes")
+        ->type_name("BYTES");
+}
+
+void addCreate(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<CreateOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "create", "Make a FRU image file with a record of this machine's adapters");
+    command->add_option("FILE", options->file, "The file to make")->required()->type_name("");
+    addFormatOptions(*command, options->format);
+    command->add_flag("--force", options->force, "Replace the file when it is there");
+    command->footer(
+        "Exit code: 0 done, 1 the machine has no adapters or they cannot be read, 2 the file\n"
+        "cannot be made or the size is too small. Nothing is written then.\n\n"
+        "Example:\n  pni-host create board.fru --size 2048");
+    command->callback([options, &action] {
+        action = [options](CConsole& console) { return createImage(*options, console); };
+    });
 }
 
 void addRun(CLI::App& app, Action& action) {
@@ -87,14 +144,29 @@ void addRun(CLI::App& app, Action& action) {
     command->add_option("--fru", options->file, "FRU image file, replaced when the record changes")
         ->required()
         ->type_name("FILE");
-    command->add_flag("--once", options->once, "One cycle; else until SIGINT or SIGTERM");
+    CLI::Option* const once =
+        command->add_flag("--once", options->once, "One cycle; else until SIGINT or SIGTERM");
     command
         ->add_option_function<std::string>(
-            "--cycle", [options](const std::string& text) { setCycle(text, options->cycle); },
+            "--cycle",
+            [options](const std::string& text) {
+                options->cycle =
+                    numberOf("--cycle", text, std::numeric_limits<std::uint32_t>::max());
+            },
             "Milliseconds between two cycles; 4294967295 =\n"
             "only on events. Else as em_pni.ini says, looked\n"
             "for in the current directory first")
         ->type_name("MS");
+    CLI::Option* const watch = command->add_flag_callback(
+        "--watch", [options] { options->watch = true; },
+        "Tell the module when an address or a link of the\n"
+        "machine changes; the default without --once");
+    command
+        ->add_flag_callback(
+            "--no-watch", [options] { options->watch = false; },
+            "Do not: what the machine has when the module\nfirst asks is what it hears to the end")
+        ->excludes(watch);
+    watch->excludes(once);
     addModuleOption(*command, options->module);
     command->footer(
         "Prints a line for whatever is read, written and changed. Exit code: 0 done, 1 a write\n"
@@ -119,6 +191,8 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     addCheck(app, action);
     addQuery(app, action);
     addRun(app, action);
+    addAdapters(app, action);
+    addCreate(app, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,31 +1,12 @@
 #include "host/fru_controller.h"
 
-#include <exception>
-#include <new>
 #include <vector>
 
 #include "host/console.h"
 
 namespace em_pni {
 
-std::uint32_t CFruController::SendRequest(CIExtensionModule* /*module*/, CKrcpMessage& message,
-                                          std::uint32_t /*timeoutMs*/) {
-    std::uint32_t status = krcp::EXEC_FAILED;
-    try {
-        status = Answer(message);
-    } catch (const std::bad_alloc&) {
-        status = krcp::OUT_OF_MEMORY;
-    } catch (const std::exception&) {
-        status = krcp::EXEC_FAILED;
-    }
-    try {
-        return krcp::setStatus(message, status) ? 1 : 0;
-    } catch (const std::exception&) {
-        return 0;
-    }
-}
-
-std::uint32_t CFruController::Answer(CKrcpMessage& message) {
+std::optional<std::uint32_t> CFruController::Answer(CKrcpMessage& message) {
     const std::int64_t opcode = krcp::GetValue(message, message.index, "OC", 0);
     const std::int64_t extension = krcp::GetValue(message, message.index, "OE", 0);
     const CRecursiveLockGuard guard(lock_);
@@ -35,12 +16,7 @@ std::uint32_t CFruController::Answer(CKrcpMessage& message) {
     if (opcode == krcp::writeFru && extension == krcp::pniFruExtension) {
         return WriteFru(message);
     }
-    if (opcode == krcp::clearNetworkSnapshot) {
-        // There is no snapshot here, so it is always clear; whoever asks wants some data as a sign.
-        const bool set = krcp::setMember(message, "DA", rapidjson::Value(1));
-        return set ? krcp::SUCCESS : krcp::INVALID_CMD;
-    }
-    return krcp::INVALID_CMD;
+    return std::nullopt;
 }
 
 std::uint32_t CFruController::ReadFru(CKrcpMessage& message) {

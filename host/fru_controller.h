@@ -1,11 +1,12 @@
-// Plays the management controller: answers the module's requests from a FRU image file.
+// Plays the management controller: answers requests for the FRU data from an image file.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
-#include "em_pni/em_pni.h"
+#include "em_pni/krcp_message.h"
 #include "host/fru_image.h"
 #include "platform/recursive_lock.h"
 
@@ -24,7 +25,7 @@ class CIFruListener {
     ~CIFruListener() = default;
 };
 
-class CFruController final : public CIHostInterface {
+class CFruController {
   public:
     enum class Access { readOnly, readWrite };
 
@@ -33,18 +34,12 @@ class CFruController final : public CIHostInterface {
     CFruController(const CFruImage& image, CIFruListener& listener, Access access)
         : image_(image), listener_(listener), access_(access) {}
 
-    // 0 when the message has no command that could take the answer.
-    std::uint32_t SendRequest(CIExtensionModule* module, CKrcpMessage& message,
-                              std::uint32_t timeoutMs) override;
-    std::uint32_t SwitchStartFinished(CIExtensionModule* /*module*/,
-                                      std::uint32_t /*value*/) override {
-        return 1;
-    }
-    std::uint32_t GetHostKind() override { return 0; }
+    // Writes the data of the answer and returns its status; nothing for a command that is not about
+    // the FRU data. Any thread may ask.
+    std::optional<std::uint32_t> Answer(CKrcpMessage& message);
 
   private:
     // Each returns the status of its answer.
-    std::uint32_t Answer(CKrcpMessage& message);
     std::uint32_t ReadFru(CKrcpMessage& message) PNI_REQUIRES(lock_);
     std::uint32_t WriteFru(const CKrcpMessage& message) PNI_REQUIRES(lock_);
 

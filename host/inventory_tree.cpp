@@ -96,10 +96,16 @@ std::string pciText(const Value& function) {
     return text.data();
 }
 
+// Empty for an address of zeros, which is none.
+std::string addressMember(const Value& function, const std::string& key) {
+    const std::string text = textMember(function, key.c_str());
+    return text.find_first_not_of("0-:") == std::string::npos ? std::string() : text;
+}
+
 // The active address, and the one it was made with when that is another.
 std::string addressText(const Value& function, const std::string& kind) {
-    const std::string active = textMember(function, ("Active" + kind).c_str());
-    const std::string manufacture = textMember(function, ("Manufacture" + kind).c_str());
+    const std::string active = addressMember(function, "Active" + kind);
+    const std::string manufacture = addressMember(function, "Manufacture" + kind);
     if (active.empty() || manufacture.empty() || active == manufacture) {
         return active.empty() ? manufacture : active;
     }

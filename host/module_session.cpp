@@ -54,6 +54,10 @@ void CModuleSession::Request(CKrcpMessage& message) {
     module_->ModuleRequest(message);
 }
 
+void CModuleSession::Report(CKrcpMessage& message) {
+    module_->ModuleReply(message);
+}
+
 void CModuleSession::Stop() {
     if (running_) {
         running_ = false;

@@ -25,6 +25,8 @@ class CModuleSession {
     void SwitchStarted();
     // Answered in place. May be called from Start until Delete.
     void Request(CKrcpMessage& message);
+    // A reply or an event; as above.
+    void Report(CKrcpMessage& message);
     void Stop();
     // Waits for the module's thread. False when the module reports that it failed.
     bool Delete();

@@ -1,9 +1,10 @@
 #include "host/query_command.h"
 
-#include "host/fru_controller.h"
 #include "host/inventory_text.h"
 #include "host/inventory_tree.h"
+#include "host/kernel_network.h"
 #include "host/module_session.h"
+#include "host/played_host.h"
 
 namespace em_pni {
 
@@ -28,8 +29,11 @@ int queryFile(const QueryOptions& options, CConsole& console) {
     static_cast<void>(image.Read());  // a file of no use is told before the module is troubled
     CQueryReport report(console);
     CFruController controller(image, report, CFruController::Access::readOnly);
+    CKernelNetwork kernel;
+    CNetworkAnswers network(kernel, console);
+    CPlayedHost host(controller, network);
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
-    CModuleSession session(library, controller);
+    CModuleSession session(library, host);
     session.Start();
     session.SwitchStarted();
     CKrcpMessage request = makeInventoryRequest(options.filter);

@@ -5,10 +5,11 @@
 #include <utility>
 
 #include "host/cycle_setting.h"
-#include "host/fru_controller.h"
 #include "host/inventory_diff.h"
 #include "host/inventory_request.h"
+#include "host/kernel_network.h"
 #include "host/module_session.h"
+#include "host/played_host.h"
 #include "host/run_waiter.h"
 
 namespace em_pni {
@@ -102,25 +103,51 @@ void start(CModuleSession& session, const RunOptions& options) {
     session.Start();
 }
 
+void reportNetworkChange(CModuleSession& session) {
+    CKrcpMessage event = krcp::makeRequest(krcp::ipAddressChanged, 0, 0, 0);
+    krcp::setStatus(event, krcp::EVENT_MESSAGE);
+    session.Report(event);
+}
+
+// Until the program is told to stop.
+void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, CConsole& console) {
+    for (;;) {
+        switch (waiter.Wait()) {
+            case CRunWaiter::Reason::stop:
+                return;
+            case CRunWaiter::Reason::written:
+                watch.Look();
+                break;
+            case CRunWaiter::Reason::networkChanged:
+                console.Line("event: IP address changed");
+                reportNetworkChange(session);
+                break;
+        }
+    }
+}
+
 }  // namespace
 
 int runModule(const RunOptions& options, CConsole& console) {
-    CRunWaiter waiter;
+    CRunWaiter waiter(options.watch && !options.once);
     const CFruImage image(options.file);
     static_cast<void>(image.Read());  // what cannot work is told before the module is troubled
     image.RequireWritableFolder();
     CRunReport report(console, waiter);
     CFruController controller(image, report, CFruController::Access::readWrite);
+    CKernelNetwork kernel;
+    CNetworkAnswers network(kernel, console);
+    CPlayedHost host(controller, network);
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
-    CModuleSession session(library, controller);
+    CModuleSession session(library, host);
     start(session, options);
     console.Line("started: " + session.Description());
 
     CInventoryWatch watch(session, console);
     watch.Look();
     session.SwitchStarted();
-    while (!options.once && waiter.Wait() == CRunWaiter::Reason::written) {
-        watch.Look();
+    if (!options.once) {
+        serve(session, waiter, watch, console);
     }
     session.Stop();
     const unsigned writesSeen = report.Writes();

@@ -14,6 +14,7 @@ struct RunOptions {
     std::string module;                  // path; empty = the default place
     bool once = false;                   // one cycle, else until SIGINT or SIGTERM
     std::optional<std::uint32_t> cycle;  // milliseconds; none = as the module is configured
+    bool watch = true;  // tell the module when the network changes; never with `once`
 };
 
 // exitFailed when a write to the file failed or the module holds no valid record.

@@ -1,19 +1,22 @@
 // What the main thread of a running host sleeps on.
 #pragma once
 
+#include <chrono>
 #include <csignal>
+#include <optional>
 
+#include "host/network_watch.h"
 #include "platform/file.h"
 
 namespace em_pni {
 
 class CRunWaiter {
   public:
-    enum class Reason { stop, written };
+    enum class Reason { stop, written, networkChanged };
 
     // From here on SIGINT and SIGTERM only end Wait, provided that no other thread exists yet:
     // threads made later inherit that they are blocked.
-    CRunWaiter();
+    explicit CRunWaiter(bool watchNetwork);
     // Drops signals that came too late to be waited for.
     ~CRunWaiter();
     CRunWaiter(const CRunWaiter&) = delete;
@@ -21,14 +24,22 @@ class CRunWaiter {
 
     // From any thread. Several before the next Wait count as one.
     void NotifyWritten() noexcept;
-    // A stop is reported before a write.
+    // A stop is reported before a write, and a write before a change of the network. All changes in
+    // the half second from the first one on are reported as one, at its end.
     Reason Wait();
 
   private:
+    using Clock = std::chrono::steady_clock;
+
+    [[nodiscard]] int TimeLeft() const;
+    bool BurstIsOver();
+
     sigset_t signals_{};
     sigset_t previousMask_{};
     CFileDescriptor signalQueue_;
     CFileDescriptor written_;
+    std::optional<CNetworkWatch> watch_;
+    std::optional<Clock::time_point> burstEnd_;  // while changes are being gathered
 };
 
 }  // namespace em_pni

@@ -1,7 +1,9 @@
 // The command line without the module: exit codes and messages.
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "host/command_line.h"
@@ -84,6 +86,13 @@ TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
         {"query"},
         {"query", sample, "--forest"},
         {"run", "--once"},
+        {"run", "--fru", sample, "--once", "--watch"},
+        {"run", "--fru", sample, "--watch", "--no-watch"},
+        {"adapters", "eth0"},
+        {"create"},
+        {"create", sample, "--force", "--format-version", "10"},
+        {"create", sample, "--force", "--size", "0"},
+        {"create", sample, "--force", "--size", "1048577"},
         {"run", "--fru", sample, "--once", "--cycle", "0"},
         {"run", "--fru", sample, "--once", "--cycle", "-5"},
         {"run", "--fru", sample, "--once", "--cycle", "4294967296"},
@@ -95,13 +104,41 @@ TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
         EXPECT_EQ(outcome.output, "");
         EXPECT_NE(outcome.errors, "");
     }
-    for (const char* const command : {"check", "query", "run"}) {
+    for (const char* const command : {"check", "query", "run", "adapters", "create"}) {
         const Outcome outcome = run({command, "--help"});
         EXPECT_EQ(outcome.code, 0);
         EXPECT_TRUE(contains(outcome.output, std::string("  pni-host ") + command + " "));
         EXPECT_EQ(outcome.errors, "");
     }
     EXPECT_EQ(run({"--version"}).code, 0);
+}
+
+// Whatever adapters the machine has that runs this.
+TEST(HostCreate, MakesAValidImageOrNone) {
+    const test::CTempDirectory folder;
+    const std::string file = folder.File("new.fru");
+    const Outcome made = run({"create", file, "--size", "60000"});
+    if (made.code == 0) {
+        EXPECT_EQ(test::contentOf(file).size(), 60000U);
+        EXPECT_EQ(run({"check", file}).code, 0);
+    } else {
+        EXPECT_EQ(made.code, 1);
+        EXPECT_NE(made.errors, "");
+        EXPECT_FALSE(std::filesystem::exists(file));
+    }
+    const std::string old = folder.Write("old.fru", "old");
+    for (const auto& [path, force, message] :
+         std::vector<std::tuple<std::string, std::string, std::string>>{
+             {old, "--size=60000", "old.fru: exists already"},
+             {folder.Path(), "--force", "not a regular file"},
+             {"/dev/null", "--force", "not a regular file"}}) {
+        const Outcome outcome = run({"create", path, force});
+        EXPECT_EQ(outcome.code, 2) << path;
+        EXPECT_TRUE(contains(outcome.errors, message)) << outcome.errors;
+    }
+    EXPECT_EQ(test::contentOf(old), "old");
+    EXPECT_EQ(run({"create", old, "--force"}).code, made.code);
+    EXPECT_EQ(test::contentOf(old) == "old", made.code != 0);
 }
 
 TEST(HostModuleLibrary, WhatIsNoModuleIsRefusedByName) {

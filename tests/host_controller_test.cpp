@@ -2,13 +2,13 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <numeric>
+#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
-#include "host/console.h"
-#include "host/fru_controller.h"
+#include "host/played_host.h"
 #include "tests/temp_directory.h"
 
 namespace em_pni::host_test {
@@ -24,6 +24,10 @@ struct CListener final : CIFruListener {
     std::size_t read = 0;
     std::size_t written = 0;
     std::string failure;
+};
+
+struct CNoNetwork final : CINetworkView {
+    NetworkSnapshot Take() override { return {}; }
 };
 
 std::size_t fileCount(const std::string& folder) {
@@ -59,7 +63,7 @@ class HostController : public testing::Test {
                        CFruController::Access access = CFruController::Access::readWrite) {
         const CFruImage image(path);
         CFruController controller(image, listener_, access);
-        controller.SendRequest(nullptr, message, 1000);
+        CPlayedHost(controller, network_).SendRequest(nullptr, message, 1000);
         return krcp::status(message);
     }
     std::uint32_t Write(const std::vector<std::uint8_t>& bytes, const std::string& path) {
@@ -69,6 +73,10 @@ class HostController : public testing::Test {
 
     test::CTempDirectory folder_;
     CListener listener_;
+    std::ostringstream output_;
+    CConsole console_{output_, output_};
+    CNoNetwork view_;
+    CNetworkAnswers network_{view_, console_};
     std::vector<std::uint8_t> all_;  // every byte value once
 };
 
@@ -138,7 +146,7 @@ TEST_F(HostController, AFolderInWhichNoFileCanBeMadeChangesNothing) {
         ASSERT_EQ(::seteuid(nobody), 0);
     }
     EXPECT_THROW(image.RequireWritableFolder(), CHostError);
-    controller.SendRequest(nullptr, message, 1000);
+    CPlayedHost(controller, network_).SendRequest(nullptr, message, 1000);
     if (root) {
         ASSERT_EQ(::seteuid(0), 0);
     }
@@ -172,8 +180,10 @@ TEST_F(HostController, AnswersOnlyTheCommandsThatItHas) {
     CKrcpMessage clear = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, 0);
     EXPECT_EQ(Send(clear, path), krcp::SUCCESS);
     EXPECT_TRUE(krcp::hasData(clear));
+    CKrcpMessage count = krcp::makeRequest(interfaceCount, 0, 0, 0);
+    EXPECT_EQ(Send(count, path), krcp::SUCCESS);
     for (const char* const command :
-         {R"({})", R"({"OC":3088})", R"({"OC":3089,"OE":45,"DA":{"RAW":[1]}})", R"({"OC":5888})",
+         {R"({})", R"({"OC":3088})", R"({"OC":3089,"OE":45,"DA":{"RAW":[1]}})", R"({"OC":5889.0})",
           R"({"OC":"3088","OE":46})", R"({"OC":3088.5,"OE":46})", R"({"OC":[],"OE":{}})",
           R"({"OC":68624,"OE":46})", R"({"OC":3088,"OE":46,"ST":{}},7)"}) {
         const bool complete = std::string(command).find("\"OE\":46,\"ST\"") != std::string::npos;
@@ -191,7 +201,8 @@ TEST_F(HostController, LeavesDocumentsWithoutACommandAlone) {
                                    R"({"SIP":{"CMD":["text"]}})", R"({"SIP":{"CMD":[null]}})"}) {
         CKrcpMessage message = parse(json);
         const CKrcpMessage copy = parse(json);
-        EXPECT_EQ(controller.SendRequest(nullptr, message, 1000), 0U) << json;
+        CPlayedHost host(controller, network_);
+        EXPECT_EQ(host.SendRequest(nullptr, message, 1000), 0U) << json;
         EXPECT_TRUE(message.document == copy.document) << json;
     }
 }

@@ -1,7 +1,8 @@
 // A module that does in one cycle what em_pni does when an address of the machine has changed,
-// whatever the machine: it adds 1 to the first byte of the record and writes it back, but of a
-// record that begins with 'X' it writes nothing at all. Its inventory is that byte and, once it has
-// been written, the period that the module found at its start.
+// whatever the machine, once at its start and for each event: it adds 1 to the first byte of the
+// record and writes it back, but of a record that begins with 'X' it writes nothing at all. Its
+// inventory is that byte and, once it has been written, the period that the module found at its
+// start.
 #include <mutex>
 #include <string>
 #include <thread>
@@ -31,6 +32,12 @@ class CScriptedModule final : public CExtensionModule {
     std::uint32_t OnSwitchStarted() override {
         thread_ = std::thread([this] { Cycle(); });
         return 1;
+    }
+    void ModuleReply(CKrcpMessage& reply) override {
+        if (krcp::status(reply) == krcp::EVENT_MESSAGE &&
+            krcp::opcode(reply) == krcp::ipAddressChanged) {
+            Cycle();
+        }
     }
     std::uint32_t ModuleRequest(CKrcpMessage& request) override {
         const std::lock_guard guard(lock_);

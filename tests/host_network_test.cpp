@@ -1,0 +1,280 @@
+// What the host tells about the machine's network, and when it says that it has changed.
+#include <functional>
+#include <gtest/gtest.h>
+#include <linux/if.h>
+#include <linux/if_addr.h>
+#include <linux/if_arp.h>
+#include <linux/rtnetlink.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "frudata/address_text.h"
+#include "host/kernel_facts.h"
+#include "host/kernel_network.h"
+#include "host/network_answers.h"
+#include "host/network_watch.h"
+#include "tests/host_program.h"
+#include "tests/network_namespace.h"
+
+namespace em_pni::host_test {
+namespace {
+
+using test::CNetworkNamespace;
+using Texts = std::vector<std::string>;
+
+struct CScriptedView final : CINetworkView {
+    NetworkSnapshot Take() override {
+        ++taken;
+        return take();
+    }
+    std::function<NetworkSnapshot()> take;
+    int taken = 0;
+};
+
+class CAsker {
+  public:
+    explicit CAsker(CINetworkView& view) : answers_(view, console_) {}
+
+    CKrcpMessage Ask(std::uint16_t opcode, std::uint16_t extension, std::uint32_t object) {
+        CKrcpMessage message = krcp::makeRequest(opcode, extension, object, 0);
+        Ask(message);
+        return message;
+    }
+    std::uint32_t Ask(CKrcpMessage& message) {
+        const std::uint32_t status = answers_.Answer(message).value_or(krcp::INVALID_CMD);
+        krcp::setStatus(message, status);
+        return status;
+    }
+    // -1 when it is not told.
+    std::int64_t Number(std::uint16_t opcode, std::uint32_t object) {
+        const CKrcpMessage message = Ask(opcode, 0, object);
+        return krcp::hasData(message) ? krcp::GetValue(message, 0, "DA", -2) : -1;
+    }
+    std::string Mac(std::uint32_t number) {
+        std::vector<std::uint8_t> bytes;
+        krcp::copyRawBytes(Ask(macAddress, 0, number), bytes);
+        return macText(bytes, ":");
+    }
+    // The number of the interface with this MAC.
+    std::uint32_t NumberOf(const std::string& mac) {
+        std::uint32_t number = 0;
+        while (number < Number(interfaceCount, 0) && Mac(number) != mac) {
+            ++number;
+        }
+        return number;
+    }
+    Texts Addresses(IpAddressKind kind, std::uint32_t number) {
+        Texts texts;
+        for (std::uint32_t index = 0;; ++index) {
+            const CKrcpMessage message = Ask(ipAddress, kind, index << 16U | number);
+            std::vector<std::uint8_t> bytes;
+            if (krcp::copyRawBytes(message, bytes) == 0) {
+                EXPECT_EQ(krcp::status(message), krcp::NO_DATA);
+                return texts;
+            }
+            texts.push_back(bytes.size() == 4 ? ipv4Text(bytes) : ipv6Text(bytes));
+        }
+    }
+    void Clear() { EXPECT_TRUE(krcp::hasData(Ask(krcp::clearNetworkSnapshot, 0, 0))); }
+    [[nodiscard]] std::string Console() const { return output_.str(); }
+
+  private:
+    std::ostringstream output_;
+    CConsole console_{output_, output_};
+    CNetworkAnswers answers_;
+};
+
+TEST(HostNetwork, OneLookAnswersUntilItIsDropped) {
+    CScriptedView view;
+    view.take = []() -> NetworkSnapshot { throw CHostError("no netlink here"); };
+    CAsker asker(view);
+    EXPECT_EQ(asker.Number(interfaceCount, 0), -1);
+    EXPECT_EQ(krcp::status(asker.Ask(interfaceCount, 0, 0)), krcp::EXEC_FAILED);
+    EXPECT_EQ(asker.Console(), "pni-host: no netlink here\n");
+    view.take = [] { return NetworkSnapshot(2); };
+    view.taken = 0;
+    EXPECT_EQ(asker.Number(interfaceCount, 0), 2);
+    view.take = [] { return NetworkSnapshot(3); };
+    EXPECT_EQ(asker.Number(interfaceCount, 0), 2);
+    EXPECT_EQ(asker.Number(linkSpeed, 1), -1);
+    EXPECT_EQ(view.taken, 1);
+    asker.Clear();
+    EXPECT_EQ(view.taken, 1);
+    EXPECT_EQ(asker.Number(interfaceCount, 0), 3);
+}
+
+TEST(HostNetwork, QuestionsThatCannotBeAnsweredFail) {
+    CScriptedView view;
+    view.take = [] {
+        NetworkSnapshot snapshot(1);
+        snapshot[0].addresses = {{{192, 0, 2, 7}, false}};
+        return snapshot;
+    };
+    CAsker asker(view);
+    for (const std::string members :
+         {R"("OC":5889,"OI":1)", R"("OC":5889,"OI":-1)", R"("OC":5889,"OI":4294967296)",
+          R"("OC":5895)", R"("OC":5900)", R"("OC":5889,"OE":1)", R"("OC":5891,"OE":3)",
+          R"("OC":5891,"OE":-1)", R"("OC":5891,"OE":2)", R"("OC":5891,"OI":65536)",
+          R"("OC":5891,"OI":1)", R"("OC":5888,"OE":7)", R"("OC":5890)", R"("OC":"5888")",
+          R"("OC":5888.0)", R"("OC":[5888])"}) {
+        CKrcpMessage message;
+        message.document.Parse((R"({"SIP":{"CMD":[{)" + members + "}]}}").c_str());
+        EXPECT_FALSE(krcp::isSuccess(asker.Ask(message))) << members;
+        EXPECT_EQ(krcp::findData(message), nullptr) << members;
+    }
+    CKrcpMessage message;
+    message.document.Parse(R"({"SIP":{"CMD":[{"OC":5891,"OE":[],"OI":"1","DA":{"RAW":7}}]}})");
+    EXPECT_EQ(asker.Ask(message), krcp::SUCCESS);  // what is no number is 0
+}
+
+TEST(HostNetwork, AddressesAndStatesMeanWhatTheKernelMeans) {
+    const std::vector<std::uint8_t> ipv4{192, 0, 2, 7};
+    const std::vector<std::uint8_t> other{192, 0, 2, 8};
+    const std::vector<std::uint8_t> ipv6(16, 7);
+    constexpr unsigned permanent = IFA_F_PERMANENT;
+    const std::vector<IpAddress> expected{
+        {ipv6, true}, {other, false}, {ipv6, true}, {ipv4, false}, {ipv6, false}};
+    EXPECT_EQ(tellableAddresses({{ipv4, permanent, RT_SCOPE_LINK},
+                                 {ipv6, permanent, RT_SCOPE_LINK},
+                                 {ipv6, IFA_F_TEMPORARY | permanent, RT_SCOPE_UNIVERSE},
+                                 {other, IFA_F_SECONDARY | permanent, RT_SCOPE_UNIVERSE},
+                                 {ipv6, permanent | IFA_F_TENTATIVE, RT_SCOPE_UNIVERSE},
+                                 {ipv6, permanent | IFA_F_DADFAILED, RT_SCOPE_UNIVERSE},
+                                 {ipv6, 0, RT_SCOPE_SITE}}),
+              expected);
+    EXPECT_EQ(interfaceTypeOf(ARPHRD_ETHER, ipv4), 6U);
+    EXPECT_NE(interfaceTypeOf(ARPHRD_ETHER, std::vector<std::uint8_t>(6)), 6U);
+    EXPECT_NE(interfaceTypeOf(ARPHRD_INFINIBAND, ipv4), 6U);
+    constexpr unsigned working = IFF_UP | IFF_LOWER_UP;
+    EXPECT_EQ(linkStateOf(IF_OPER_UP, working), 1U);
+    EXPECT_EQ(linkStateOf(IF_OPER_UNKNOWN, working), 1U);
+    for (const unsigned flags : {0U, unsigned{IFF_UP}, unsigned{IFF_LOWER_UP}}) {
+        EXPECT_NE(linkStateOf(IF_OPER_UNKNOWN, flags), 1U);
+    }
+    for (const unsigned state : {IF_OPER_DOWN, IF_OPER_LOWERLAYERDOWN, IF_OPER_DORMANT}) {
+        EXPECT_NE(linkStateOf(state, working), 1U);
+    }
+}
+
+class HostNetworkNamespace : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!namespace_.Reason().empty()) {
+            GTEST_SKIP() << namespace_.Reason();
+        }
+        for (const char* const name : {"v0", "v1"}) {
+            CNetworkNamespace::Set(name, "accept_dad", 0);
+            CNetworkNamespace::Set(name, "addr_gen_mode", 1);  // no link-local addresses
+        }
+        ASSERT_TRUE(CNetworkNamespace::Ip("link set v1 up\nlink set v0 up"));
+    }
+    static bool Ip(const std::string& lines) { return CNetworkNamespace::Ip(lines); }
+
+    CNetworkNamespace namespace_;
+    CKernelNetwork kernel_;
+    CAsker asker_{kernel_};
+};
+
+TEST_F(HostNetworkNamespace, TellsTheAddressesThatAnInterfaceHas) {
+    ASSERT_TRUE(
+        Ip("addr add fe80::7/64 dev v0\n"
+           "addr add 198.51.100.9/24 dev v0 valid_lft 300 preferred_lft 300\n"
+           "addr add 192.0.2.7/24 dev v0\n"
+           "addr add 192.0.2.8/24 dev v0\n"
+           "addr add 192.0.2.7/25 dev v0\n"
+           "addr add 203.0.113.1 peer 203.0.113.2 dev v0\n"
+           "addr add 2001:db8::7/64 dev v0"));
+    const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
+    EXPECT_EQ(asker_.Addresses(primaryAddress, number),
+              (Texts{"192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"}));
+    EXPECT_EQ(asker_.Addresses(transientAddress, number), (Texts{"198.51.100.9"}));
+    EXPECT_EQ(
+        asker_.Addresses(anyAddress, number),
+        (Texts{"198.51.100.9", "192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"}));
+
+    CNetworkNamespace::Set("v0", "use_tempaddr", 2);
+    ASSERT_TRUE(Ip("addr flush dev v0\naddr add 2001:db8:1::1/64 dev v0 mngtmpaddr"));
+    EXPECT_EQ(asker_.Addresses(primaryAddress, number).size(), 5U);  // the old look
+    asker_.Clear();
+    EXPECT_EQ(asker_.Addresses(primaryAddress, number), (Texts{"2001:db8:1::1"}));
+    const Texts temporary = asker_.Addresses(transientAddress, number);
+    ASSERT_EQ(temporary.size(), 1U);
+    EXPECT_TRUE(temporary[0].starts_with("2001:db8:1:")) << temporary[0];
+}
+
+TEST_F(HostNetworkNamespace, TellsKindSpeedAndStateOfALink) {
+    const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
+    EXPECT_EQ(asker_.Number(interfaceType, number), 6);
+    EXPECT_EQ(asker_.Number(linkState, number), 1);
+    EXPECT_EQ(asker_.Number(linkSpeed, number), 10'000'000);
+    const std::uint32_t loopback = asker_.NumberOf("00:00:00:00:00:00");
+    EXPECT_EQ(loopback, 0U);  // the kernel's first
+    EXPECT_EQ(asker_.Number(interfaceType, loopback), 24);
+    EXPECT_EQ(asker_.Number(linkSpeed, loopback), -1);
+
+    // Without a carrier the kernel cannot find out whether somebody else has the address.
+    CNetworkNamespace::Set("v0", "accept_dad", 1);
+    ASSERT_TRUE(
+        Ip("link set v1 down\naddr add 2001:db8::7/64 dev v0\n"
+           "link set v0 down\nlink set v0 address 02:00:00:00:07:0a\nlink set v0 up"));
+    asker_.Clear();
+    EXPECT_EQ(asker_.Number(linkState, number), 7);
+    EXPECT_EQ(asker_.Mac(number), "02:00:00:00:07:0A");
+    EXPECT_EQ(asker_.Addresses(anyAddress, number), Texts());
+    ASSERT_TRUE(Ip("link set v0 down"));
+    asker_.Clear();
+    EXPECT_EQ(asker_.Number(linkState, number), 2);
+    const std::int64_t count = asker_.Number(interfaceCount, 0);
+    ASSERT_TRUE(Ip("link del v0"));
+    EXPECT_EQ(asker_.Number(interfaceCount, 0), count);
+    asker_.Clear();
+    EXPECT_EQ(asker_.Number(interfaceCount, 0), count - 2);
+}
+
+TEST_F(HostNetworkNamespace, AnOverrunIsAChange) {
+    CNetworkWatch watch;
+    EXPECT_FALSE(watch.TakeReports());
+    std::string lines;
+    for (int i = 0; i < 400; ++i) {
+        lines += "addr add 10.7." + std::to_string(i / 250) + "." + std::to_string(i % 250) +
+                 "/32 dev v0\n";
+    }
+    ASSERT_TRUE(Ip(lines));
+    EXPECT_TRUE(watch.TakeReports());
+    EXPECT_FALSE(watch.TakeReports());
+    asker_.Clear();
+    EXPECT_EQ(asker_.Addresses(anyAddress, asker_.NumberOf(CNetworkNamespace::Mac(0))).size(),
+              400U);
+}
+
+TEST_F(HostNetworkNamespace, RunMakesOneEventOfABurst) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "A");
+    const Texts command{"run", "--fru", image, "--module",
+                        EM_PNI_BINARY_DIR "/host_scripted_module.so"};
+    for (const bool watching : {true, false}) {
+        const std::string first(1, test::contentOf(image).front());
+        const std::string next(1, static_cast<char>(first[0] + 2));
+        Texts arguments = command;
+        arguments.push_back(watching ? "--watch" : "--no-watch");
+        CProgram program(arguments);
+        ASSERT_TRUE(program.ReadUntil("written: ")) << program.Errors();
+        ASSERT_TRUE(
+            Ip("addr add 192.0.2.7/24 dev v0\naddr add 192.0.2.8/24 dev v0\n"
+               "addr del 192.0.2.7/24 dev v0\naddr flush dev v0\nlink set v0 down\n"
+               "addr add 2001:db8::7/64 dev v1 nodad\nlink set v0 up\naddr flush dev v1"));
+        const std::chrono::seconds limit(watching ? 2 : 1);
+        EXPECT_EQ(test::holdsWithin(limit, image, next), watching);
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+        program.Signal(SIGTERM);
+        EXPECT_EQ(program.Wait(), 0) << program.Errors();
+        const std::string event = "event: IP address changed\n";
+        const std::size_t found = program.Output().find(event);
+        EXPECT_EQ(found != std::string::npos, watching) << program.Output();
+        EXPECT_EQ(program.Output().find(event, found + 1), std::string::npos) << program.Output();
+    }
+}
+
+}  // namespace
+}  // namespace em_pni::host_test

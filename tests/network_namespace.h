@@ -1,0 +1,80 @@
+// A network of a test's own, with interfaces that concern nobody else.
+#pragma once
+
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
+#include <sched.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+#include "platform/file.h"
+#include "tests/temp_directory.h"
+
+namespace em_pni::test {
+
+// The calling thread, and the programs it starts, are in a new network namespace until this goes.
+class CNetworkNamespace {
+  public:
+    CNetworkNamespace() : previous_(::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC)) {
+        entered_ = previous_ && ::unshare(CLONE_NEWNET) == 0;
+        if (!entered_) {
+            reason_ = "only root can make a network namespace";
+        } else if (!Ip("link add v0 address " + Mac(0) + " type veth peer name v1 address " +
+                       Mac(1))) {
+            reason_ = "needs the program ip and a kernel with veth interfaces";
+        }
+    }
+    ~CNetworkNamespace() {
+        if (entered_ && ::setns(previous_.Get(), CLONE_NEWNET) != 0) {
+            std::abort();  // the next test would run in the wrong network
+        }
+    }
+    CNetworkNamespace(const CNetworkNamespace&) = delete;
+    CNetworkNamespace& operator=(const CNetworkNamespace&) = delete;
+
+    // Why there is none; else empty, and there is the pair v0 and v1 with these addresses, down.
+    [[nodiscard]] const std::string& Reason() const { return reason_; }
+    static std::string Mac(int number) { return "02:00:00:00:07:0" + std::to_string(number); }
+
+    // Runs all the lines as commands of one `ip`.
+    static bool Ip(const std::string& lines) {
+        FILE* const pipe = ::popen("PATH=$PATH:/usr/sbin:/sbin ip -batch - 2>&1", "w");
+        if (pipe == nullptr) {
+            return false;
+        }
+        std::fputs((lines + "\n").c_str(), pipe);
+        return ::pclose(pipe) == 0;
+    }
+    // Of net.ipv6.conf.
+    static void Set(const std::string& interface, const std::string& key, int value) {
+        std::ofstream("/proc/sys/net/ipv6/conf/" + interface + "/" + key) << value;
+    }
+
+  private:
+    CFileDescriptor previous_;
+    bool entered_ = false;
+    std::string reason_;
+};
+
+inline bool isTrueWithin(std::chrono::milliseconds limit, const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+// For what must have reached an image file by then: the bytes of an address, for example.
+inline bool holdsWithin(std::chrono::milliseconds limit, const std::string& path,
+                        const std::string& bytes) {
+    return isTrueWithin(limit, [&] { return contentOf(path).find(bytes) != std::string::npos; });
+}
+
+}  // namespace em_pni::test
