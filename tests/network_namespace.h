@@ -3,9 +3,9 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
-#include <functional>
 #include <sched.h>
 #include <string>
 #include <thread>
@@ -60,21 +60,17 @@ class CNetworkNamespace {
     std::string reason_;
 };
 
-inline bool isTrueWithin(std::chrono::milliseconds limit, const std::function<bool()>& condition) {
+// For what must have reached an image file by then: the bytes of an address, for example.
+inline bool holdsWithin(std::chrono::milliseconds limit, const std::string& path,
+                        const std::string& bytes) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
+    while (contentOf(path).find(bytes) == std::string::npos) {
         if (std::chrono::steady_clock::now() >= end) {
             return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
-}
-
-// For what must have reached an image file by then: the bytes of an address, for example.
-inline bool holdsWithin(std::chrono::milliseconds limit, const std::string& path,
-                        const std::string& bytes) {
-    return isTrueWithin(limit, [&] { return contentOf(path).find(bytes) != std::string::npos; });
 }
 
 }  // namespace em_pni::test
