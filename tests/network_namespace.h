@@ -60,17 +60,22 @@ class CNetworkNamespace {
     std::string reason_;
 };
 
-// For what must have reached an image file by then: the bytes of an address, for example.
-inline bool holdsWithin(std::chrono::milliseconds limit, const std::string& path,
-                        const std::string& bytes) {
+template <class Condition>
+bool isTrueWithin(std::chrono::milliseconds limit, Condition condition) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (contentOf(path).find(bytes) == std::string::npos) {
+    while (!condition()) {
         if (std::chrono::steady_clock::now() >= end) {
             return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
+}
+
+// For what must have reached an image file by then: the bytes of an address, for example.
+inline bool holdsWithin(std::chrono::milliseconds limit, const std::string& path,
+                        const std::string& bytes) {
+    return isTrueWithin(limit, [&] { return contentOf(path).find(bytes) != std::string::npos; });
 }
 
 }  // namespace em_pni::test

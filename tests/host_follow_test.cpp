@@ -1,0 +1,91 @@
+// The whole way: the kernel's addresses, pni-host, the module, the image file.
+#include <gtest/gtest.h>
+
+#include "frudata/pni_fru.h"
+#include "tests/host_program.h"
+#include "tests/network_namespace.h"
+#include "tests/record_builder.h"
+
+namespace em_pni::host_test {
+namespace {
+
+using namespace std::chrono_literals;
+using test::contentOf;
+
+constexpr auto soonEnough = 2s;
+
+class HostFollow : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!namespace_.Reason().empty()) {
+            GTEST_SKIP() << namespace_.Reason();
+        }
+        test::CNetworkNamespace::Set("v0", "accept_dad", 0);
+        test::CNetworkNamespace::Set("v0", "addr_gen_mode", 1);  // no link-local address
+        ASSERT_TRUE(Ip("link set v1 up\nlink set v0 address 02:00:00:00:03:01 up"));
+        image_ = folder_.Write(
+            "a.fru", contentOf(std::string(EM_PNI_TEST_DATA) + "/three-modules-in-2k-device.fru"));
+    }
+    static bool Ip(const std::string& lines) { return test::CNetworkNamespace::Ip(lines); }
+    [[nodiscard]] bool IsValid() const {
+        const std::string bytes = contentOf(image_);
+        return pniValidateFru(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()) ==
+               PNI_SUCCESS;
+    }
+    // The image is `bytes` in time.
+    [[nodiscard]] bool Becomes(const std::string& bytes) const {
+        return test::isTrueWithin(soonEnough, [&] { return contentOf(image_) == bytes; });
+    }
+    [[nodiscard]] bool Gains(const std::string& addressBytes) const {
+        return test::holdsWithin(soonEnough, image_, addressBytes);
+    }
+
+    test::CNetworkNamespace namespace_;
+    test::CTempDirectory folder_;
+    std::string image_;
+    const std::string ipv4_{"\xC0\x00\x02\x4D", 4};  // 192.0.2.77
+    const std::string ipv6_{"\x20\x01\x0D\xB8\0\0\0\0\0\0\0\0\0\0\0\x4D", 16};
+};
+
+TEST_F(HostFollow, AddressesComeAndGoAndLeaveTheFirstImageBehind) {
+    CProgram program({"run", "--fru", image_});
+    ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
+    const std::string bare = contentOf(image_);
+    ASSERT_EQ(bare.size(), 2048U);
+
+    ASSERT_TRUE(Ip("addr add 192.0.2.77/24 dev v0"));
+    EXPECT_TRUE(Gains(ipv4_));
+    ASSERT_TRUE(Ip("addr add 2001:db8::4d/64 dev v0"));
+    EXPECT_TRUE(Gains(ipv6_));
+    ASSERT_TRUE(Ip("addr del 2001:db8::4d/64 dev v0\naddr del 192.0.2.77/24 dev v0"));
+    EXPECT_TRUE(Becomes(bare)) << "removed";
+    ASSERT_TRUE(Ip("addr add 192.0.2.77/24 dev v0"));
+    EXPECT_TRUE(Gains(ipv4_));
+    ASSERT_TRUE(Ip("link set v0 down"));
+    EXPECT_TRUE(Becomes(bare)) << "a link that is down has none";
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_TRUE(IsValid());
+}
+
+TEST_F(HostFollow, KilledAtAnyPointItLeavesAWholeImage) {
+    for (int milliseconds = 0; milliseconds < 40; ++milliseconds) {
+        // Every run has something to write.
+        ASSERT_TRUE(Ip(std::string("addr ") + (milliseconds % 2 == 0 ? "add" : "del") +
+                       " 192.0.2.77/24 dev v0"));
+        CProgram program({"run", "--fru", image_, "--once"});
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        program.Signal(SIGKILL);
+        program.Wait();
+        ASSERT_EQ(contentOf(image_).size(), 2048U) << milliseconds;
+        ASSERT_TRUE(IsValid()) << milliseconds;
+    }
+    CProgram whole({"run", "--fru", image_, "--once"});
+    EXPECT_EQ(whole.Wait(), 0) << whole.Errors();
+    CProgram again({"run", "--fru", image_, "--once"});
+    EXPECT_EQ(again.Wait(), 0) << again.Errors();
+    EXPECT_TRUE(again.Output().ends_with("unchanged\nstopped\n")) << again.Output();
+}
+
+}  // namespace
+}  // namespace em_pni::host_test
