@@ -26,14 +26,18 @@ std::uint32_t answerBytes(CKrcpMessage& message, const std::vector<std::uint8_t>
 // so many.
 std::vector<std::uint8_t> findAddress(const NetworkInterface& interface, std::int64_t kind,
                                       std::uint32_t index) {
-    std::vector<std::vector<std::uint8_t>> found;
+    std::vector<std::vector<std::uint8_t>> before;
     for (const IpAddress& address : interface.addresses) {
         const bool wanted = kind == anyAddress || address.transient == (kind == transientAddress);
-        if (wanted && std::find(found.begin(), found.end(), address.bytes) == found.end()) {
-            found.push_back(address.bytes);
+        if (!wanted || std::find(before.begin(), before.end(), address.bytes) != before.end()) {
+            continue;
         }
+        if (before.size() == index) {
+            return address.bytes;
+        }
+        before.push_back(address.bytes);
     }
-    return index < found.size() ? found[index] : std::vector<std::uint8_t>();
+    return {};
 }
 
 std::uint32_t answerAbout(const NetworkInterface& interface, std::int64_t opcode,
