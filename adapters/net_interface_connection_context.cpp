@@ -46,7 +46,7 @@ bool NetInterfaceConnectionContext::IsEthernetInterface(std::uint32_t interface)
         throw std::runtime_error(
             "NetInterfaceConnectionContext::IsEthernetInterface() : No reply data from SIP!");
     }
-    return reply.value == CNetworkRequests::ethernetType;
+    return reply.value == krcp::ethernetType;
 }
 
 std::vector<std::uint8_t> NetInterfaceConnectionContext::FetchMacAddress(

@@ -7,15 +7,6 @@ namespace {
 
 constexpr std::uint32_t timeout = 5000;  // milliseconds
 
-enum Opcode : std::uint16_t {
-    interfaceCount = 0x1700,
-    interfaceType = 0x1701,
-    ipAddress = 0x1703,
-    macAddress = 0x1707,
-    linkSpeed = 0x170C,
-    linkState = 0x1730,
-};
-
 template <class Reply>
 Reply replyWithoutValue(const CKrcpMessage& message) noexcept {
     Reply reply;
@@ -57,7 +48,7 @@ BytesReply CNetworkRequests::AskBytes(std::uint16_t opcode, std::uint16_t extens
 }
 
 NetworkReply<std::uint32_t> CNetworkRequests::InterfaceCount() const {
-    const NumberReply number = AskNumber(interfaceCount, 0);
+    const NumberReply number = AskNumber(krcp::interfaceCount, 0);
     NetworkReply<std::uint32_t> reply{number.answered, number.status, std::nullopt};
     if (number.value && *number.value <= maxInterfaces) {
         reply.value = static_cast<std::uint32_t>(*number.value);
@@ -66,17 +57,17 @@ NetworkReply<std::uint32_t> CNetworkRequests::InterfaceCount() const {
 }
 
 NumberReply CNetworkRequests::InterfaceType(std::uint32_t interface) const {
-    return AskNumber(interfaceType, interface);
+    return AskNumber(krcp::interfaceType, interface);
 }
 
 BytesReply CNetworkRequests::MacAddress(std::uint32_t interface) const {
-    return AskBytes(macAddress, 0, interface);
+    return AskBytes(krcp::macAddress, 0, interface);
 }
 
 BytesReply CNetworkRequests::IpAddress(IpAddressKind kind, std::uint32_t index,
                                        std::uint32_t interface) const {
     BytesReply reply =
-        AskBytes(ipAddress, static_cast<std::uint16_t>(kind), (index << 16U) + interface);
+        AskBytes(krcp::ipAddress, static_cast<std::uint16_t>(kind), (index << 16U) + interface);
     if (reply.value && reply.value->empty()) {
         reply.value.reset();
     }
@@ -84,11 +75,11 @@ BytesReply CNetworkRequests::IpAddress(IpAddressKind kind, std::uint32_t index,
 }
 
 NumberReply CNetworkRequests::LinkState(std::uint32_t interface) const {
-    return AskNumber(linkState, interface);
+    return AskNumber(krcp::linkState, interface);
 }
 
 NumberReply CNetworkRequests::LinkSpeed(std::uint32_t interface) const {
-    return AskNumber(linkSpeed, interface);
+    return AskNumber(krcp::linkSpeed, interface);
 }
 
 const char* nameOf(CNetworkRequests::IpAddressKind kind) noexcept {

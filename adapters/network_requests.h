@@ -27,10 +27,12 @@ using BytesReply = NetworkReply<std::vector<std::uint8_t>>;
 // whatever the host sends. Belongs to one thread at a time.
 class CNetworkRequests {
   public:
-    enum class IpAddressKind : std::uint16_t { any = 0, primary = 1, transient = 2 };
+    enum class IpAddressKind : std::uint16_t {
+        any = krcp::anyAddress,
+        primary = krcp::primaryAddress,
+        transient = krcp::transientAddress,
+    };
 
-    static constexpr std::uint64_t ethernetType = 6;
-    static constexpr std::uint64_t linkIsUp = 1;
     // Questions about addresses have 16 bits for the interface; a larger count is no answer.
     static constexpr std::uint32_t maxInterfaces = 0x10000;
 

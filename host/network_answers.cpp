@@ -28,7 +28,8 @@ std::vector<std::uint8_t> findAddress(const NetworkInterface& interface, std::in
                                       std::uint32_t index) {
     std::vector<std::vector<std::uint8_t>> before;
     for (const IpAddress& address : interface.addresses) {
-        const bool wanted = kind == anyAddress || address.transient == (kind == transientAddress);
+        const bool wanted =
+            kind == krcp::anyAddress || address.transient == (kind == krcp::transientAddress);
         if (!wanted || std::find(before.begin(), before.end(), address.bytes) != before.end()) {
             continue;
         }
@@ -43,13 +44,13 @@ std::vector<std::uint8_t> findAddress(const NetworkInterface& interface, std::in
 std::uint32_t answerAbout(const NetworkInterface& interface, std::int64_t opcode,
                           CKrcpMessage& message) {
     switch (opcode) {
-        case interfaceType:
+        case krcp::interfaceType:
             return answerNumber(message, interface.type);
-        case macAddress:
+        case krcp::macAddress:
             return answerBytes(message, interface.mac);
-        case linkSpeed:
+        case krcp::linkSpeed:
             return answerNumber(message, interface.speed);
-        case linkState:
+        case krcp::linkState:
             return answerNumber(message, interface.linkState);
         default:
             return krcp::INVALID_CMD;
@@ -57,8 +58,9 @@ std::uint32_t answerAbout(const NetworkInterface& interface, std::int64_t opcode
 }
 
 bool isNetworkOpcode(std::int64_t opcode) noexcept {
-    static constexpr NetworkOpcode opcodes[] = {interfaceCount, interfaceType, ipAddress,
-                                                macAddress,     linkSpeed,     linkState};
+    static constexpr krcp::Opcode opcodes[] = {krcp::interfaceCount, krcp::interfaceType,
+                                               krcp::ipAddress,      krcp::macAddress,
+                                               krcp::linkSpeed,      krcp::linkState};
     return std::find(std::begin(opcodes), std::end(opcodes), opcode) != std::end(opcodes);
 }
 
@@ -68,22 +70,22 @@ std::uint32_t answerNetworkRequest(const NetworkSnapshot& snapshot, CKrcpMessage
     const std::int64_t opcode = krcp::GetValue(message, message.index, "OC", 0);
     const std::int64_t extension = krcp::GetValue(message, message.index, "OE", 0);
     const std::int64_t object = krcp::GetValue(message, message.index, "OI", 0);
-    const std::int64_t lastExtension = opcode == ipAddress ? transientAddress : 0;
+    const std::int64_t lastExtension = opcode == krcp::ipAddress ? krcp::transientAddress : 0;
     if (!isNetworkOpcode(opcode) || extension < 0 || extension > lastExtension) {
         return krcp::INVALID_CMD;
     }
-    if (opcode == interfaceCount) {
+    if (opcode == krcp::interfaceCount) {
         return answerNumber(message, snapshot.size());
     }
     if (object < 0 || object > std::numeric_limits<std::uint32_t>::max()) {
         return krcp::INVALID_OBJ;
     }
     const auto parameter = static_cast<std::uint32_t>(object);
-    const std::uint32_t number = opcode == ipAddress ? parameter & 0xFFFFU : parameter;
+    const std::uint32_t number = opcode == krcp::ipAddress ? parameter & 0xFFFFU : parameter;
     if (number >= snapshot.size()) {
         return krcp::INVALID_OBJ;
     }
-    if (opcode == ipAddress) {
+    if (opcode == krcp::ipAddress) {
         return answerBytes(message, findAddress(snapshot[number], extension, parameter >> 16U));
     }
     return answerAbout(snapshot[number], opcode, message);

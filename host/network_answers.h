@@ -11,18 +11,6 @@
 
 namespace em_pni {
 
-// "OI" is the interface's number where none of these says otherwise.
-enum NetworkOpcode : std::uint16_t {
-    interfaceCount = 0x1700,
-    interfaceType = 0x1701,
-    ipAddress = 0x1703,  // "OE" = IpAddressKind, "OI" = index among them << 16 | interface
-    macAddress = 0x1707,
-    linkSpeed = 0x170C,
-    linkState = 0x1730,
-};
-
-enum IpAddressKind : std::uint16_t { anyAddress = 0, primaryAddress = 1, transientAddress = 2 };
-
 // Writes the data of the answer and returns its status: INVALID_CMD for any other command,
 // INVALID_OBJ for an interface that is not there, NO_DATA for what it does not have.
 std::uint32_t answerNetworkRequest(const NetworkSnapshot& snapshot, CKrcpMessage& message);

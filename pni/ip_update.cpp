@@ -36,7 +36,7 @@ void traceRecordMacs(const CPniFruData& record) {
 void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
                    std::vector<NetworkInterfaceEntry>& list) {
     PNI_TRACE(4, "\nEM_PNI              : Check network interface %u...", interface);
-    if (requests.InterfaceType(interface).value != CNetworkRequests::ethernetType) {
+    if (requests.InterfaceType(interface).value != krcp::ethernetType) {
         PNI_TRACE(
             4,
             "\nEM_PNI              : ...network interface %u ignored - type is different from "
@@ -53,7 +53,7 @@ void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
         return;
     }
     const auto state = requests.LinkState(interface).value;
-    if (state != CNetworkRequests::linkIsUp) {
+    if (state != krcp::linkIsUp) {
         PNI_TRACE(4, "\nEM_PNI              : Networt interface is not UP[%d], do not check IP",
                   static_cast<int>(state.value_or(0)));
         return;

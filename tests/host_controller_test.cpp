@@ -180,7 +180,7 @@ TEST_F(HostController, AnswersOnlyTheCommandsThatItHas) {
     CKrcpMessage clear = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, 0);
     EXPECT_EQ(Send(clear, path), krcp::SUCCESS);
     EXPECT_TRUE(krcp::hasData(clear));
-    CKrcpMessage count = krcp::makeRequest(interfaceCount, 0, 0, 0);
+    CKrcpMessage count = krcp::makeRequest(krcp::interfaceCount, 0, 0, 0);
     EXPECT_EQ(Send(count, path), krcp::SUCCESS);
     for (const char* const command :
          {R"({})", R"({"OC":3088})", R"({"OC":3089,"OE":45,"DA":{"RAW":[1]}})", R"({"OC":5889.0})",

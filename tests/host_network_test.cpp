@@ -53,21 +53,21 @@ class CAsker {
     }
     std::string Mac(std::uint32_t number) {
         std::vector<std::uint8_t> bytes;
-        krcp::copyRawBytes(Ask(macAddress, 0, number), bytes);
+        krcp::copyRawBytes(Ask(krcp::macAddress, 0, number), bytes);
         return macText(bytes, ":");
     }
     // The number of the interface with this MAC.
     std::uint32_t NumberOf(const std::string& mac) {
         std::uint32_t number = 0;
-        while (number < Number(interfaceCount, 0) && Mac(number) != mac) {
+        while (number < Number(krcp::interfaceCount, 0) && Mac(number) != mac) {
             ++number;
         }
         return number;
     }
-    Texts Addresses(IpAddressKind kind, std::uint32_t number) {
+    Texts Addresses(krcp::IpAddressKind kind, std::uint32_t number) {
         Texts texts;
         for (std::uint32_t index = 0;; ++index) {
-            const CKrcpMessage message = Ask(ipAddress, kind, index << 16U | number);
+            const CKrcpMessage message = Ask(krcp::ipAddress, kind, index << 16U | number);
             std::vector<std::uint8_t> bytes;
             if (krcp::copyRawBytes(message, bytes) == 0) {
                 EXPECT_EQ(krcp::status(message), krcp::NO_DATA);
@@ -89,19 +89,19 @@ TEST(HostNetwork, OneLookAnswersUntilItIsDropped) {
     CScriptedView view;
     view.take = []() -> NetworkSnapshot { throw CHostError("no netlink here"); };
     CAsker asker(view);
-    EXPECT_EQ(asker.Number(interfaceCount, 0), -1);
-    EXPECT_EQ(krcp::status(asker.Ask(interfaceCount, 0, 0)), krcp::EXEC_FAILED);
+    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), -1);
+    EXPECT_EQ(krcp::status(asker.Ask(krcp::interfaceCount, 0, 0)), krcp::EXEC_FAILED);
     EXPECT_EQ(asker.Console(), "pni-host: no netlink here\n");
     view.take = [] { return NetworkSnapshot(2); };
     view.taken = 0;
-    EXPECT_EQ(asker.Number(interfaceCount, 0), 2);
+    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), 2);
     view.take = [] { return NetworkSnapshot(3); };
-    EXPECT_EQ(asker.Number(interfaceCount, 0), 2);
-    EXPECT_EQ(asker.Number(linkSpeed, 1), -1);
+    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), 2);
+    EXPECT_EQ(asker.Number(krcp::linkSpeed, 1), -1);
     EXPECT_EQ(view.taken, 1);
     asker.Clear();
     EXPECT_EQ(view.taken, 1);
-    EXPECT_EQ(asker.Number(interfaceCount, 0), 3);
+    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), 3);
 }
 
 TEST(HostNetwork, QuestionsThatCannotBeAnsweredFail) {
@@ -186,32 +186,32 @@ TEST_F(HostNetworkNamespace, TellsTheAddressesThatAnInterfaceHas) {
            "addr add 203.0.113.1 peer 203.0.113.2 dev v0\n"
            "addr add 2001:db8::7/64 dev v0"));
     const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
-    EXPECT_EQ(asker_.Addresses(primaryAddress, number),
+    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number),
               (Texts{"192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"}));
-    EXPECT_EQ(asker_.Addresses(transientAddress, number), (Texts{"198.51.100.9"}));
+    EXPECT_EQ(asker_.Addresses(krcp::transientAddress, number), (Texts{"198.51.100.9"}));
     EXPECT_EQ(
-        asker_.Addresses(anyAddress, number),
+        asker_.Addresses(krcp::anyAddress, number),
         (Texts{"198.51.100.9", "192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"}));
 
     CNetworkNamespace::Set("v0", "use_tempaddr", 2);
     ASSERT_TRUE(Ip("addr flush dev v0\naddr add 2001:db8:1::1/64 dev v0 mngtmpaddr"));
-    EXPECT_EQ(asker_.Addresses(primaryAddress, number).size(), 5U);  // the old look
+    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number).size(), 5U);  // the old look
     asker_.Clear();
-    EXPECT_EQ(asker_.Addresses(primaryAddress, number), (Texts{"2001:db8:1::1"}));
-    const Texts temporary = asker_.Addresses(transientAddress, number);
+    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number), (Texts{"2001:db8:1::1"}));
+    const Texts temporary = asker_.Addresses(krcp::transientAddress, number);
     ASSERT_EQ(temporary.size(), 1U);
     EXPECT_TRUE(temporary[0].starts_with("2001:db8:1:")) << temporary[0];
 }
 
 TEST_F(HostNetworkNamespace, TellsKindSpeedAndStateOfALink) {
     const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
-    EXPECT_EQ(asker_.Number(interfaceType, number), 6);
-    EXPECT_EQ(asker_.Number(linkState, number), 1);
-    EXPECT_EQ(asker_.Number(linkSpeed, number), 10'000'000);
+    EXPECT_EQ(asker_.Number(krcp::interfaceType, number), 6);
+    EXPECT_EQ(asker_.Number(krcp::linkState, number), 1);
+    EXPECT_EQ(asker_.Number(krcp::linkSpeed, number), 10'000'000);
     const std::uint32_t loopback = asker_.NumberOf("00:00:00:00:00:00");
     EXPECT_EQ(loopback, 0U);  // the kernel's first
-    EXPECT_EQ(asker_.Number(interfaceType, loopback), 24);
-    EXPECT_EQ(asker_.Number(linkSpeed, loopback), -1);
+    EXPECT_EQ(asker_.Number(krcp::interfaceType, loopback), 24);
+    EXPECT_EQ(asker_.Number(krcp::linkSpeed, loopback), -1);
 
     // Without a carrier the kernel cannot find out whether somebody else has the address.
     CNetworkNamespace::Set("v0", "accept_dad", 1);
@@ -219,17 +219,17 @@ TEST_F(HostNetworkNamespace, TellsKindSpeedAndStateOfALink) {
         Ip("link set v1 down\naddr add 2001:db8::7/64 dev v0\n"
            "link set v0 down\nlink set v0 address 02:00:00:00:07:0a\nlink set v0 up"));
     asker_.Clear();
-    EXPECT_EQ(asker_.Number(linkState, number), 7);
+    EXPECT_EQ(asker_.Number(krcp::linkState, number), 7);
     EXPECT_EQ(asker_.Mac(number), "02:00:00:00:07:0A");
-    EXPECT_EQ(asker_.Addresses(anyAddress, number), Texts());
+    EXPECT_EQ(asker_.Addresses(krcp::anyAddress, number), Texts());
     ASSERT_TRUE(Ip("link set v0 down"));
     asker_.Clear();
-    EXPECT_EQ(asker_.Number(linkState, number), 2);
-    const std::int64_t count = asker_.Number(interfaceCount, 0);
+    EXPECT_EQ(asker_.Number(krcp::linkState, number), 2);
+    const std::int64_t count = asker_.Number(krcp::interfaceCount, 0);
     ASSERT_TRUE(Ip("link del v0"));
-    EXPECT_EQ(asker_.Number(interfaceCount, 0), count);
+    EXPECT_EQ(asker_.Number(krcp::interfaceCount, 0), count);
     asker_.Clear();
-    EXPECT_EQ(asker_.Number(interfaceCount, 0), count - 2);
+    EXPECT_EQ(asker_.Number(krcp::interfaceCount, 0), count - 2);
 }
 
 TEST_F(HostNetworkNamespace, AnOverrunIsAChange) {

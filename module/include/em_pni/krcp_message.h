@@ -36,7 +36,21 @@ enum Opcode : std::uint16_t {
     ipAddressChanged = 0x170F,   // event CM_NetworkInfoIpAddressChanged
     clearNetworkSnapshot = 0x1722,
     readPniData = 0x1740,
+
+    // Questions about the host's network interfaces; "OI" is the number of the interface, from 0,
+    // where nothing else is said. Numbers come back as "DA", addresses as raw bytes.
+    interfaceCount = 0x1700,  // "OI" 0
+    interfaceType = 0x1701,   // ethernetType or another number
+    ipAddress = 0x1703,       // "OE" IpAddressKind, "OI" index among those << 16 | interface
+    macAddress = 0x1707,
+    linkSpeed = 0x170C,  // kbit/s
+    linkState = 0x1730,  // linkIsUp or another number
 };
+
+enum IpAddressKind : std::uint16_t { anyAddress = 0, primaryAddress = 1, transientAddress = 2 };
+
+inline constexpr std::uint64_t ethernetType = 6;
+inline constexpr std::uint64_t linkIsUp = 1;
 
 inline constexpr std::uint16_t pniFruExtension = 0x002E;  // "OE" of readFru and writeFru
 
