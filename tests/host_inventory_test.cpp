@@ -1,11 +1,10 @@
-// The inventory as people read it: differences, tree, and the request for it.
+// The inventory as people read it: differences and tree.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 #include <string>
 #include <vector>
 
 #include "host/inventory_diff.h"
-#include "host/inventory_request.h"
 #include "host/inventory_tree.h"
 
 namespace em_pni::host_test {
@@ -16,7 +15,6 @@ using Lines = std::vector<std::string>;
 rapidjson::Document parse(const std::string& json) {
     rapidjson::Document document;
     document.Parse(json.c_str());
-    EXPECT_FALSE(document.HasParseError()) << json;
     return document;
 }
 
@@ -36,19 +34,12 @@ TEST(HostDiff, NamesWhatChangedByTheIdsAboveIt) {
               (Lines{"changed: module 1 port 0 function 2 ActiveMAC: A -> B",
                      "removed: module 1 port 0 function 2 Speed 1",
                      "added: module 1 port 0 function 2 BootName x"}));
-    EXPECT_EQ(differences(oneFunction("\"VlanId\":7"), oneFunction("\"VlanId\":7")), Lines{});
-}
-
-TEST(HostDiff, AnAddressListIsComparedAsASet) {
-    const std::string both = R"("Ipv4Addresses":[{"Address":"192.0.2.1"},{"Address":"192.0.2.2"}])";
-    const std::string other =
-        R"("Ipv4Addresses":[{"Address":"192.0.2.2"},{"Address":"192.0.2.3"}])";
-    EXPECT_EQ(differences(oneFunction(both), oneFunction(other)),
-              (Lines{"removed: module 1 port 0 function 2 Ipv4Addresses 192.0.2.1",
-                     "added: module 1 port 0 function 2 Ipv4Addresses 192.0.2.3"}));
-    const std::string turned =
-        R"("Ipv4Addresses":[{"Address":"192.0.2.2"},{"Address":"192.0.2.1"}])";
-    EXPECT_EQ(differences(oneFunction(both), oneFunction(turned)).size(), 1U);
+    EXPECT_EQ(
+        differences(
+            oneFunction(R"("Ipv4Addresses":[{"Address":"192.0.2.1"},{"Address":"192.0.2.2"}])"),
+            oneFunction(R"("Ipv4Addresses":[{"Address":"192.0.2.2"},{"Address":"192.0.2.3"}])")),
+        (Lines{"removed: module 1 port 0 function 2 Ipv4Addresses 192.0.2.1",
+               "added: module 1 port 0 function 2 Ipv4Addresses 192.0.2.3"}));
 }
 
 TEST(HostDiff, AModuleInsertedBeforeOthersIsOneLine) {
@@ -56,12 +47,6 @@ TEST(HostDiff, AModuleInsertedBeforeOthersIsOneLine) {
     const std::string after =
         R"({"Modules":[{"ModuleId":0},{"ModuleId":3,"ModuleName":"Card"},{"ModuleId":4}]})";
     EXPECT_EQ(differences(before, after), Lines{"added: module 3 \"Card\""});
-    EXPECT_EQ(differences(after, before), Lines{"removed: module 3 \"Card\""});
-    // The same id twice, and no id at all.
-    EXPECT_EQ(
-        differences(R"({"Modules":[{"ModuleId":0},{"ModuleId":0,"Enabled":true},{}]})",
-                    R"({"Modules":[{"ModuleId":0},{"ModuleId":0,"Enabled":false},7]})"),
-        (Lines{"changed: module 0 (2) Enabled: true -> false", "changed: module [2]: {} -> 7"}));
 }
 
 TEST(HostTree, ShowsEachNodeOnOneLine) {
@@ -73,7 +58,7 @@ TEST(HostTree, ShowsEachNodeOnOneLine) {
              "Ipv6Addresses":[{"Address":"2001:db8::1"}],"Speed":4,"SpeedUnit":"10Gb/s",
              "VlanId":7,"PciSegment":1,"PciBus":26,"PciDevice":31,"PciFunction":7}]},
             {"PortId":1,"WolBehavior":"Disabled"}]},
-           {"ModuleId":3,"Enabled":false,"ModuleName":"Card","TechnologyType":"FC",
+           {"ModuleId":3,"Enabled":false,"ModuleName":"a\u001b[2J\nb\u009b2J\u007f\u00fc","TechnologyType":"FC",
             "FirmwareVersion":"N/A","PhysicalPorts":[{"PortId":0,"PhysicalFunctions":[
              {"PhyFunctionId":0,"ActiveWWPN":"W","ManufactureWWPN":"W","VlanId":0,"Speed":0,
              "PciSegment":0,"PciBus":0,"PciDevice":0,"PciFunction":0}]}]}]})");
@@ -84,15 +69,9 @@ TEST(HostTree, ShowsEachNodeOnOneLine) {
               "│  │  └─ function 0: Eth, MAC B (made as A), 192.0.2.1, 2001:db8::1, 40 Gb/s, "
               "VLAN 7, PCI 0001:1a:1f.7\n"
               "│  └─ port 1: wake-on-LAN Disabled\n"
-              "└─ module 3: Card, FC, disabled\n"
+              "└─ module 3: a?[2J?b?2J?\u00fc, FC, disabled\n"
               "   └─ port 0\n"
               "      └─ function 0: WWPN W\n");
-}
-
-TEST(HostTree, NamesCannotSteerTheTerminal) {
-    const auto document =
-        parse(R"({"Modules":[{"ModuleName":"a\u001b[2J\nb\u009b2J\u007f\u00fc"}]})");
-    EXPECT_EQ(inventoryTree("t", document), "t: 1 module\n└─ module: a?[2J?b?2J?\u00fc\n");
 }
 
 // Puts every kind of value in the place of every member, and compares and draws the result.
@@ -100,7 +79,6 @@ TEST(HostInventory, TakesEveryTypeEverywhere) {
     const std::string whole = oneFunction(
         R"("TechnologyType":"Eth","ActiveMAC":"A","Speed":1,"SpeedUnit":"Gb/s","VlanId":1,)"
         R"("Ipv4Addresses":[{"Address":"192.0.2.1"}],"PciBus":1,"PciDevice":1,"PciFunction":1)");
-    std::size_t replaced = 0;
     for (std::size_t colon = whole.find("\":"); colon != std::string::npos;
          colon = whole.find("\":", colon + 1)) {
         const std::string head = whole.substr(0, colon + 2);
@@ -108,7 +86,6 @@ TEST(HostInventory, TakesEveryTypeEverywhere) {
              {"null", "true", "-1", "18446744073709551615", "1e300", "\"\"", "[]", "[7]", "[[]]",
               "{}", R"({"Address":7})", R"([{"Address":[]}])"}) {
             // What followed the value is cut off, and what was open is closed again.
-            std::string json = head + value;
             std::string closing;
             for (const char c : head) {
                 if (c == '{' || c == '[') {
@@ -117,25 +94,12 @@ TEST(HostInventory, TakesEveryTypeEverywhere) {
                     closing.erase(0, 1);
                 }
             }
-            json += closing;
+            const std::string json = head + value + closing;
             const auto document = parse(json);
             EXPECT_FALSE(inventoryDifferences(parse(whole), document).empty()) << json;
             EXPECT_EQ(inventoryTree("t", document).rfind("t: ", 0), 0U) << json;
-            ++replaced;
         }
     }
-    EXPECT_GT(replaced, 150U);
-    EXPECT_EQ(differences("7", "[]"), Lines{"changed: inventory: 7 -> []"});
-}
-
-TEST(HostRequest, WrapsTheFiltersAndEscapesTheirTexts) {
-    const CKrcpMessage message = makeInventoryRequest({"F\"C", {"Speed", "Vlan\\Id"}});
-    const rapidjson::Value* const data = krcp::findData(message);
-    ASSERT_TRUE(data != nullptr && data->IsString());
-    EXPECT_TRUE(parse(data->GetString()) ==
-                parse(R"({"Filter":{"ModuleFilter":{"TechnologyType":"F\"C"},
-                       "ResultFilter":["Speed","Vlan\\Id"]}})"));
-    EXPECT_EQ(krcp::findData(makeInventoryRequest({})), nullptr);
 }
 
 }  // namespace

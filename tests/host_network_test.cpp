@@ -2,9 +2,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <linux/if.h>
-#include <linux/if_addr.h>
 #include <linux/if_arp.h>
-#include <linux/rtnetlink.h>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -24,12 +22,8 @@ using test::CNetworkNamespace;
 using Texts = std::vector<std::string>;
 
 struct CScriptedView final : CINetworkView {
-    NetworkSnapshot Take() override {
-        ++taken;
-        return take();
-    }
+    NetworkSnapshot Take() override { return take(); }
     std::function<NetworkSnapshot()> take;
-    int taken = 0;
 };
 
 class CAsker {
@@ -77,32 +71,12 @@ class CAsker {
         }
     }
     void Clear() { EXPECT_TRUE(krcp::hasData(Ask(krcp::clearNetworkSnapshot, 0, 0))); }
-    [[nodiscard]] std::string Console() const { return output_.str(); }
 
   private:
     std::ostringstream output_;
     CConsole console_{output_, output_};
     CNetworkAnswers answers_;
 };
-
-TEST(HostNetwork, OneLookAnswersUntilItIsDropped) {
-    CScriptedView view;
-    view.take = []() -> NetworkSnapshot { throw CHostError("no netlink here"); };
-    CAsker asker(view);
-    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), -1);
-    EXPECT_EQ(krcp::status(asker.Ask(krcp::interfaceCount, 0, 0)), krcp::EXEC_FAILED);
-    EXPECT_EQ(asker.Console(), "pni-host: no netlink here\n");
-    view.take = [] { return NetworkSnapshot(2); };
-    view.taken = 0;
-    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), 2);
-    view.take = [] { return NetworkSnapshot(3); };
-    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), 2);
-    EXPECT_EQ(asker.Number(krcp::linkSpeed, 1), -1);
-    EXPECT_EQ(view.taken, 1);
-    asker.Clear();
-    EXPECT_EQ(view.taken, 1);
-    EXPECT_EQ(asker.Number(krcp::interfaceCount, 0), 3);
-}
 
 TEST(HostNetwork, QuestionsThatCannotBeAnsweredFail) {
     CScriptedView view;
@@ -123,38 +97,15 @@ TEST(HostNetwork, QuestionsThatCannotBeAnsweredFail) {
         EXPECT_FALSE(krcp::isSuccess(asker.Ask(message))) << members;
         EXPECT_EQ(krcp::findData(message), nullptr) << members;
     }
-    CKrcpMessage message;
-    message.document.Parse(R"({"SIP":{"CMD":[{"OC":5891,"OE":[],"OI":"1","DA":{"RAW":7}}]}})");
-    EXPECT_EQ(asker.Ask(message), krcp::SUCCESS);  // what is no number is 0
+    view.take = []() -> NetworkSnapshot { throw CHostError("no netlink here"); };
+    asker.Clear();
+    EXPECT_EQ(krcp::status(asker.Ask(krcp::interfaceCount, 0, 0)), krcp::EXEC_FAILED);
 }
 
-TEST(HostNetwork, AddressesAndStatesMeanWhatTheKernelMeans) {
-    const std::vector<std::uint8_t> ipv4{192, 0, 2, 7};
-    const std::vector<std::uint8_t> other{192, 0, 2, 8};
-    const std::vector<std::uint8_t> ipv6(16, 7);
-    constexpr unsigned permanent = IFA_F_PERMANENT;
-    const std::vector<IpAddress> expected{
-        {ipv6, true}, {other, false}, {ipv6, true}, {ipv4, false}, {ipv6, false}};
-    EXPECT_EQ(tellableAddresses({{ipv4, permanent, RT_SCOPE_LINK},
-                                 {ipv6, permanent, RT_SCOPE_LINK},
-                                 {ipv6, IFA_F_TEMPORARY | permanent, RT_SCOPE_UNIVERSE},
-                                 {other, IFA_F_SECONDARY | permanent, RT_SCOPE_UNIVERSE},
-                                 {ipv6, permanent | IFA_F_TENTATIVE, RT_SCOPE_UNIVERSE},
-                                 {ipv6, permanent | IFA_F_DADFAILED, RT_SCOPE_UNIVERSE},
-                                 {ipv6, 0, RT_SCOPE_SITE}}),
-              expected);
-    EXPECT_EQ(interfaceTypeOf(ARPHRD_ETHER, ipv4), 6U);
+TEST(HostNetwork, StatesMeanWhatTheKernelMeans) {
     EXPECT_NE(interfaceTypeOf(ARPHRD_ETHER, std::vector<std::uint8_t>(6)), 6U);
-    EXPECT_NE(interfaceTypeOf(ARPHRD_INFINIBAND, ipv4), 6U);
-    constexpr unsigned working = IFF_UP | IFF_LOWER_UP;
-    EXPECT_EQ(linkStateOf(IF_OPER_UP, working), 1U);
-    EXPECT_EQ(linkStateOf(IF_OPER_UNKNOWN, working), 1U);
-    for (const unsigned flags : {0U, unsigned{IFF_UP}, unsigned{IFF_LOWER_UP}}) {
-        EXPECT_NE(linkStateOf(IF_OPER_UNKNOWN, flags), 1U);
-    }
-    for (const unsigned state : {IF_OPER_DOWN, IF_OPER_LOWERLAYERDOWN, IF_OPER_DORMANT}) {
-        EXPECT_NE(linkStateOf(state, working), 1U);
-    }
+    EXPECT_EQ(linkStateOf(IF_OPER_UNKNOWN, IFF_UP | IFF_LOWER_UP), 1U);
+    EXPECT_NE(linkStateOf(IF_OPER_UNKNOWN, IFF_UP), 1U);
 }
 
 class HostNetworkNamespace : public testing::Test {
@@ -189,18 +140,10 @@ TEST_F(HostNetworkNamespace, TellsTheAddressesThatAnInterfaceHas) {
     EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number),
               (Texts{"192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"}));
     EXPECT_EQ(asker_.Addresses(krcp::transientAddress, number), (Texts{"198.51.100.9"}));
-    EXPECT_EQ(
-        asker_.Addresses(krcp::anyAddress, number),
-        (Texts{"198.51.100.9", "192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"}));
-
-    CNetworkNamespace::Set("v0", "use_tempaddr", 2);
-    ASSERT_TRUE(Ip("addr flush dev v0\naddr add 2001:db8:1::1/64 dev v0 mngtmpaddr"));
+    ASSERT_TRUE(Ip("addr flush dev v0"));
     EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number).size(), 5U);  // the old look
     asker_.Clear();
-    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number), (Texts{"2001:db8:1::1"}));
-    const Texts temporary = asker_.Addresses(krcp::transientAddress, number);
-    ASSERT_EQ(temporary.size(), 1U);
-    EXPECT_TRUE(temporary[0].starts_with("2001:db8:1:")) << temporary[0];
+    EXPECT_EQ(asker_.Addresses(krcp::anyAddress, number), Texts());
 }
 
 TEST_F(HostNetworkNamespace, TellsKindSpeedAndStateOfALink) {
@@ -208,10 +151,6 @@ TEST_F(HostNetworkNamespace, TellsKindSpeedAndStateOfALink) {
     EXPECT_EQ(asker_.Number(krcp::interfaceType, number), 6);
     EXPECT_EQ(asker_.Number(krcp::linkState, number), 1);
     EXPECT_EQ(asker_.Number(krcp::linkSpeed, number), 10'000'000);
-    const std::uint32_t loopback = asker_.NumberOf("00:00:00:00:00:00");
-    EXPECT_EQ(loopback, 0U);  // the kernel's first
-    EXPECT_EQ(asker_.Number(krcp::interfaceType, loopback), 24);
-    EXPECT_EQ(asker_.Number(krcp::linkSpeed, loopback), -1);
 
     // Without a carrier the kernel cannot find out whether somebody else has the address.
     CNetworkNamespace::Set("v0", "accept_dad", 1);
@@ -222,19 +161,10 @@ TEST_F(HostNetworkNamespace, TellsKindSpeedAndStateOfALink) {
     EXPECT_EQ(asker_.Number(krcp::linkState, number), 7);
     EXPECT_EQ(asker_.Mac(number), "02:00:00:00:07:0A");
     EXPECT_EQ(asker_.Addresses(krcp::anyAddress, number), Texts());
-    ASSERT_TRUE(Ip("link set v0 down"));
-    asker_.Clear();
-    EXPECT_EQ(asker_.Number(krcp::linkState, number), 2);
-    const std::int64_t count = asker_.Number(krcp::interfaceCount, 0);
-    ASSERT_TRUE(Ip("link del v0"));
-    EXPECT_EQ(asker_.Number(krcp::interfaceCount, 0), count);
-    asker_.Clear();
-    EXPECT_EQ(asker_.Number(krcp::interfaceCount, 0), count - 2);
 }
 
 TEST_F(HostNetworkNamespace, AnOverrunIsAChange) {
     CNetworkWatch watch;
-    EXPECT_FALSE(watch.TakeReports());
     std::string lines;
     for (int i = 0; i < 400; ++i) {
         lines += "addr add 10.7." + std::to_string(i / 250) + "." + std::to_string(i % 250) +
@@ -268,8 +198,6 @@ TEST_F(HostNetworkNamespace, ABurstOfChangesReachesTheImageAsOneEvent) {
         const std::size_t found = program.Output().find(event);
         EXPECT_EQ(found != std::string::npos, watching) << program.Output();
         EXPECT_EQ(program.Output().find(event, found + 1), std::string::npos) << program.Output();
-        EXPECT_EQ(program.Output().find("Ipv4Addresses 192.0.2.77\n") != std::string::npos,
-                  watching);
         ASSERT_TRUE(Ip("addr flush dev v0"));
     }
 }

@@ -110,14 +110,6 @@ TEST(Event, CloseReleasesEveryWaiterOfAnAutoEvent) {
     EXPECT_EQ(waiters.ReleasedSoon(3), 3);
 }
 
-TEST(Event, WaitKeepsItsTime) {
-    CEvent event("", true, false);
-    const auto start = Clock::now();
-    EXPECT_EQ(event.Wait(1100), CEvent::timedOut);
-    EXPECT_GE(Clock::now() - start, 1100ms);
-    EXPECT_LT(Clock::now() - start, 5s);
-}
-
 TEST(Event, NamesAreSharedAndTheFirstKindStays) {
     const CTraceCapture trace(3);
     {

