@@ -190,7 +190,7 @@ CEvent::CEvent(std::string_view name, bool isManual, bool isSignaled) noexcept :
             events.table.emplace(name, state.get());
         }
         state_ = state.release();
-        PNI_TRACE(3, "creating event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state_),
+        PNI_TRACE(5, "creating event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state_),
                   state_->Name(), isSignaled);
     } catch (const std::bad_alloc&) {
         state_ = nullptr;
@@ -206,12 +206,12 @@ CEvent::~CEvent() {
 void CEvent::Release(State* state) noexcept {
     NamedEvents& events = namedEvents();
     const CRecursiveLockGuard guard(events.lock);
-    PNI_TRACE(3, "decr refcount on event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
+    PNI_TRACE(5, "decr refcount on event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
               state->Name(), state->Signaled());
     if (--state->refCount > 0) {
         return;
     }
-    PNI_TRACE(3, "deleting event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
+    PNI_TRACE(5, "deleting event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
               state->Name(), state->Signaled());
     if (!state->name.empty()) {
         events.table.erase(state->name);

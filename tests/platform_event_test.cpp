@@ -111,7 +111,7 @@ TEST(Event, CloseReleasesEveryWaiterOfAnAutoEvent) {
 }
 
 TEST(Event, NamesAreSharedAndTheFirstKindStays) {
-    const CTraceCapture trace(3);
+    const CTraceCapture trace(5);
     {
         CEvent first("shared", false, false);
         CEvent second("shared", true, true);
