@@ -12,6 +12,12 @@ namespace {
 constexpr std::uint32_t readTimeout = 60000;  // milliseconds
 constexpr std::uint32_t writeTimeout = 5000;  // milliseconds
 
+// A request about the record; the cabinet is its object, too.
+CKrcpMessage fruRequest(std::uint16_t opcode, std::int32_t cabinet) {
+    return krcp::makeRequest(opcode, krcp::pniFruExtension, static_cast<std::uint16_t>(cabinet),
+                             cabinet);
+}
+
 void cropRecord(CPniFruData& record) {
     try {
         record.CropToValidSize();
@@ -27,8 +33,7 @@ void cropRecord(CPniFruData& record) {
 bool CPniExtModule::RequestPniFruData(CPniFruData& record) {
     const CRecursiveLockGuard guard(FruDataLock);
     PNI_TRACE(3, "\nEM_PNI              : Request PNI FRU data");
-    CKrcpMessage message =
-        krcp::makeRequest(krcp::readFru, krcp::pniFruExtension, 0, CabinetNumber());
+    CKrcpMessage message = fruRequest(krcp::readFru, CabinetNumber());
     SendRequest(message, readTimeout);
     if (!krcp::hasData(message)) {
         PNI_TRACE(1, "\nEM_PNI              : FAILED to request PNI FRU data (KRCP status 0x%X)",
@@ -75,8 +80,7 @@ bool CPniExtModule::WritePniDataOnThisMachine(const CPniFruData& record) {
                   static_cast<unsigned>(InitialFruSize));
         bytes.resize(InitialFruSize);
     }
-    CKrcpMessage message =
-        krcp::makeRequest(krcp::writeFru, krcp::pniFruExtension, 0, CabinetNumber());
+    CKrcpMessage message = fruRequest(krcp::writeFru, CabinetNumber());
     krcp::setRawBytes(message, bytes);
     SendRequest(message, writeTimeout);
     return krcp::isSuccess(krcp::status(message));
