@@ -3,15 +3,17 @@
 #include <stdexcept>
 
 #include "frudata/layout.h"
+#include "frudata/module_search.h"
 #include "frudata/pni_fru.h"
 #include "frudata/record_checksum.h"
-#include "frudata/record_cursor.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
 using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
+
+constexpr const char* noModuleArea = "FindPniModuleArea() : Could not find Module Area.";
 
 const std::uint8_t* foundOrThrow(const std::uint8_t* found, const char* text) {
     if (found == nullptr) {
@@ -92,7 +94,7 @@ const std::uint8_t* CPniFruData::FindPniCommonArea() const {
 const std::uint8_t* CPniFruData::FindPniModuleArea(std::uint8_t index, bool checkEndOfList) const {
     const CReadGuard guard(lock_);
     return foundOrThrow(pni_findPniModuleArea(image_.data(), image_.size(), index, checkEndOfList),
-                        "FindPniModuleArea() : Could not find Module Area.");
+                        noModuleArea);
 }
 
 std::uint8_t CPniFruData::GetModuleCount() const {
@@ -169,12 +171,17 @@ bool CPniFruData::UpdateInternalUseAreaChecksum() {
 void CPniFruData::UpdateEndOfListBit() {
     const CWriteGuard guard(lock_);
     const std::uint8_t count = GetModuleCount();
+    const CImageView image(image_.data(), image_.size());
+    CModuleSearch search(image, false);
     for (unsigned i = 0; i < count; ++i) {
-        const std::uint8_t* const found = FindPniModuleArea(static_cast<std::uint8_t>(i), false);
-        std::uint8_t& flags = image_[static_cast<std::size_t>(found - image_.data())];
-        moduleHeader(CImageView(image_.data(), image_.size()),
-                     static_cast<std::size_t>(found - image_.data()), static_cast<std::uint8_t>(i))
-            .TraceDump();
+        const auto index = static_cast<std::uint8_t>(i);
+        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Find module %d", index);
+        const auto offset = search.Find(index);
+        if (!offset) {
+            throw std::runtime_error(noModuleArea);
+        }
+        moduleHeader(image, *offset, index).TraceDump();
+        std::uint8_t& flags = image_[*offset];
         if (i + 1 == count) {
             flags |= layout::endOfListBit;
             PNI_TRACE(4,

@@ -17,7 +17,7 @@ namespace em_pni {
 using FoundModule = std::pair<bool, std::uint8_t>;
 
 // Every member takes the image's lock for each search it makes: readers share it, changes have it
-// alone. Where a member looks twice (GetModuleSize, UpdateEndOfListBit), a caller that needs one
+// alone. Where a member looks twice (GetModuleSize, RemoveModule), a caller that needs one
 // consistent answer holds the lock itself. Pointers handed out stay good until the next change.
 //
 // A member that cannot find what it needs throws std::runtime_error with the text that the member's
@@ -36,6 +36,8 @@ class CPniFruData {
     // Same length and same bytes.
     [[nodiscard]] bool HasSameImage(const CPniFruData& other) const;
 
+    // For a caller that needs several answers about the same bytes; members may be called under it.
+    [[nodiscard]] CReadWriteLock& Lock() const noexcept { return lock_; }
     // Calls `reader` with the bytes under the read lock and returns its result. The reader must not
     // change this object.
     template <class Reader>
@@ -85,6 +87,21 @@ class CPniFruData {
                            std::size_t slot);
     bool ClearIpAddresses();
 
+    // Appends a whole module area, and cuts off what lies behind the record. The low six bits of
+    // the stream's first byte say the slot; they are replaced, here and in the record, by the id
+    // that the module gets. False, and the image as it was, when the stream is no module or does
+    // not fit into the record. For slot 0, the onboard adapter, false as well, and the image's lock
+    // is then left with the calling thread.
+    bool AddPniModule(std::vector<std::uint8_t>& stream);
+    // Takes out the module at this position; the ids of the others stay. False, and the image as it
+    // was, when that leaves no valid record.
+    // std::logic_error "RemoveModule() - Requested removing onboard adapter (location id == 0)"
+    bool RemoveModule(std::uint8_t index);
+    // The first free one of 32 from the location id on; above 63 it wraps where it is stored.
+    // std::logic_error
+    // "CPniFruData::GetNextAvailableModuleId() : No available module id found?"
+    [[nodiscard]] std::uint8_t GetNextAvailableModuleId(std::uint8_t locationId) const;
+
     // The first module, in record order, whose manufacture MAC or WWPN is the searched one.
     [[nodiscard]] FoundModule FindModuleByMacAddress(std::span<const std::uint8_t> mac) const;
     [[nodiscard]] FoundModule FindModuleByWWPNAddress(std::uint64_t wwpn) const;
@@ -105,6 +122,11 @@ class CPniFruData {
                                                               std::uint8_t function) const;
 
   private:
+    bool InsertModule(std::vector<std::uint8_t>& stream);
+    bool EraseModule(std::uint8_t index);
+    void UpdateAfterModuleChange();
+    bool TakeWhen(bool isValid, CPniFruData& changed, const char* operation);
+
     mutable CReadWriteLock lock_;
     std::vector<std::uint8_t> image_;  // guarded by lock_
 };

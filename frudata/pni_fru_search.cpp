@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "frudata/layout.h"
+#include "frudata/module_search.h"
 #include "frudata/pni_fru.h"
 #include "frudata/record_cursor.h"
 #include "frudata/record_frame.h"
@@ -10,63 +11,6 @@
 
 namespace em_pni {
 namespace {
-
-// What a module search says of a frame in which there is nothing to search.
-const char* searchFault(FrameFault fault) noexcept {
-    switch (fault) {
-        case FrameFault::shorterThanHeader:
-        case FrameFault::noInternalUseArea:
-            return "No OemInternalUseArea!";
-        case FrameFault::badInternalUseArea:
-            return "Invaid OemInternalUseArea format!";
-        case FrameFault::noModules:
-            return "No Modules!";
-        case FrameFault::headerOutside:
-        case FrameFault::badRecordType:
-            return "No OemPniMultiRecord!";
-        case FrameFault::badFormatVersion:
-            return "Invalid Record Format Version!";
-        case FrameFault::recordOutside:
-            return "No PniCommonArea!";
-        case FrameFault::badSubtype:
-            return "Invalid NETWORK_INVENTORY_MODULE_SUBTYPE!";
-        case FrameFault::none:
-            break;
-    }
-    return "";
-}
-
-// Passes over the ports of a module; a port or function that does not fit its place ends its list.
-// False when the walk would leave the image.
-bool passModule(CRecordCursor& cursor) noexcept {
-    while (cursor.NextPort()) {
-        PNI_TRACE(5,
-                  "\nCPniFruData         : pni_findPniModuleArea() Jump to Function Common Area "
-                  "(+%u)",
-                  cursor.Port().recordLen);
-        while (cursor.NextFunction()) {
-            PNI_TRACE(5,
-                      "\nCPniFruData         : pni_findPniModuleArea() Jump to next Module (+%u)",
-                      static_cast<unsigned>(cursor.Function().Size()));
-        }
-        if (cursor.Fault() == WalkFault::function) {
-            PNI_TRACE(2,
-                      "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid function "
-                      "format (module %d port %d func %d)!",
-                      cursor.Module().position, cursor.Port().position,
-                      cursor.Function().Position());
-            cursor.GiveUpList();
-        }
-    }
-    if (cursor.Fault() == WalkFault::port) {
-        PNI_TRACE(2,
-                  "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid port format "
-                  "(module %d port %d)!",
-                  cursor.Module().position, cursor.Port().position);
-        cursor.GiveUpList();
-    }
-    return cursor.Fault() == WalkFault::none;
-}
 
 // A cursor that has just entered the module at `index`, every module before it walked without a
 // fault; nothing when that fails.
@@ -107,36 +51,8 @@ const std::uint8_t* pni_findPniModuleArea(const std::uint8_t* data, std::size_t 
         PNI_TRACE(2,
                   "\nCPniFruData         : pni_findPniModuleArea() : ERROR - Invalid parameters!");
     }
-    const CImageView image(data, size);
-    RecordFrame frame;
-    if (const FrameFault fault = locateFrame(image, frame); fault != FrameFault::none) {
-        PNI_TRACE(2, "\nCPniFruData         : pni_findPniModuleArea() ERROR - %s",
-                  searchFault(fault));
-        return nullptr;
-    }
-    CRecordCursor cursor(image, frame);
-    while (cursor.NextModule()) {
-        const PNI_MODULE_AREA& module = cursor.Module();
-        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Checking module %d",
-                  module.position);
-        if (module.position == moduleIndex) {
-            PNI_TRACE(3, "\nCPniFruData         : pni_findPniModuleArea() Module found.");
-            return data + module.offset;
-        }
-        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Jump to Port Area (+%u)",
-                  module.recordLen);
-        if (!passModule(cursor)) {
-            return nullptr;
-        }
-        if (checkEndOfList && !cursor.ModuleFitsItsPlace()) {
-            PNI_TRACE(2,
-                      "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid module "
-                      "format (module %d)!",
-                      module.position);
-            return nullptr;
-        }
-    }
-    return nullptr;
+    const auto offset = CModuleSearch(CImageView(data, size), checkEndOfList).Find(moduleIndex);
+    return offset ? data + *offset : nullptr;
 }
 
 std::uint8_t pni_getPortCount(const std::uint8_t* data, std::size_t size,

@@ -82,6 +82,9 @@ class CRecordCursor {
     // The bytes of the module's header, as far as they are inside the image.
     [[nodiscard]] CImageView ModuleHeader() const noexcept;
 
+    // Image offset right behind what has been walked so far; it may lie outside.
+    [[nodiscard]] std::size_t NextOffset() const noexcept { return next_; }
+
     [[nodiscard]] WalkFault Fault() const noexcept { return fault_; }
     // Behind a port or function fault: gives up the rest of the list in which it happened and takes
     // the failing place as the beginning of what follows that list.

@@ -75,13 +75,20 @@ class CReadGuard {
 
 class CWriteGuard {
   public:
-    explicit CWriteGuard(CReadWriteLock& lock) noexcept : lock_(lock) { lock_.BeginWrite(); }
-    ~CWriteGuard() { lock_.EndWrite(); }
+    explicit CWriteGuard(CReadWriteLock& lock) noexcept : lock_(&lock) { lock_->BeginWrite(); }
+    ~CWriteGuard() {
+        if (lock_ != nullptr) {
+            lock_->EndWrite();
+        }
+    }
     CWriteGuard(const CWriteGuard&) = delete;
     CWriteGuard& operator=(const CWriteGuard&) = delete;
 
+    // From here on the calling thread owns the lock without this guard.
+    void LeaveLocked() noexcept { lock_ = nullptr; }
+
   private:
-    CReadWriteLock& lock_;
+    CReadWriteLock* lock_;
 };
 
 }  // namespace em_pni

@@ -15,8 +15,12 @@ namespace em_pni {
 class PNI_CAPABILITY("mutex") CRecursiveLock {
   public:
     CRecursiveLock() noexcept : valid_(pthread_mutex_init(&mutex_, nullptr) == 0) {}
+    // An owner that destroys the lock releases it by that.
     ~CRecursiveLock() {
         if (valid_) {
+            if (owner_.load(std::memory_order_relaxed) == pthread_self()) {
+                pthread_mutex_unlock(&mutex_);
+            }
             pthread_mutex_destroy(&mutex_);
         }
     }
