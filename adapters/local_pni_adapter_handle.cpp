@@ -26,7 +26,8 @@ std::unique_ptr<LocalPniAdapter> adapterOf(const DeviceToAdaptersMap& device,
 }  // namespace
 
 LocalPniAdapterHandle::LocalPniAdapterHandle(const DeviceToAdaptersMap& device,
-                                             CKrcpConnection* connection, std::int32_t cabinet) {
+                                             CKrcpConnection* connection, std::int32_t cabinet)
+    : deviceId_(device.Id()) {
     PNI_TRACE(5, "\nEM_PNI LocalPniAdapterHandle::Ctor() : Start.");
     try {
         adapter_ = adapterOf(device, connection, cabinet);
@@ -36,7 +37,8 @@ LocalPniAdapterHandle::LocalPniAdapterHandle(const DeviceToAdaptersMap& device,
     }
 }
 
-LocalPniAdapterHandle::LocalPniAdapterHandle(const LocalPniAdapterHandle& other) {
+LocalPniAdapterHandle::LocalPniAdapterHandle(const LocalPniAdapterHandle& other)
+    : deviceId_(other.deviceId_) {
     PNI_TRACE(5, "\nEM_PNI LocalPniAdapterHandle::CopyCtor() : Start.");
     if (other.adapter_ != nullptr) {
         adapter_ = other.adapter_->Clone();
@@ -56,7 +58,8 @@ LocalPniAdapter& LocalPniAdapterHandle::Get() const {
 }
 
 std::vector<LocalPniAdapterHandle> LocalPniAdapterHandle::GetLocalNetworkAdapters(
-    CMachine& machine, CKrcpConnection* connection, std::int32_t cabinet) {
+    CMachine& machine, CKrcpConnection* connection, std::int32_t cabinet,
+    std::vector<DeviceToAdaptersMapID>* uncollected) {
     constexpr const char* operation = "LocalPniAdapterHandle::GetLocalNetworkAdapters()";
     PNI_TRACE(5, "\nEM_PNI %s : Start.", operation);
     const auto adapters = ScanSystemAdapters(machine);
@@ -78,6 +81,9 @@ std::vector<LocalPniAdapterHandle> LocalPniAdapterHandle::GetLocalNetworkAdapter
         handles.emplace_back(device, connection, cabinet);
         if (!handles.back().HasAdapter()) {
             handles.pop_back();
+            if (uncollected != nullptr) {
+                uncollected->push_back(device.Id());
+            }
         }
     }
     PNI_TRACE(3, "\nEM_PNI %s : Found %llu valid PNI local devices.", operation,

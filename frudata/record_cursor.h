@@ -82,6 +82,7 @@ class CRecordCursor {
     // The bytes of the module's header, as far as they are inside the image.
     [[nodiscard]] CImageView ModuleHeader() const noexcept;
 
+    [[nodiscard]] std::uint8_t FormatVersion() const noexcept { return formatVersion_; }
     // Image offset right behind what has been walked so far; it may lie outside.
     [[nodiscard]] std::size_t NextOffset() const noexcept { return next_; }
 
