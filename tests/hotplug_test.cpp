@@ -1,7 +1,9 @@
 // Cards plugged into and pulled from a machine whose record the module keeps.
 #include <gtest/gtest.h>
+#include <numeric>
 
 #include "frudata/pni_fru.h"
+#include "tests/many_cards.h"
 #include "tests/module_fixture.h"
 
 namespace em_pni::test {
@@ -23,12 +25,15 @@ class HotplugTest : public ModuleFixture {
     static constexpr const char* changed = "1";
     static constexpr const char* removed = "2";
 
+    static void Send(CPniExtModule& module, const std::string& action) {
+        CKrcpMessage event =
+            parsedMessage(R"({"SIP":{"CMD":[{"OC":5150,"ST":255,"DA":)" + action + "}]}}");
+        module.ModuleReply(event);
+    }
     // Exactly one cycle on the controller's record after these events; how many writes it took.
     int Cycle(const std::vector<std::string>& actions) {
         for (const std::string& action : actions) {
-            CKrcpMessage event =
-                parsedMessage(R"({"SIP":{"CMD":[{"OC":5150,"ST":255,"DA":)" + action + "}]}}");
-            module_.ModuleReply(event);
+            Send(module_, action);
         }
         const int before = host_.Count(krcp::writeFru);
         module_.OnSwitchStarted();
@@ -209,6 +214,45 @@ TEST_F(HotplugTest, AWriteThatIsTooLongIsTriedAgainWithoutGrowing) {
     EXPECT_EQ(host_.Image(), original_);
     EXPECT_TRUE(trace_.Has("FAILED to write PNI FRU data (KRCP status 0xA)"));
 }
+
+// A module for each new card and none for an old one; `ids` are those of the new modules.
+void expectReplaced(const Bytes& image, const ManyCards& rack, const Bytes& ids) {
+    const CPniFruData record(image);
+    ASSERT_EQ(record.GetModuleIds(), ids);
+    for (unsigned card = 1; card <= rack.cards; ++card) {
+        std::vector<Bytes> macs;
+        for (unsigned p = 0; p < rack.ports; ++p) {
+            macs.push_back(ManyCards::Mac(2, card, p));
+        }
+        EXPECT_EQ(record.GetModuleMacAddresses(static_cast<std::uint8_t>(card - 1)), macs) << card;
+    }
+}
+
+class ManyCardsTest : public HotplugTest, public testing::WithParamInterface<unsigned> {};
+
+// Thirty cards get ids behind those of the old ones, which go. For sixty there are not enough ids,
+// so the old modules stay and get the new cards' addresses, as they sit in the same places.
+TEST_P(ManyCardsTest, AllAreReplacedAtOnce) {
+    const ManyCards rack{.cards = GetParam(), .ports = 4};
+    CFakeMachine machine;
+    rack.Plug(machine, 2);
+    CScriptedHost host(rack.Record(1));
+    CScriptedNetwork network(host);
+    network.interfaces = rack.Interfaces(2);
+    const auto module = NewModule(machine);
+    module->Start(&host, 0);
+    for (const char* action : {removed, added}) {
+        Send(*module, action);
+    }
+    module->OnSwitchStarted();
+    ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
+    module->Stop();
+    Bytes ids(rack.cards);
+    std::iota(ids.begin(), ids.end(), rack.cards == 30 ? 31 : 1);
+    expectReplaced(host.Image(), rack, ids);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hotplug, ManyCardsTest, testing::Values(30U, 60U));
 
 }  // namespace
 }  // namespace em_pni::test
