@@ -247,6 +247,8 @@ TEST_P(ManyCardsTest, AllAreReplacedAtOnce) {
     module->OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
     module->Stop();
+    EXPECT_LE(host.Count(krcp::macAddress), 3 * 2 * static_cast<int>(network.interfaces.size()))
+        << "not the product of cards and interfaces";
     Bytes ids(rack.cards);
     std::iota(ids.begin(), ids.end(), rack.cards == 30 ? 31 : 1);
     expectReplaced(host.Image(), rack, ids);

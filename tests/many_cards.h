@@ -17,14 +17,16 @@ struct ManyCards {
                 0, static_cast<std::uint8_t>(card),       static_cast<std::uint8_t>(port)};
     }
 
-    [[nodiscard]] Bytes Record(unsigned generation) const {
+    // The last `others` cards are of another generation.
+    [[nodiscard]] Bytes Record(unsigned generation, unsigned others = 0) const {
         std::vector<Bytes> modules;
         for (unsigned card = 1; card <= cards; ++card) {
             std::vector<Bytes> areas;
             for (unsigned p = 0; p < ports; ++p) {
                 Bytes addresses = nicAddresses(0);
-                put(addresses, 0, Mac(generation, card, p));
-                put(addresses, 6, Mac(generation, card, p));
+                const Bytes mac = Mac(generation + (card + others > cards ? 1 : 0), card, p);
+                put(addresses, 0, mac);
+                put(addresses, 6, mac);
                 Bytes area = function(0, true, 0, addresses);
                 put(area, 26, {static_cast<std::uint8_t>(p), static_cast<std::uint8_t>(card)});
                 areas.push_back(port(p, p + 1 == ports, {area}));
