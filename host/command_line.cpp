@@ -157,6 +157,15 @@ void addRun(CLI::App& app, Action& action) {
             "only on events. Else as em_pni.ini says, looked\n"
             "for in the current directory first")
         ->type_name("MS");
+    command
+        ->add_option_function<std::string>(
+            "--capacity",
+            [options](const std::string& text) {
+                options->capacity = numberOf("--capacity", text, CFruImage::maxSize);
+            },
+            "Bytes that the controller can take, up to and by\n"
+            "default 1048576: a longer record is refused")
+        ->type_name("BYTES");
     CLI::Option* const watch = command->add_flag_callback(
         "--watch", [options] { options->watch = true; },
         "Tell the module when an address or a link of the\n"

@@ -134,7 +134,7 @@ int runModule(const RunOptions& options, CConsole& console) {
     static_cast<void>(image.Read());  // what cannot work is told before the module is troubled
     image.RequireWritableFolder();
     CRunReport report(console, waiter);
-    CFruController controller(image, report, CFruController::Access::readWrite);
+    CFruController controller(image, report, CFruController::Access::readWrite, options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
     CPlayedHost host(controller, network);
