@@ -6,6 +6,8 @@
 #include <variant>
 
 #include "host/cycle_setting.h"
+#include "host/device_watch.h"
+#include "host/event_socket.h"
 #include "host/inventory_diff.h"
 #include "host/inventory_request.h"
 #include "host/inventory_text.h"
@@ -113,10 +115,13 @@ void tell(const EventReport& report, CModuleSession& session, CConsole& console)
     session.Report(message);
 }
 
-void addSources(CRunWaiter& waiter, const RunOptions& options) {
+void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& image,
+                CConsole& console) {
     if (options.watch) {
+        waiter.Add(std::make_unique<CDeviceWatch>());
         waiter.Add(std::make_unique<CNetworkWatch>());
     }
+    waiter.Add(std::make_unique<CEventSocket>(image, console));
 }
 
 // Until the program is told to stop.
@@ -141,8 +146,10 @@ int runModule(const RunOptions& options, CConsole& console) {
     const CFruImage image(options.file);
     static_cast<void>(image.Read());  // what cannot work is told before the module is troubled
     image.RequireWritableFolder();
-    if (!options.once) {
-        addSources(waiter, options);
+    if (options.once) {
+        requireNoRunningHost(image);
+    } else {
+        addSources(waiter, options, image, console);
     }
     CRunReport report(console, waiter);
     CFruController controller(image, report, CFruController::Access::readWrite, options.capacity);

@@ -16,7 +16,7 @@ struct RunOptions {
     std::string module;                  // path; empty = the default place
     bool once = false;                   // one cycle, else until SIGINT or SIGTERM
     std::optional<std::uint32_t> cycle;  // milliseconds; none = as the module is configured
-    bool watch = true;  // tell the module when the network changes; never with `once`
+    bool watch = true;  // tell it when network or devices change; never with `once`
     std::size_t capacity = CFruImage::maxSize;  // bytes that the played controller can take
 };
 
