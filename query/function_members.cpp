@@ -62,8 +62,10 @@ void addBootFlags(CAnswerWriter& answer, std::optional<std::uint8_t> flags) {
 void addFunctionMembers(CAnswerWriter& answer, const CPniPortFunction& function) {
     answer.AddAlways(memberName(Member::PhyFunctionId), function.FunctionId());
     answer.Add(Member::BootOptionId, function.U8(Layout::bootOptionId));
-    if (const auto name = function.Bytes(Layout::bootName, Layout::bootNameSize)) {
-        answer.AddText(Member::BootName, fieldText(*name));
+    if (answer.Selects(Member::BootName)) {
+        if (const auto name = function.Bytes(Layout::bootName, Layout::bootNameSize)) {
+            answer.AddText(Member::BootName, fieldText(*name));
+        }
     }
     if (answer.Selects(Member::TechnologyType)) {
         answer.AddName(Member::TechnologyType,
