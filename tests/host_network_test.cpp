@@ -119,6 +119,13 @@ class HostNetworkNamespace : public testing::Test {
             CNetworkNamespace::Set(name, "addr_gen_mode", 1);  // no link-local addresses
         }
         ASSERT_TRUE(CNetworkNamespace::Ip("link set v1 up\nlink set v0 up"));
+        // The kernel tells of a new carrier when it finds the time.
+        ASSERT_TRUE(test::isTrueWithin(std::chrono::seconds(5), [this] {
+            asker_.Clear();
+            return asker_.Number(krcp::linkState, asker_.NumberOf(CNetworkNamespace::Mac(0))) ==
+                   krcp::linkIsUp;
+        }));
+        asker_.Clear();
     }
     static bool Ip(const std::string& lines) { return CNetworkNamespace::Ip(lines); }
 
