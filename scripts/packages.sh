@@ -24,3 +24,5 @@ build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
     libnl-3-dev libnl-route-3-dev)
 # What the tests need besides.
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)
+# What fuzzing needs besides: stacks of findings by name and line.
+fuzz_packages=(llvm-14)
