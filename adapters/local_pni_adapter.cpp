@@ -90,9 +90,10 @@ std::vector<PhysicalAddress> LocalPniAdapter::GetFuncPhysicalAddress() const {
 }
 
 template <class Technology>
-LocalPniAdapterOf<Technology>::LocalPniAdapterOf(const DeviceToAdaptersMap& device,
-                                                 CKrcpConnection* connection, std::int32_t cabinet)
-    : device_(device), context_(connection, cabinet) {
+LocalPniAdapterOf<Technology>::LocalPniAdapterOf(
+    const DeviceToAdaptersMap& device, CKrcpConnection* connection, std::int32_t cabinet,
+    const std::shared_ptr<SharedHostInterfaces>& shared)
+    : device_(device), context_(connection, cabinet, shared) {
     PNI_TRACE(5, "\nEM_PNI %s_LocalPniAdapter::Ctor() : Created. Device has %llu ports.",
               Technology::prefix, static_cast<unsigned long long>(device_.Functions().size()));
 }

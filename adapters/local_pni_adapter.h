@@ -71,9 +71,11 @@ class LocalPniAdapter {
 template <class Technology>
 class LocalPniAdapterOf final : public LocalPniAdapter {
   public:
-    // `connection` must outlive the adapter and its clones; null = there is none.
+    // `connection` must outlive the adapter and its clones; null = there is none. `shared`: of the
+    // collection that the adapter is made for, null = it is made alone.
     LocalPniAdapterOf(const DeviceToAdaptersMap& device, CKrcpConnection* connection,
-                      std::int32_t cabinet);
+                      std::int32_t cabinet,
+                      const std::shared_ptr<SharedHostInterfaces>& shared = nullptr);
     LocalPniAdapterOf(const LocalPniAdapterOf& other);
     ~LocalPniAdapterOf() override;
 

@@ -9,12 +9,13 @@ namespace em_pni {
 namespace {
 
 std::unique_ptr<LocalPniAdapter> adapterOf(const DeviceToAdaptersMap& device,
-                                           CKrcpConnection* connection, std::int32_t cabinet) {
+                                           CKrcpConnection* connection, std::int32_t cabinet,
+                                           const std::shared_ptr<SharedHostInterfaces>& shared) {
     std::unique_ptr<LocalPniAdapter> adapter;
     if (device.IsNetworkInterfaceCard()) {
-        adapter = std::make_unique<NIC_LocalPniAdapter>(device, connection, cabinet);
+        adapter = std::make_unique<NIC_LocalPniAdapter>(device, connection, cabinet, shared);
     } else if (device.IsFibreChannelCard()) {
-        adapter = std::make_unique<FC_LocalPniAdapter>(device, connection, cabinet);
+        adapter = std::make_unique<FC_LocalPniAdapter>(device, connection, cabinet, shared);
     } else {
         PNI_TRACE(3, "\nEM_PNI LocalPniAdapterHandle::Ctor() :  Not supported adapter type.");
         return nullptr;
@@ -26,17 +27,20 @@ std::unique_ptr<LocalPniAdapter> adapterOf(const DeviceToAdaptersMap& device,
 }  // namespace
 
 LocalPniAdapterHandle::LocalPniAdapterHandle(const DeviceToAdaptersMap& device,
-                                             CKrcpConnection* connection, std::int32_t cabinet) {
+                                             CKrcpConnection* connection, std::int32_t cabinet,
+                                             const std::shared_ptr<SharedHostInterfaces>& shared)
+    : deviceId_(device.Id()) {
     PNI_TRACE(5, "\nEM_PNI LocalPniAdapterHandle::Ctor() : Start.");
     try {
-        adapter_ = adapterOf(device, connection, cabinet);
+        adapter_ = adapterOf(device, connection, cabinet, shared);
     } catch (const std::exception& exception) {
         PNI_TRACE(3, "\nEM_PNI LocalPniAdapterHandle::Ctor() :  ERROR! Exception : %s",
                   exception.what());
     }
 }
 
-LocalPniAdapterHandle::LocalPniAdapterHandle(const LocalPniAdapterHandle& other) {
+LocalPniAdapterHandle::LocalPniAdapterHandle(const LocalPniAdapterHandle& other)
+    : deviceId_(other.deviceId_) {
     PNI_TRACE(5, "\nEM_PNI LocalPniAdapterHandle::CopyCtor() : Start.");
     if (other.adapter_ != nullptr) {
         adapter_ = other.adapter_->Clone();
@@ -56,7 +60,8 @@ LocalPniAdapter& LocalPniAdapterHandle::Get() const {
 }
 
 std::vector<LocalPniAdapterHandle> LocalPniAdapterHandle::GetLocalNetworkAdapters(
-    CMachine& machine, CKrcpConnection* connection, std::int32_t cabinet) {
+    CMachine& machine, CKrcpConnection* connection, std::int32_t cabinet,
+    std::vector<DeviceToAdaptersMapID>* uncollected) {
     constexpr const char* operation = "LocalPniAdapterHandle::GetLocalNetworkAdapters()";
     PNI_TRACE(5, "\nEM_PNI %s : Start.", operation);
     const auto adapters = ScanSystemAdapters(machine);
@@ -70,14 +75,18 @@ std::vector<LocalPniAdapterHandle> LocalPniAdapterHandle::GetLocalNetworkAdapter
               static_cast<unsigned long long>(devices.size()));
     std::vector<LocalPniAdapterHandle> handles;
     handles.reserve(devices.size());
+    const auto shared = std::make_shared<SharedHostInterfaces>();
     for (const DeviceToAdaptersMap& device : devices) {
         if (!device.IsPniAdapter()) {
             continue;
         }
         PNI_TRACE(4, "\nEM_PNI %s : Found valid PNI local device!", operation);
-        handles.emplace_back(device, connection, cabinet);
+        handles.emplace_back(device, connection, cabinet, shared);
         if (!handles.back().HasAdapter()) {
             handles.pop_back();
+            if (uncollected != nullptr) {
+                uncollected->push_back(device.Id());
+            }
         }
     }
     PNI_TRACE(3, "\nEM_PNI %s : Found %llu valid PNI local devices.", operation,

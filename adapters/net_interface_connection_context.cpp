@@ -65,20 +65,32 @@ std::vector<std::uint8_t> NetInterfaceConnectionContext::FetchMacAddress(
 
 bool NetInterfaceConnectionContext::Refresh() {
     PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::Refresh() : Start.");
-    interfaceMap_.clear();
+    interfaces_.reset();
+    const auto shared = std::exchange(shared_, nullptr);
     const std::uint32_t count = FetchInterfaceCount();
-    decltype(interfaceMap_) map;
-    for (std::uint32_t interface = 0; interface < count; ++interface) {
-        if (IsEthernetInterface(interface)) {
-            map[FetchMacAddress(interface)] = interface;
+    if (shared && shared->latest && shared->latest->count == count) {
+        interfaces_ = shared->latest;
+    } else {
+        interfaces_ = ReadInterfaces(count);
+        if (shared) {
+            shared->latest = interfaces_;
         }
     }
-    interfaceMap_ = std::move(map);
-    interfaceCount_ = count;
     PNI_TRACE(3, "\nEM_PNI NetInterfaceConnectionContext::Refresh() : Found interfaces : %u",
               count);
     PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::Refresh() : Done.");
     return true;
+}
+
+std::shared_ptr<const HostInterfaces> NetInterfaceConnectionContext::ReadInterfaces(
+    std::uint32_t count) const {
+    HostInterfaces interfaces{.numbers = {}, .count = count};
+    for (std::uint32_t interface = 0; interface < count; ++interface) {
+        if (IsEthernetInterface(interface)) {
+            interfaces.numbers[FetchMacAddress(interface)] = interface;
+        }
+    }
+    return std::make_shared<const HostInterfaces>(std::move(interfaces));
 }
 
 bool NetInterfaceConnectionContext::Check() {
@@ -87,11 +99,11 @@ bool NetInterfaceConnectionContext::Check() {
         throw std::logic_error(
             "NetInterfaceConnectionContext::Check() : Invalid connection module!");
     }
-    if (interfaceMap_.empty()) {
+    if (!interfaces_ || interfaces_->numbers.empty()) {
         PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::Check() : No interface data.");
         return Refresh();
     }
-    if (FetchInterfaceCount() != interfaceCount_) {
+    if (FetchInterfaceCount() != interfaces_->count) {
         PNI_TRACE(5,
                   "\nEM_PNI NetInterfaceConnectionContext::Check() : Interface count changed, "
                   "refresh...");
@@ -110,8 +122,8 @@ bool NetInterfaceConnectionContext::IsCurrent() {
 
 std::uint32_t NetInterfaceConnectionContext::InterfaceOf(
     const std::vector<std::uint8_t>& mac) const {
-    const auto found = interfaceMap_.find(mac);
-    return found != interfaceMap_.end() ? found->second : 0;
+    const auto found = interfaces_->numbers.find(mac);
+    return found != interfaces_->numbers.end() ? found->second : 0;
 }
 
 BytesReply NetInterfaceConnectionContext::RequestIpAddress(IpAddressKind kind, std::uint32_t index,

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include "adapters/network_requests.h"
@@ -13,14 +14,36 @@ namespace em_pni {
 
 using IpAddressBytes = std::vector<std::uint8_t>;  // network order; 4 bytes IPv4, 16 bytes IPv6
 
-// A value: a copy has a map of its own and asks over the same connection. Belongs to one thread at
-// a time. Every operation may ask the host and wait for it. The quoted texts are of the
+// The host's Ethernet interfaces at one moment.
+struct HostInterfaces {
+    struct MacLess {  // g++ 12 sees an overrun in the vector's own comparison
+        bool operator()(const std::vector<std::uint8_t>& left,
+                        const std::vector<std::uint8_t>& right) const noexcept {
+            return std::lexicographical_compare(left.begin(), left.end(), right.begin(),
+                                                right.end());
+        }
+    };
+
+    std::map<std::vector<std::uint8_t>, std::uint32_t, MacLess> numbers;  // by MAC, 6 or 8 bytes
+    std::uint32_t count = 0;                                              // of all interfaces
+};
+
+// What contexts made for one collection of adapters hand on to each other: asking about every
+// interface once for each adapter would take requests by the product of both.
+struct SharedHostInterfaces {
+    std::shared_ptr<const HostInterfaces> latest;  // null until a context has read them
+};
+
+// A value: a copy goes on from the same map and asks over the same connection. Belongs to one
+// thread at a time. Every operation may ask the host and wait for it. The quoted texts are of the
 // std::runtime_error that the operation throws.
 class NetInterfaceConnectionContext {
   public:
-    // `connection` must outlive all copies; null means that there is none.
-    NetInterfaceConnectionContext(CKrcpConnection* connection, std::int32_t cabinet) noexcept
-        : requests_(connection, cabinet) {}
+    // `connection` must outlive all copies; null means that there is none. The first Refresh takes
+    // what is shared, when the host still has as many interfaces.
+    NetInterfaceConnectionContext(CKrcpConnection* connection, std::int32_t cabinet,
+                                  std::shared_ptr<SharedHostInterfaces> shared = nullptr) noexcept
+        : requests_(connection, cabinet), shared_(std::move(shared)) {}
 
     // "NetInterfaceConnectionContext::FetchInterfaceCount() : No reply data from SIP!"
     [[nodiscard]] std::uint32_t FetchInterfaceCount() const;
@@ -45,15 +68,8 @@ class NetInterfaceConnectionContext {
 
   private:
     struct FoundAddresses;
-    struct MacLess {  // g++ 12 sees an overrun in the vector's own comparison
-        bool operator()(const std::vector<std::uint8_t>& left,
-                        const std::vector<std::uint8_t>& right) const noexcept {
-            return std::lexicographical_compare(left.begin(), left.end(), right.begin(),
-                                                right.end());
-        }
-    };
-
     [[nodiscard]] std::vector<std::uint8_t> FetchMacAddress(std::uint32_t interface) const;
+    [[nodiscard]] std::shared_ptr<const HostInterfaces> ReadInterfaces(std::uint32_t count) const;
     [[nodiscard]] std::uint32_t InterfaceOf(const std::vector<std::uint8_t>& mac) const;
     [[nodiscard]] bool IsCurrent();
     [[nodiscard]] BytesReply RequestIpAddress(CNetworkRequests::IpAddressKind kind,
@@ -63,8 +79,8 @@ class NetInterfaceConnectionContext {
                     std::uint32_t interface, FoundAddresses& found) const;
 
     CNetworkRequests requests_;
-    std::map<std::vector<std::uint8_t>, std::uint32_t, MacLess> interfaceMap_;  // 6 or 8 bytes
-    std::uint32_t interfaceCount_ = 0;  // at the last Refresh
+    std::shared_ptr<const HostInterfaces> interfaces_;  // as of the last Refresh, null = none
+    std::shared_ptr<SharedHostInterfaces> shared_;      // until the first Refresh
 };
 
 }  // namespace em_pni

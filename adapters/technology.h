@@ -31,7 +31,8 @@ struct FcTechnology {
     using PortFunctionArea = FC_LocalPniPortFunctionArea;
     // The host is asked for nothing.
     struct Context {
-        Context(CKrcpConnection* /*connection*/, std::int32_t /*cabinet*/) noexcept {}
+        Context(CKrcpConnection* /*connection*/, std::int32_t /*cabinet*/,
+                const std::shared_ptr<SharedHostInterfaces>& /*shared*/) noexcept {}
         void Refresh() noexcept {}
     };
     struct BorrowedContext {};

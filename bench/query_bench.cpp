@@ -1,67 +1,62 @@
-// The query of a record as large as a record can be, beside the writing of its JSON.
-#include <benchmark/benchmark.h>
-
-#include "frudata/pni_fru.h"
+// The query of a record beside the JSON library writing the text of the finished answer.
+#include "bench/records.h"
+#include "em_pni/krcp_message.h"
 #include "module/krcp_trace.h"
 #include "query/pni_data.h"
-#include "tests/record_builder.h"
 
-namespace em_pni {
+namespace em_pni::bench {
 namespace {
 
-// Modules with eight ports each until the 16-bit record length is nearly used up.
-test::Bytes largestRecord(std::size_t bytes) {
-    std::vector<test::Bytes> modules;
-    std::size_t size = 4;
-    for (unsigned id = 0; size < bytes; ++id) {
-        std::vector<test::Bytes> ports;
-        for (unsigned p = 0; p < 8; ++p) {
-            ports.push_back(test::port(
-                p, p == 7,
-                {test::function(0, true, 0, test::nicAddresses(1, {192, 0, 2, 1}, 0x01))}));
-        }
-        modules.push_back(test::module(id % 64, false, 3, ports));
-        size += modules.back().size();
+constexpr const char* filters = R"({"ResultFilter":["ActiveMAC","Ipv4Addresses"]})";
+
+// A query of everything, and one of what tells a host's addresses.
+enum class Kind { complete, filtered };
+
+CPNI_DataFilter filterOf(Kind kind) {
+    CPNI_DataFilter filter;
+    CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
+    if (kind == Kind::filtered) {
+        krcp::setMember(request, "DA", rapidjson::Value(rapidjson::StringRef(filters)));
     }
-    modules.back()[0] |= 0x80U;
-    return test::recordImage(12, modules);
+    if (!filter.Read(request)) {
+        throw std::logic_error("the filter is none");
+    }
+    return filter;
 }
 
-void Validate(benchmark::State& state) {
-    const test::Bytes image = largestRecord(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(pniValidateFru(image.data(), image.size()));
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(image.size()));
-}
-
-void Query(benchmark::State& state) {
-    const test::Bytes image = largestRecord(static_cast<std::size_t>(state.range(0)));
+void query(benchmark::State& state, Kind kind) {
+    const Bytes image = recordOf(moduleCount(state));
+    const CPNI_DataFilter filter = filterOf(kind);
     for (auto _ : state) {
         rapidjson::Document answer;
-        if (!CPNI_Data(image, nullptr).PniGetAllData(answer)) {
+        if (!CPNI_Data(image, &filter).PniGetAllData(answer)) {
             state.SkipWithError("no answer");
             break;
         }
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(image.size()));
+    state.counters[elements] = moduleCount(state);
+    state.counters[aim] = 2;
 }
 
-void WriteJson(benchmark::State& state) {
-    const test::Bytes image = largestRecord(static_cast<std::size_t>(state.range(0)));
+void writing(benchmark::State& state, Kind kind) {
+    const Bytes image = recordOf(moduleCount(state));
+    const CPNI_DataFilter filter = filterOf(kind);
     rapidjson::Document answer;
-    if (!CPNI_Data(image, nullptr).PniGetAllData(answer)) {
+    if (!CPNI_Data(image, &filter).PniGetAllData(answer)) {
         state.SkipWithError("no answer");
     }
     for (auto _ : state) {
         benchmark::DoNotOptimize(krcp::jsonText(answer));
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(image.size()));
+    state.SetLabel("JSON writing");
 }
 
-BENCHMARK(Validate)->Arg(16000)->Arg(64000);
-BENCHMARK(Query)->Arg(16000)->Arg(64000);
-BENCHMARK(WriteJson)->Arg(16000)->Arg(64000);
+BENCHMARK_CAPTURE(query, complete, Kind::complete)->Name("query")->Apply(recordSizes);
+BENCHMARK_CAPTURE(writing, complete, Kind::complete)->Name("floor of query")->Apply(recordSizes);
+BENCHMARK_CAPTURE(query, filtered, Kind::filtered)->Name("filtered query")->Apply(recordSizes);
+BENCHMARK_CAPTURE(writing, filtered, Kind::filtered)
+    ->Name("floor of filtered query")
+    ->Apply(recordSizes);
 
 }  // namespace
-}  // namespace em_pni
+}  // namespace em_pni::bench

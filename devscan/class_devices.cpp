@@ -5,13 +5,14 @@
 namespace em_pni {
 
 std::optional<ClassDevices> listClassDevices(const CFileTree& files, const std::string& directory) {
-    const auto names = files.List(directory);
+    const auto folder = files.OpenFolder(directory);
+    const auto names = folder ? folder->List() : std::nullopt;
     if (!names) {
         return std::nullopt;
     }
     ClassDevices devices;
     for (const std::string& name : *names) {
-        const auto link = files.ReadLink(joinedPath({directory, name}));
+        const auto link = folder->ReadLink(name);
         const auto function = link ? pciAddressOfPath(*link) : std::nullopt;
         if (function) {
             devices[*function].push_back({name, *link});

@@ -4,9 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <dirent.h>
 #include <fcntl.h>
-#include <memory>
 #include <unistd.h>
 
 #include "platform/file.h"
@@ -15,34 +13,19 @@
 namespace em_pni {
 namespace {
 
-CFileDescriptor openForReading(const std::string& path) noexcept {
-    return CFileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+// Below, `folder` is a descriptor, or AT_FDCWD with a path that is complete.
+
+CFileDescriptor openForReading(int folder, const std::string& path) noexcept {
+    return CFileDescriptor(
+        ::openat(folder, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
 }
 
-struct DirectoryCloser {
-    void operator()(DIR* directory) const noexcept { ::closedir(directory); }
-};
-
-}  // namespace
-
-std::string joinedPath(std::initializer_list<std::string_view> parts) {
-    std::string path;
-    for (const std::string_view part : parts) {
-        path.append(path.empty() ? "" : "/").append(part);
-    }
-    return path;
-}
-
-bool isOutOfResources(int error) noexcept {
-    return error == EMFILE || error == ENFILE || error == ENOMEM;
-}
-
-std::optional<std::string> CFileTree::ReadAttribute(const std::string& path) const {
-    const CFileDescriptor file = openForReading(FullPath(path));
+std::optional<std::string> readAttribute(int folder, const std::string& path) {
+    const CFileDescriptor file = openForReading(folder, path);
     if (!file) {
         return std::nullopt;
     }
-    std::array<char, 4095> text{};
+    std::array<char, 4095> text;
     ssize_t got = 0;
     do {
         got = ::read(file.Get(), text.data(), text.size());
@@ -53,13 +36,9 @@ std::optional<std::string> CFileTree::ReadAttribute(const std::string& path) con
     return std::string(trimBlanks({text.data(), static_cast<std::size_t>(got)}));
 }
 
-std::optional<std::string> CFileTree::ReadFile(const std::string& path, std::size_t limit) const {
-    return readSmallFile(FullPath(path), limit);
-}
-
-std::optional<std::string> CFileTree::ReadRange(const std::string& path, std::size_t offset,
-                                                std::size_t count) const {
-    const CFileDescriptor file = openForReading(FullPath(path));
+std::optional<std::string> readRange(int folder, const std::string& path, std::size_t offset,
+                                     std::size_t count) {
+    const CFileDescriptor file = openForReading(folder, path);
     if (!file) {
         return std::nullopt;
     }
@@ -80,24 +59,47 @@ std::optional<std::string> CFileTree::ReadRange(const std::string& path, std::si
     return bytes;
 }
 
-std::optional<std::string> CFileTree::ReadLink(const std::string& path) const {
-    std::array<char, PATH_MAX> target{};
-    const ssize_t length = ::readlink(FullPath(path).c_str(), target.data(), target.size());
+std::optional<std::string> readLink(int folder, const std::string& path) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = ::readlinkat(folder, path.c_str(), target.data(), target.size());
     if (length < 0) {
         return std::nullopt;
     }
     return std::string(target.data(), static_cast<std::size_t>(length));
 }
 
-std::optional<std::vector<std::string>> CFileTree::List(const std::string& path) const {
-    const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(FullPath(path).c_str()));
-    if (!directory) {
-        return std::nullopt;
+}  // namespace
+
+std::string joinedPath(std::initializer_list<std::string_view> parts) {
+    std::string path;
+    for (const std::string_view part : parts) {
+        path.append(path.empty() ? "" : "/").append(part);
     }
+    return path;
+}
+
+bool isOutOfResources(int error) noexcept {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+std::optional<std::string> COpenFolder::ReadAttribute(const std::string& path) const {
+    return readAttribute(::dirfd(directory_.get()), path);
+}
+
+std::optional<std::string> COpenFolder::ReadRange(const std::string& path, std::size_t offset,
+                                                  std::size_t count) const {
+    return readRange(::dirfd(directory_.get()), path, offset, count);
+}
+
+std::optional<std::string> COpenFolder::ReadLink(const std::string& path) const {
+    return readLink(::dirfd(directory_.get()), path);
+}
+
+std::optional<std::vector<std::string>> COpenFolder::List() const {
     std::vector<std::string> names;
     for (;;) {
         errno = 0;
-        const dirent* const entry = ::readdir(directory.get());
+        const dirent* const entry = ::readdir(directory_.get());
         if (entry == nullptr) {
             break;
         }
@@ -111,6 +113,33 @@ std::optional<std::vector<std::string>> CFileTree::List(const std::string& path)
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::optional<std::string> CFileTree::ReadAttribute(const std::string& path) const {
+    return readAttribute(AT_FDCWD, FullPath(path));
+}
+
+std::optional<std::string> CFileTree::ReadFile(const std::string& path, std::size_t limit) const {
+    return readSmallFile(FullPath(path), limit);
+}
+
+std::optional<std::string> CFileTree::ReadRange(const std::string& path, std::size_t offset,
+                                                std::size_t count) const {
+    return readRange(AT_FDCWD, FullPath(path), offset, count);
+}
+
+std::optional<std::string> CFileTree::ReadLink(const std::string& path) const {
+    return readLink(AT_FDCWD, FullPath(path));
+}
+
+std::optional<COpenFolder> CFileTree::OpenFolder(const std::string& path) const {
+    DIR* const directory = ::opendir(FullPath(path).c_str());
+    return directory != nullptr ? std::optional<COpenFolder>(directory) : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> CFileTree::List(const std::string& path) const {
+    const auto folder = OpenFolder(path);
+    return folder ? folder->List() : std::nullopt;
 }
 
 }  // namespace em_pni

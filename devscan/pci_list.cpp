@@ -23,22 +23,22 @@ constexpr std::size_t configHeaderSize = 0x40;
 constexpr char configNoAnswer = '\xFF';  // what a device that is gone or powered down reads as
 
 // The facts that only adapters are asked for.
-void addAdapterAttributes(const CFileTree& files, const std::string& directory,
+void addAdapterAttributes(const COpenFolder& devices, const std::string& name,
                           PciFunction& function) {
-    const auto header = files.ReadRange(directory + "/config", configHeaderTypeOffset, 1);
+    const auto header = devices.ReadRange(name + "/config", configHeaderTypeOffset, 1);
     if (header && header->front() != configNoAnswer) {
         function.headerType = static_cast<std::uint8_t>(header->front());
     }
-    if (const auto driver = files.ReadLink(directory + "/driver")) {
+    if (const auto driver = devices.ReadLink(name + "/driver")) {
         function.driver = driver->substr(driver->rfind('/') + 1);
     }
 }
 
 // One entry of sysfs; nothing, with errno set, when it is not there any more or is no function of
 // its own.
-std::optional<PciFunction> readSysfsFunction(const CFileTree& files, const std::string& directory,
+std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const std::string& name,
                                              const PciAddress& address) {
-    const auto modalias = files.ReadAttribute(directory + "/modalias");
+    const auto modalias = devices.ReadAttribute(name + "/modalias");
     auto function = modalias ? parseModalias(*modalias) : std::nullopt;
     if (!function) {
         return std::nullopt;
@@ -48,27 +48,29 @@ std::optional<PciFunction> readSysfsFunction(const CFileTree& files, const std::
     if (!wanted && pciBaseClass(function->classCode) != pciBaseStorage) {
         return function;
     }
-    if (files.ReadLink(directory + "/physfn")) {
+    if (devices.ReadLink(name + "/physfn")) {
         return std::nullopt;
     }
     if (wanted) {
-        const auto link = files.ReadLink(directory);
+        const auto link = devices.ReadLink(name);
         if (!link) {
             return std::nullopt;
         }
         function->bridges = pciBridgesOfPath(*link);
         function->onRootBus = function->bridges.empty();
-        addAdapterAttributes(files, directory, *function);
+        addAdapterAttributes(devices, name, *function);
     }
     return function;
 }
 
 Functions listFromSysfs(CMachine& machine) {
-    const auto names = machine.Files().List(sysfsDirectory);
+    const auto devices = machine.Files().OpenFolder(sysfsDirectory);
+    const auto names = devices ? devices->List() : std::nullopt;
     if (!names) {
         return std::nullopt;
     }
     std::vector<PciFunction> list;
+    list.reserve(names->size());
     bool readable = names->empty();
     for (const std::string& name : *names) {
         const auto address = parsePciAddress(name);
@@ -79,8 +81,7 @@ Functions listFromSysfs(CMachine& machine) {
             continue;
         }
         errno = 0;
-        auto function =
-            readSysfsFunction(machine.Files(), joinedPath({sysfsDirectory, name}), *address);
+        auto function = readSysfsFunction(*devices, name, *address);
         if (function) {
             list.push_back(std::move(*function));
             readable = true;

@@ -1,6 +1,7 @@
 #include "devscan/scan.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "devscan/fc_hosts.h"
@@ -11,17 +12,24 @@
 namespace em_pni {
 namespace {
 
-std::vector<PciFunction> adaptersAmong(const std::vector<PciFunction>& functions) {
+bool isStorage(const PciFunction& function) noexcept {
+    return pciBaseClass(function.classCode) == pciBaseStorage;
+}
+
+// `functions` are in order of address: those of one device stand together.
+std::vector<PciFunction> adaptersAmong(std::vector<PciFunction> functions) {
     std::vector<PciFunction> adapters;
-    for (const PciFunction& function : functions) {
-        const bool storageOnCard =
-            pciBaseClass(function.classCode) == pciBaseStorage &&
-            std::any_of(functions.begin(), functions.end(), [&](const PciFunction& other) {
-                return isNetworkOrFc(other) && other.address.SameDevice(function.address);
-            });
-        if (storageOnCard || isNetworkOrFc(function)) {
-            adapters.push_back(function);
+    for (auto first = functions.begin(); first != functions.end();) {
+        const auto end = std::find_if(first, functions.end(), [&](const PciFunction& function) {
+            return !function.address.SameDevice(first->address);
+        });
+        if (std::any_of(first, end, isNetworkOrFc)) {
+            std::copy_if(std::move_iterator(first), std::move_iterator(end),
+                         std::back_inserter(adapters), [](const PciFunction& function) {
+                             return isStorage(function) || isNetworkOrFc(function);
+                         });
         }
+        first = end;
     }
     return adapters;
 }
@@ -50,12 +58,12 @@ AdapterFacts factsOfList(PciFunction&& function, const SlotTables* tables) {
 }  // namespace
 
 std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine) {
-    const auto functions = listPciFunctions(machine);
+    auto functions = listPciFunctions(machine);
     if (!functions) {
         PNI_TRACE(1, "\nCSystemAdapter      : ERROR! No list of PCI functions can be read.");
         return std::nullopt;
     }
-    auto found = adaptersAmong(*functions);
+    auto found = adaptersAmong(std::move(*functions));
     std::vector<CSystemAdapter> adapters;
     if (found.empty()) {
         return adapters;

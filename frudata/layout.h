@@ -37,6 +37,8 @@ struct OEM_PNI_MULTIRECORD_HEADER {
 
     static constexpr std::uint8_t oemRecordType = 0xF0;
     static constexpr std::uint8_t formatVersionMask = 0x0F;
+    // Earlier ones have texts for the technology of functions, and no code for that of modules.
+    static constexpr std::uint8_t firstVersionWithCodes = 11;
 };
 
 // Right behind the multi-record header: the first bytes of the record data.

@@ -16,9 +16,7 @@ using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
 bool isWalkable(CImageView image, const RecordFrame& frame) noexcept {
     CRecordCursor cursor(image, frame);
     while (cursor.NextModule()) {
-        while (cursor.NextPort()) {
-        }
-        if (cursor.Fault() != WalkFault::none || !cursor.ModuleFitsItsPlace()) {
+        if (!cursor.ModuleFitsItsPlace()) {
             return false;
         }
     }

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <utility>
 #include <vector>
 
 #include "frudata/address_assignment.h"
+#include "frudata/module_facts.h"
 #include "frudata/physical_address.h"
 #include "platform/read_write_lock.h"
 
@@ -112,6 +114,13 @@ class CPniFruData {
     // The former, or, when there are none, the latter.
     [[nodiscard]] std::vector<PhysicalAddress> GetModulePhysicalAddresses(
         std::uint8_t module) const;
+    // Calls `visit` with each module and its physical addresses, in record order. The visitor must
+    // not change this object.
+    using ModuleVisitor = std::function<void(const ModuleFacts& module,
+                                             const std::vector<PhysicalAddress>& addresses)>;
+    void VisitModules(const ModuleVisitor& visit) const;
+    // "FindPniModuleArea() : Could not find Module Area."
+    [[nodiscard]] ModuleFacts GetModuleFacts(std::uint8_t module) const;
     // The active MACs of all Ethernet functions of the record.
     [[nodiscard]] std::vector<AddressBytes> GetActiveMacAddresses() const;
     // `moduleId` of each module, in record order: the slot it sits in, 0 = onboard.

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "frudata/address_text.h"
+#include "frudata/function_addresses.h"
 #include "frudata/layout.h"
 #include "frudata/pni_fru_data.h"
 #include "frudata/record_cursor.h"
@@ -14,9 +15,9 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// Calls `visit(cursor)` for each function of the image, or of one module, until it answers true.
+// Calls `visit(cursor)` for each function of the image until it answers true.
 template <class Visit>
-bool findFunction(Bytes bytes, std::optional<std::uint8_t> module, Visit visit) {
+bool findFunction(Bytes bytes, Visit visit) {
     const CImageView image(bytes.data(), bytes.size());
     RecordFrame frame;
     if (locateFrame(image, frame) != FrameFault::none) {
@@ -24,9 +25,6 @@ bool findFunction(Bytes bytes, std::optional<std::uint8_t> module, Visit visit) 
     }
     CRecordCursor cursor(image, frame);
     while (cursor.NextModule()) {
-        if (module && cursor.Module().position != *module) {
-            continue;
-        }
         while (cursor.NextPort()) {
             while (cursor.NextFunction()) {
                 if (visit(cursor)) {
@@ -38,35 +36,90 @@ bool findFunction(Bytes bytes, std::optional<std::uint8_t> module, Visit visit) 
     return false;
 }
 
-// An Ethernet function's manufacture or active address, by its offset in the address block.
-std::optional<AddressBytes> readMac(const CPniPortFunction& function, std::size_t offset) {
-    const auto mac = function.Technology() == FunctionTechnology::nic
-                         ? function.AddressBytes(offset, layout::macSize)
-                         : std::nullopt;
-    return mac ? std::optional(AddressBytes(mac->begin(), mac->end())) : std::nullopt;
+// Calls `visit` with a cursor that has just entered a module, for each until it answers true.
+template <class Visit>
+void findModule(Bytes bytes, Visit visit) {
+    const CImageView image(bytes.data(), bytes.size());
+    RecordFrame frame;
+    if (locateFrame(image, frame) == FrameFault::none) {
+        CRecordCursor cursor(image, frame);
+        while (cursor.NextModule() && !visit(cursor)) {
+        }
+    }
 }
 
-std::optional<AddressBytes> readManufactureMac(const CPniPortFunction& function) {
-    return readMac(function, layout::NIC_ADDRESSES::manufactureMac);
+// Calls `visit` with a cursor that has just entered this module, if there is one.
+template <class Visit>
+void enterModule(Bytes bytes, std::uint8_t module, Visit visit) {
+    findModule(bytes, [&](const CRecordCursor& cursor) {
+        const bool isFound = cursor.Module().position == module;
+        if (isFound) {
+            visit(cursor);
+        }
+        return isFound;
+    });
 }
 
-bool hasNames(const CPniPortFunction& function) noexcept {
-    return function.Technology() == FunctionTechnology::fc &&
-           function.Size() >= layout::FC_ADDRESSES::minimumFunction;
+std::vector<AddressBytes> macAddressesOf(CRecordCursor atModule) {
+    std::vector<AddressBytes> macs;
+    while (atModule.NextPort()) {
+        while (atModule.NextFunction()) {
+            if (auto mac = manufactureMac(atModule.Function())) {
+                PNI_TRACE(5, "\nPniFruData::GetModuleMacAddresses : Module %u - Found MAC '%s'",
+                          atModule.Module().position, macText(*mac).c_str());
+                macs.push_back(std::move(*mac));
+            }
+        }
+    }
+    return macs;
 }
 
-// A worldwide name of a Fibre Channel function; 0 when its text is none.
-std::uint64_t readName(const CPniPortFunction& function, std::size_t offset) {
-    const auto text = function.AddressBytes(offset, layout::worldwideNameSize);
-    return text ? ToHex(*text).value_or(0) : 0;
+std::vector<PhysicalAddress> wwpnAddressesOf(CRecordCursor atModule) {
+    std::vector<PhysicalAddress> names;
+    while (atModule.NextPort()) {
+        while (atModule.NextFunction()) {
+            if (const auto name = manufactureNames(atModule.Function())) {
+                PNI_TRACE(5, "\nPniFruData::GetmoduleWWPNAddresses : Module %u - Found WWPN '%s'",
+                          atModule.Module().position, worldwideNameText(name->wwpn).c_str());
+                names.push_back(*name);
+            }
+        }
+    }
+    return names;
 }
 
-std::optional<AddressBytes> readManufactureWwpn(const CPniPortFunction& function) {
-    if (!hasNames(function)) {
+std::vector<PhysicalAddress> physicalAddressesOf(const CRecordCursor& atModule) {
+    PNI_TRACE(5, "\nCPniFruData::GetModulePhysicalAddresses() : Searching addresses in module %u",
+              atModule.Module().position);
+    std::vector<PhysicalAddress> addresses;
+    for (AddressBytes& mac : macAddressesOf(atModule)) {
+        addresses.push_back({.kind = PhysicalAddress::Kind::mac, .mac = std::move(mac)});
+    }
+    if (!addresses.empty()) {
+        PNI_TRACE(4, "\nCPniFruData::GetModulePhysicalAddresses() : Found %u MAC addresses.",
+                  static_cast<unsigned>(addresses.size()));
+        return addresses;
+    }
+    PNI_TRACE(5,
+              "\nCPniFruData::GetModulePhysicalAddresses() : No MAC addresses. Check for WWPN "
+              "addresses.");
+    addresses = wwpnAddressesOf(atModule);
+    if (!addresses.empty()) {
+        PNI_TRACE(4, "\nCPniFruData::GetModulePhysicalAddresses() : Found %u WWPN addresses.",
+                  static_cast<unsigned>(addresses.size()));
+    } else {
+        PNI_TRACE(5, "\nCPniFruData::GetModulePhysicalAddresses() : No WWPN addresses.");
+    }
+    return addresses;
+}
+
+std::optional<AddressBytes> manufactureWwpn(const CPniPortFunction& function) {
+    const auto names = manufactureNames(function);
+    if (!names) {
         return std::nullopt;
     }
-    const auto name = worldwideNameBytes(readName(function, layout::FC_ADDRESSES::manufactureWwpn));
-    return AddressBytes(name.begin(), name.end());
+    const auto bytes = worldwideNameBytes(names->wwpn);
+    return AddressBytes(bytes.begin(), bytes.end());
 }
 
 std::string wwpnText(Bytes wwpn) {
@@ -87,15 +140,15 @@ struct SearchKind {
 };
 
 constexpr SearchKind macSearch = {"FindModuleByMacAddress", "MAC", "FindModuleByWwpnAddress",
-                                  &recordMacText, &readManufactureMac};
+                                  &recordMacText, &manufactureMac};
 constexpr SearchKind wwpnSearch = {"FindModuleByWWPNAddress", "WWPN", "FindModuleByWWPNAddress",
-                                   &wwpnText, &readManufactureWwpn};
+                                   &wwpnText, &manufactureWwpn};
 
-FoundModule findModule(const SearchKind& kind, Bytes image, Bytes wanted) {
+FoundModule search(const SearchKind& kind, Bytes image, Bytes wanted) {
     PNI_TRACE(5, "\nCPniFruData         : %s() : Searched %s - '%s'", kind.operation, kind.word,
               kind.text(wanted).c_str());
     FoundModule found{false, 0};
-    found.first = findFunction(image, std::nullopt, [&](const CRecordCursor& cursor) {
+    found.first = findFunction(image, [&](const CRecordCursor& cursor) {
         const auto stored = kind.read(cursor.Function());
         if (!stored) {
             return false;
@@ -129,7 +182,7 @@ FoundModule CPniFruData::FindModuleByMacAddress(std::span<const std::uint8_t> ma
         return {false, 0};
     }
     const CReadGuard guard(lock_);
-    return findModule(macSearch, image_, mac);
+    return search(macSearch, image_, mac);
 }
 
 FoundModule CPniFruData::FindModuleByWWPNAddress(std::uint64_t wwpn) const {
@@ -138,7 +191,7 @@ FoundModule CPniFruData::FindModuleByWWPNAddress(std::uint64_t wwpn) const {
         return {false, 0};  // no name, as in a function whose text is none
     }
     const CReadGuard guard(lock_);
-    return findModule(wwpnSearch, image_, worldwideNameBytes(wwpn));
+    return search(wwpnSearch, image_, worldwideNameBytes(wwpn));
 }
 
 FoundModule CPniFruData::FindModuleByAddress(const PhysicalAddress& address) const {
@@ -159,67 +212,51 @@ FoundModule CPniFruData::FindModuleByAddress(const PhysicalAddress& address) con
 std::vector<AddressBytes> CPniFruData::GetModuleMacAddresses(std::uint8_t module) const {
     const CReadGuard guard(lock_);
     std::vector<AddressBytes> macs;
-    findFunction(image_, module, [&](const CRecordCursor& cursor) {
-        if (auto mac = readManufactureMac(cursor.Function())) {
-            PNI_TRACE(5, "\nPniFruData::GetModuleMacAddresses : Module %u - Found MAC '%s'", module,
-                      macText(*mac).c_str());
-            macs.push_back(std::move(*mac));
-        }
-        return false;
-    });
+    enterModule(image_, module,
+                [&macs](const CRecordCursor& cursor) { macs = macAddressesOf(cursor); });
     return macs;
 }
 
 std::vector<PhysicalAddress> CPniFruData::GetModuleWWPNAddresses(std::uint8_t module) const {
-    using Names = layout::FC_ADDRESSES;
     const CReadGuard guard(lock_);
     std::vector<PhysicalAddress> names;
-    findFunction(image_, module, [&](const CRecordCursor& cursor) {
-        if (hasNames(cursor.Function())) {
-            const std::uint64_t wwpn = readName(cursor.Function(), Names::manufactureWwpn);
-            PNI_TRACE(5, "\nPniFruData::GetmoduleWWPNAddresses : Module %u - Found WWPN '%s'",
-                      module, worldwideNameText(wwpn).c_str());
-            names.push_back({.kind = PhysicalAddress::Kind::wwn,
-                             .mac = {},
-                             .wwpn = wwpn,
-                             .wwnn = readName(cursor.Function(), Names::manufactureWwnn)});
-        }
-        return false;
-    });
+    enterModule(image_, module,
+                [&names](const CRecordCursor& cursor) { names = wwpnAddressesOf(cursor); });
     return names;
 }
 
 std::vector<PhysicalAddress> CPniFruData::GetModulePhysicalAddresses(std::uint8_t module) const {
-    PNI_TRACE(5, "\nCPniFruData::GetModulePhysicalAddresses() : Searching addresses in module %u",
-              module);
+    const CReadGuard guard(lock_);
     std::vector<PhysicalAddress> addresses;
-    for (AddressBytes& mac : GetModuleMacAddresses(module)) {
-        addresses.push_back({.kind = PhysicalAddress::Kind::mac, .mac = std::move(mac)});
-    }
-    if (!addresses.empty()) {
-        PNI_TRACE(4, "\nCPniFruData::GetModulePhysicalAddresses() : Found %u MAC addresses.",
-                  static_cast<unsigned>(addresses.size()));
-        return addresses;
-    }
-    PNI_TRACE(5,
-              "\nCPniFruData::GetModulePhysicalAddresses() : No MAC addresses. Check for WWPN "
-              "addresses.");
-    addresses = GetModuleWWPNAddresses(module);
-    if (!addresses.empty()) {
-        PNI_TRACE(4, "\nCPniFruData::GetModulePhysicalAddresses() : Found %u WWPN addresses.",
-                  static_cast<unsigned>(addresses.size()));
-    } else {
-        PNI_TRACE(5, "\nCPniFruData::GetModulePhysicalAddresses() : No WWPN addresses.");
-    }
+    enterModule(image_, module, [&addresses](const CRecordCursor& cursor) {
+        addresses = physicalAddressesOf(cursor);
+    });
     return addresses;
+}
+
+void CPniFruData::VisitModules(const ModuleVisitor& visit) const {
+    const CReadGuard guard(lock_);
+    findModule(image_, [&visit](const CRecordCursor& cursor) {
+        visit(moduleFacts(cursor), physicalAddressesOf(cursor));
+        return false;
+    });
+}
+
+ModuleFacts CPniFruData::GetModuleFacts(std::uint8_t module) const {
+    const CReadGuard guard(lock_);
+    static_cast<void>(FindPniModuleArea(module, true));
+    ModuleFacts facts;
+    enterModule(image_, module,
+                [&facts](const CRecordCursor& cursor) { facts = moduleFacts(cursor); });
+    return facts;
 }
 
 std::vector<AddressBytes> CPniFruData::GetActiveMacAddresses() const {
     PNI_TRACE(3, "\nCPniFruData         : Retrieving all active MAC addresses.");
     const CReadGuard guard(lock_);
     std::vector<AddressBytes> macs;
-    findFunction(image_, std::nullopt, [&](const CRecordCursor& cursor) {
-        if (auto mac = readMac(cursor.Function(), layout::NIC_ADDRESSES::activeMac)) {
+    findFunction(image_, [&](const CRecordCursor& cursor) {
+        if (auto mac = activeMac(cursor.Function())) {
             macs.push_back(std::move(*mac));
         }
         return false;
@@ -230,14 +267,10 @@ std::vector<AddressBytes> CPniFruData::GetActiveMacAddresses() const {
 std::vector<std::uint8_t> CPniFruData::GetModuleIds() const {
     const CReadGuard guard(lock_);
     std::vector<std::uint8_t> ids;
-    const CImageView image(image_.data(), image_.size());
-    RecordFrame frame;
-    if (locateFrame(image, frame) == FrameFault::none) {
-        CRecordCursor cursor(image, frame);
-        while (cursor.NextModule()) {
-            ids.push_back(cursor.Module().moduleId);
-        }
-    }
+    findModule(image_, [&ids](const CRecordCursor& cursor) {
+        ids.push_back(cursor.Module().moduleId);
+        return false;
+    });
     return ids;
 }
 
@@ -245,12 +278,14 @@ std::optional<std::uint16_t> CPniFruData::GetPciLocation(std::uint8_t module, st
                                                          std::uint8_t function) const {
     const CReadGuard guard(lock_);
     std::optional<std::uint16_t> location;
-    findFunction(image_, module, [&](const CRecordCursor& cursor) {
-        if (cursor.Port().position != port || cursor.Function().Position() != function) {
-            return false;
+    enterModule(image_, module, [&](CRecordCursor cursor) {
+        while (cursor.NextPort()) {
+            while (cursor.NextFunction()) {
+                if (cursor.Port().position == port && cursor.Function().Position() == function) {
+                    location = cursor.Function().U16(layout::PNI_PORT_FUNCTION::pciAddress);
+                }
+            }
         }
-        location = cursor.Function().U16(layout::PNI_PORT_FUNCTION::pciAddress);
-        return true;
     });
     return location;
 }

@@ -5,8 +5,6 @@
 #include <string_view>
 #include <utility>
 
-#include "frudata/layout.h"
-
 namespace em_pni {
 namespace {
 
@@ -21,29 +19,6 @@ constexpr std::array technologyTexts = {
 };
 
 }  // namespace
-
-CPniPortFunction::CPniPortFunction(CImageView image, std::size_t offset, std::uint8_t position,
-                                   std::uint8_t formatVersion) noexcept
-    : offset_(offset),
-      size_(Layout::lengthUnit * image.U8(offset + Layout::functionLength)),
-      flags_(image.U8(offset + Layout::flags)),
-      position_(position),
-      formatVersion_(formatVersion) {
-    const auto inside = image.Inside(offset, size_);
-    bytes_ = CImageView(inside.data(), inside.size());
-}
-
-std::uint8_t CPniPortFunction::FunctionId() const noexcept {
-    return flags_ & layout::functionIdMask;
-}
-
-bool CPniPortFunction::Enabled() const noexcept {
-    return (flags_ & layout::enableBit) != 0;
-}
-
-bool CPniPortFunction::EndOfList() const noexcept {
-    return (flags_ & layout::endOfListBit) != 0;
-}
 
 FunctionTechnology CPniPortFunction::Technology() const noexcept {
     if (formatVersion_ < 11) {

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "frudata/image_view.h"
+#include "frudata/layout.h"
 
 namespace em_pni {
 
@@ -29,13 +30,24 @@ class CPniPortFunction {
     CPniPortFunction() noexcept = default;
     // `offset`: of the function in the image, which holds at least what a walk reads of it.
     CPniPortFunction(CImageView image, std::size_t offset, std::uint8_t position,
-                     std::uint8_t formatVersion) noexcept;
+                     std::uint8_t formatVersion) noexcept
+        : offset_(offset), position_(position), formatVersion_(formatVersion) {
+        using Area = layout::PNI_PORT_FUNCTION;
+        if (const auto header = image.Whole(offset, Area::walked); !header.empty()) {
+            flags_ = header[Area::flags];
+            size_ = Area::lengthUnit * header[Area::functionLength];
+        }
+        const auto inside = image.Inside(offset, size_);
+        bytes_ = CImageView(inside.data(), inside.size());
+    }
 
     [[nodiscard]] std::size_t Offset() const noexcept { return offset_; }
     [[nodiscard]] std::uint8_t Position() const noexcept { return position_; }
-    [[nodiscard]] std::uint8_t FunctionId() const noexcept;
-    [[nodiscard]] bool Enabled() const noexcept;
-    [[nodiscard]] bool EndOfList() const noexcept;
+    [[nodiscard]] std::uint8_t FunctionId() const noexcept {
+        return flags_ & layout::functionIdMask;
+    }
+    [[nodiscard]] bool Enabled() const noexcept { return (flags_ & layout::enableBit) != 0; }
+    [[nodiscard]] bool EndOfList() const noexcept { return (flags_ & layout::endOfListBit) != 0; }
     // The whole function in bytes, as it states it; the image may end before.
     [[nodiscard]] std::size_t Size() const noexcept { return size_; }
     [[nodiscard]] FunctionTechnology Technology() const noexcept;

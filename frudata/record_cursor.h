@@ -17,6 +17,7 @@
 #include <optional>
 
 #include "frudata/image_view.h"
+#include "frudata/layout.h"
 #include "frudata/port_function.h"
 #include "frudata/record_frame.h"
 
@@ -36,7 +37,20 @@ struct PNI_MODULE_AREA {
 };
 
 // Reads the header of the module at `offset`, which must be inside the image.
-PNI_MODULE_AREA moduleHeader(CImageView image, std::size_t offset, std::uint8_t position) noexcept;
+inline PNI_MODULE_AREA moduleHeader(CImageView image, std::size_t offset,
+                                    std::uint8_t position) noexcept {
+    using Area = layout::PNI_MODULE_AREA;
+    PNI_MODULE_AREA module{.offset = offset, .position = position};
+    if (const auto header = image.Whole(offset, Area::walked); !header.empty()) {
+        const std::uint8_t flags = header[Area::flags];
+        module.moduleId = flags & layout::moduleIdMask;
+        module.enable = (flags & layout::enableBit) != 0;
+        module.endOfList = (flags & layout::endOfListBit) != 0;
+        module.recordLen = header[Area::recordLen];
+        module.portCount = header[Area::portCount];
+    }
+    return module;
+}
 
 // The header of a port.
 struct CPniPortArea {
@@ -62,7 +76,11 @@ enum class WalkFault {
 // A small value: a copy walks on from the same place.
 class CRecordCursor {
   public:
-    CRecordCursor(CImageView image, const RecordFrame& frame) noexcept;
+    CRecordCursor(CImageView image, const RecordFrame& frame) noexcept
+        : image_(image),
+          moduleCount_(frame.moduleCount),
+          formatVersion_(frame.formatVersion),
+          next_(frame.commonArea + layout::PNI_COMMON_AREA::size) {}
 
     // Each enters the next element of its list, passing over what is left inside the current one;
     // false at the end of the list or at a fault, which then stays.
@@ -82,6 +100,7 @@ class CRecordCursor {
     // The bytes of the module's header, as far as they are inside the image.
     [[nodiscard]] CImageView ModuleHeader() const noexcept;
 
+    [[nodiscard]] std::uint8_t FormatVersion() const noexcept { return formatVersion_; }
     // Image offset right behind what has been walked so far; it may lie outside.
     [[nodiscard]] std::size_t NextOffset() const noexcept { return next_; }
 
@@ -103,5 +122,79 @@ class CRecordCursor {
     CPniPortFunction function_;
     WalkFault fault_ = WalkFault::none;
 };
+
+inline bool CRecordCursor::NextModule() noexcept {
+    using Area = layout::PNI_MODULE_AREA;
+    while (NextPort()) {
+    }
+    if (fault_ != WalkFault::none || modulesEntered_ == moduleCount_) {
+        return false;
+    }
+    if (!image_.Has(next_, Area::walked)) {
+        fault_ = WalkFault::outside;
+        return false;
+    }
+    module_ = moduleHeader(image_, next_, static_cast<std::uint8_t>(modulesEntered_++));
+    next_ += module_.recordLen;
+    portsEntered_ = 0;
+    return true;
+}
+
+inline bool CRecordCursor::NextPort() noexcept {
+    using Area = layout::PNI_PORT_AREA;
+    while (NextFunction()) {
+    }
+    if (fault_ != WalkFault::none || portsEntered_ == module_.portCount) {
+        return false;
+    }
+    const auto header = image_.Whole(next_, Area::walked);
+    if (header.empty()) {
+        fault_ = WalkFault::outside;
+        return false;
+    }
+    const std::uint8_t flags = header[Area::flags];
+    port_ = {.offset = next_,
+             .position = static_cast<std::uint8_t>(portsEntered_),
+             .portId = static_cast<std::uint8_t>(flags & layout::portIdMask),
+             .enable = (flags & layout::enableBit) != 0,
+             .endOfList = (flags & layout::endOfListBit) != 0,
+             .recordLen = header[Area::recordLen],
+             .pfCount = header[Area::pfCount],
+             .wolBehaviour = std::nullopt};
+    if (port_.recordLen > Area::wolBehaviour && image_.Has(next_, Area::wolBehaviour + 1)) {
+        port_.wolBehaviour = image_.U8(next_ + Area::wolBehaviour);
+    }
+    if (port_.portId != portsEntered_ ||
+        port_.endOfList != (portsEntered_ + 1 == module_.portCount)) {
+        functionsEntered_ = port_.pfCount;
+        fault_ = WalkFault::port;
+        return false;
+    }
+    ++portsEntered_;
+    next_ += port_.recordLen;
+    functionsEntered_ = 0;
+    return true;
+}
+
+inline bool CRecordCursor::NextFunction() noexcept {
+    using Area = layout::PNI_PORT_FUNCTION;
+    if (fault_ != WalkFault::none || functionsEntered_ == port_.pfCount) {
+        return false;
+    }
+    if (!image_.Has(next_, Area::walked)) {
+        fault_ = WalkFault::outside;
+        return false;
+    }
+    function_ = CPniPortFunction(image_, next_, static_cast<std::uint8_t>(functionsEntered_),
+                                 formatVersion_);
+    if (function_.FunctionId() != functionsEntered_ ||
+        function_.EndOfList() != (functionsEntered_ + 1 == port_.pfCount)) {
+        fault_ = WalkFault::function;
+        return false;
+    }
+    ++functionsEntered_;
+    next_ += function_.Size();
+    return true;
+}
 
 }  // namespace em_pni

@@ -3,12 +3,14 @@
 //
 // Input: a line per answer, the opcode in hexadecimal digits and JSON: an object of members for the
 // command, or a whole document. Questions with one opcode get its answers in turn; without any the
-// controller holds the sample record, and the host knows no interface.
+// controller holds the sample record, and the host knows no interface. "141E 0" tells of a card
+// that has come, "141E 2" takes all cards but the onboard adapter out of the machine.
 #include <map>
 
 #include "adapters/device_to_adapters_map.h"
 #include "devscan/text.h"
 #include "fuzz/fuzz_input.h"
+#include "pni/hotplug_update.h"
 #include "pni/ip_update.h"
 #include "pni/physical_check.h"
 #include "pni/pni_ext_module.h"
@@ -34,6 +36,13 @@ class CAnsweringHost final : public CIHostInterface, public CKrcpConnection {
 
     // The next question with each opcode gets the first answer again.
     void Rewind() { asked_.clear(); }
+    [[nodiscard]] HotplugFlags Events() {
+        HotplugFlags flags;
+        for (const std::string_view action : answers_[krcp::deviceDataChanged]) {
+            (action == "2" ? flags.deviceRemoved : flags.deviceAdded) = true;
+        }
+        return flags;
+    }
     [[nodiscard]] const Bytes& Written() const { return written_; }
 
     std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t /*timeoutMs*/) override {
@@ -101,15 +110,34 @@ SampleMachine& sampleMachine() {
     return machine;
 }
 
-std::vector<LocalPniAdapterHandle> collectAdapters(CKrcpConnection& host) {
+std::vector<LocalPniAdapterHandle> collectAdapters(
+    CAnsweringHost& host, std::vector<DeviceToAdaptersMapID>& uncollected) {
+    const auto shared = std::make_shared<SharedHostInterfaces>();
     std::vector<LocalPniAdapterHandle> adapters;
     for (const DeviceToAdaptersMap& device : sampleMachine().devices) {
-        adapters.emplace_back(device, &host, 0);
+        if (device.Id().bus != 0 && host.Events().deviceRemoved) {
+            continue;
+        }
+        adapters.emplace_back(device, &host, 0, shared);
         if (!adapters.back().HasAdapter()) {
+            uncollected.push_back(device.Id());
             adapters.pop_back();
         }
     }
     return adapters;
+}
+
+void updateModules(CAnsweringHost& host, CPniFruData& record) {
+    const Bytes before = record.GetImage();
+    bool isUpdated = false;
+    try {
+        isUpdated = UpdateInventoryStructure(
+            record, host.Events(), [&host](auto& list) { return collectAdapters(host, list); });
+    } catch (const std::exception&) {
+        // The flags stay set.
+    }
+    require(record.IsValid(), "modules come and go in a valid record");
+    require(isUpdated || record.GetImage() == before, "all of them or none");
 }
 
 Bytes replaceAddresses(CAnsweringHost& host, CPniFruData& record) {
@@ -134,8 +162,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!module.RequestPniFruData(record) || !record.IsValid()) {
         return 0;
     }
+    updateModules(host, record);
     try {
-        CheckPhysicalAddrs(record, [&host] { return collectAdapters(host); });
+        CheckPhysicalAddrs(record, [&host] {
+            std::vector<DeviceToAdaptersMapID> uncollected;
+            return collectAdapters(host, uncollected);
+        });
     } catch (const std::exception&) {
         return 0;  // ends the cycle
     }

@@ -2,13 +2,13 @@
 
 #include <optional>
 
+#include "frudata/layout.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
 constexpr std::uint8_t slotMask = 0x3F;  // as much of a slot number as a record holds
-constexpr std::uint8_t firstVersionWithCodes = 11;
 
 using Addresses = std::vector<PhysicalAddress>;
 
@@ -56,7 +56,8 @@ std::optional<std::uint32_t> slotOf(const LocalPniAdapter& adapter) {
 
 bool hasPciLocations(const CPniFruData& record) {
     std::uint8_t version = 0;
-    return record.GetRecordFormatVersion(&version) && version >= firstVersionWithCodes;
+    return record.GetRecordFormatVersion(&version) &&
+           version >= layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes;
 }
 
 // The two address lists of a module and its adapter; nothing when they cannot be compared.

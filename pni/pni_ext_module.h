@@ -70,6 +70,8 @@ class CPniExtModule final : public CExtensionModule {
     void StopUpdateThread();
     void RunUpdateCycles();
     void RunUpdateCycle(CPniFruData& copy);
+    void ApplyHotplug(CPniFruData& copy);
+    void UpdatePlatformNetworkInventoryStructure(CPniFruData& record) PNI_REQUIRES(HotplugLock);
     void UpdateIpAddresses(CPniFruData& record);
     void WriteBackWhenModified(const CPniFruData& copy);
     [[nodiscard]] bool IsHotplugPending();

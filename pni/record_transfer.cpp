@@ -83,7 +83,13 @@ bool CPniExtModule::WritePniDataOnThisMachine(const CPniFruData& record) {
     CKrcpMessage message = fruRequest(krcp::writeFru, CabinetNumber());
     krcp::setRawBytes(message, bytes);
     SendRequest(message, writeTimeout);
-    return krcp::isSuccess(krcp::status(message));
+    const std::uint32_t status = krcp::status(message);
+    if (!krcp::isSuccess(status)) {
+        PNI_TRACE(1, "\nEM_PNI              : FAILED to write PNI FRU data (KRCP status 0x%X)",
+                  status);
+        return false;
+    }
+    return true;
 }
 
 }  // namespace em_pni

@@ -2,6 +2,7 @@
 
 #include "platform/trace.h"
 #include "pni/guarded.h"
+#include "pni/hotplug_update.h"
 #include "pni/ip_update.h"
 #include "pni/physical_check.h"
 #include "pni/pni_ext_module.h"
@@ -59,6 +60,7 @@ void CPniExtModule::RunUpdateCycles() {
                       "UpdatePlatformNetworkInventory(), event not reset! Retry %d more time(s).",
                       retries);
             --retries;
+            UpdateEvent.Set();  // at once, also when this cycle began without an event
             continue;
         }
         UpdateEvent.Reset();
@@ -71,8 +73,50 @@ void CPniExtModule::RunUpdateCycles() {
 }
 
 void CPniExtModule::RunUpdateCycle(CPniFruData& copy) {
+    ApplyHotplug(copy);
     UpdateIpAddresses(copy);
     WriteBackWhenModified(copy);
+}
+
+void CPniExtModule::ApplyHotplug(CPniFruData& copy) {
+    const CRecursiveLockGuard guard(HotplugLock);
+    if (!deviceAdded_ && !deviceRemoved_) {
+        return;
+    }
+    try {
+        UpdatePlatformNetworkInventoryStructure(copy);
+    } catch (const std::exception& exception) {
+        PNI_TRACE(3,
+                  "\nEM_PNI              : CRITICAL ERROR! Exception when calling "
+                  "UpdatePlatformNetworkInventoryStructure! %s",
+                  exception.what());
+    }
+}
+
+void CPniExtModule::UpdatePlatformNetworkInventoryStructure(CPniFruData& record) {
+    PNI_TRACE(5, "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : Start.");
+    if (SwitchShutdown) {
+        PNI_TRACE(
+            1,
+            "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : ERROR! Shutdown "
+            "of SWITCH initialized.");
+        return;
+    }
+    if (!record.IsValid()) {
+        PNI_TRACE(1,
+                  "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : ERROR! Called "
+                  "with invalid parameter PniFruData.");
+        return;
+    }
+    const HotplugFlags flags{.deviceAdded = deviceAdded_, .deviceRemoved = deviceRemoved_};
+    const auto collectAdapters = [this](std::vector<DeviceToAdaptersMapID>& uncollected) {
+        return LocalPniAdapterHandle::GetLocalNetworkAdapters(*machine_, this, CabinetNumber(),
+                                                              &uncollected);
+    };
+    if (UpdateInventoryStructure(record, flags, collectAdapters)) {
+        deviceAdded_ = false;
+        deviceRemoved_ = false;
+    }
 }
 
 void CPniExtModule::UpdateIpAddresses(CPniFruData& record) {

@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "em_pni/krcp_message.h"
+#include "frudata/module_facts.h"
 #include "query/member_names.h"
-#include "query/value_names.h"
 
 namespace em_pni {
 

@@ -1,34 +1,14 @@
 #include "query/pni_data.h"
 
 #include "frudata/layout.h"
+#include "frudata/module_facts.h"
 #include "frudata/pni_fru.h"
 #include "platform/trace.h"
 #include "query/function_members.h"
+#include "query/value_names.h"
 
 namespace em_pni {
 namespace {
-
-constexpr std::uint8_t firstVersionWithCodes = 11;
-
-// The technology of a module whose record has no code for it: that of its first function.
-ModuleTechnology moduleTechnologyOf(FunctionTechnology technology) noexcept {
-    switch (technology) {
-        case FunctionTechnology::nic:
-        case FunctionTechnology::fcoe:
-        case FunctionTechnology::iscsi:
-        case FunctionTechnology::roce:
-            return ModuleTechnology::eth;
-        case FunctionTechnology::fc:
-            return ModuleTechnology::fc;
-        case FunctionTechnology::ib:
-            return ModuleTechnology::ib;
-        case FunctionTechnology::sas:
-            return ModuleTechnology::sas;
-        case FunctionTechnology::unknown:
-            break;
-    }
-    return ModuleTechnology::none;
-}
 
 // What a module's header says of the selected members. Texts and names are only looked up when they
 // are wanted.
@@ -97,26 +77,9 @@ const CMemberSelection& CPNI_Data::Selection() const noexcept {
     return filter_ != nullptr ? filter_->Selection() : everything;
 }
 
-ModuleTechnology CPNI_Data::TechnologyOf(const CRecordCursor& cursor) const {
-    using Area = layout::PNI_MODULE_AREA;
-    if (formatVersion_ >= firstVersionWithCodes) {
-        const CImageView header = cursor.ModuleHeader();
-        return header.Has(Area::moduleTypeCode, 1)
-                   ? static_cast<ModuleTechnology>(header.U8(Area::moduleTypeCode))
-                   : ModuleTechnology::none;
-    }
-    CRecordCursor ahead = cursor;
-    while (ahead.NextPort()) {
-        if (ahead.NextFunction()) {
-            return moduleTechnologyOf(ahead.Function().Technology());
-        }
-    }
-    return ModuleTechnology::none;
-}
-
 bool CPNI_Data::PassesModuleFilter(const CRecordCursor& cursor) const {
     return !IsDataFilterValid() || filter_->Technology() == ModuleTechnology::none ||
-           filter_->Technology() == TechnologyOf(cursor);
+           filter_->Technology() == moduleTechnology(cursor);
 }
 
 void CPNI_Data::GetModulesData(CAnswerWriter& answer, CRecordCursor& cursor, unsigned count) const {
@@ -138,8 +101,9 @@ void CPNI_Data::GetModulesData(CAnswerWriter& answer, CRecordCursor& cursor, uns
 
 void CPNI_Data::GetModuleData(CAnswerWriter& answer, CRecordCursor& cursor) const {
     const PNI_MODULE_AREA& module = cursor.Module();
-    const ModuleMembers members(answer, cursor.ModuleHeader(),
-                                formatVersion_ >= firstVersionWithCodes);
+    const ModuleMembers members(
+        answer, cursor.ModuleHeader(),
+        formatVersion_ >= layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes);
     if (!answer.Selects(Member::Enabled) && members.AreNone() && module.portCount == 0) {
         return;
     }

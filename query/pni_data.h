@@ -37,7 +37,6 @@ class CPNI_Data {
     // Writes nothing when nothing of the module was selected and it has no ports.
     void GetModuleData(CAnswerWriter& answer, CRecordCursor& cursor) const;
     void GetPortsData(CAnswerWriter& answer, CRecordCursor& cursor) const;
-    [[nodiscard]] ModuleTechnology TechnologyOf(const CRecordCursor& cursor) const;
     [[nodiscard]] const CMemberSelection& Selection() const noexcept;
 
     CImageView image_;

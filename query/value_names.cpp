@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 
+#include "frudata/layout.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -18,7 +19,6 @@ const char* nameIn(const std::array<const char*, N>& names, std::uint8_t code,
     return nullptr;
 }
 
-constexpr std::uint8_t firstVersionWithCodes = 11;
 constexpr std::uint8_t firstVersion = 10;
 
 }  // namespace
@@ -58,7 +58,7 @@ const char* wolBehaviorName(std::uint8_t code, std::uint8_t formatVersion) {
     if (formatVersion < firstVersion) {
         return nullptr;
     }
-    if (formatVersion < firstVersionWithCodes) {
+    if (formatVersion < layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes) {
         return nameIn(byDriver, code, complaint);
     }
     // The complaint comes for code 3 as well, although that has a word.

@@ -5,16 +5,6 @@
 
 namespace em_pni {
 
-// Technology of a whole module.
-enum class ModuleTechnology : std::uint8_t {
-    cna = 0,
-    fc = 1,
-    ib = 2,
-    eth = 3,
-    sas = 4,
-    none = 255
-};
-
 // Where a module sits: "Onboard", "Mezzanine", "PCI-AddIn".
 const char* moduleTypeName(std::uint8_t code);
 const char* moduleTechnologyName(std::uint8_t code);

@@ -17,13 +17,14 @@ class ModuleFixture : public ::testing::Test {
         network_.interfaces = sampleInterfaces();
     }
 
-    [[nodiscard]] std::unique_ptr<CPniExtModule> NewModule() {
+    [[nodiscard]] std::unique_ptr<CPniExtModule> NewModule() { return NewModule(machine_); }
+    [[nodiscard]] std::unique_ptr<CPniExtModule> NewModule(CFakeMachine& machine) {
         return std::make_unique<CPniExtModule>(
             PniPlaces{.config = {.currentDirectory = directory_.File("current"),
                                  .programDirectory = directory_.File("program"),
                                  .dataRoot = directory_.File("root")},
                       .dumpFile = directory_.File("pnidump")},
-            std::shared_ptr<CMachine>(std::shared_ptr<void>(), &machine_.Machine()));
+            std::shared_ptr<CMachine>(std::shared_ptr<void>(), &machine.Machine()));
     }
     void Configure(const std::string& cycle, const std::string& place = "current") const {
         directory_.Write(place + "/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=" + cycle + "\n");

@@ -1,0 +1,130 @@
+// Cards that come and go: a module put into a record, and the update after cards were exchanged.
+// What the host takes to answer is left out of the account.
+#include <chrono>
+
+#include "bench/records.h"
+#include "pni/hotplug_update.h"
+#include "pni/ip_update.h"
+#include "pni/physical_check.h"
+#include "tests/many_cards.h"
+
+namespace em_pni::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using test::ManyCards;
+
+// Answers from the list of a machine's interfaces and counts the time that this takes.
+class CTimedHost final : public CKrcpConnection {
+  public:
+    explicit CTimedHost(std::vector<test::HostInterface> interfaces) {
+        network_.interfaces = std::move(interfaces);
+    }
+    std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override {
+        const auto begin = Clock::now();
+        const std::uint32_t sent = host_.SendRequest(nullptr, message, timeoutMs);
+        spent_ += Clock::now() - begin;
+        return sent;
+    }
+    [[nodiscard]] Clock::duration Spent() const noexcept { return spent_; }
+
+  private:
+    test::CScriptedHost host_{{}};
+    test::CScriptedNetwork network_{host_};
+    Clock::duration spent_{};
+};
+
+// A machine full of cards, and the record of the cards that were there before.
+struct Rack {
+    ManyCards cards;
+    CFakeMachine machine;
+    CTimedHost host;
+    CPniFruData before;
+
+    Rack(unsigned count, unsigned ports, unsigned exchanged)
+        : cards{.cards = count, .ports = ports},
+          host(cards.Interfaces(2)),
+          before(cards.Record(2, exchanged)) {
+        cards.Plug(machine, 2);
+    }
+    std::vector<LocalPniAdapterHandle> Collect(std::vector<DeviceToAdaptersMapID>* uncollected) {
+        return LocalPniAdapterHandle::GetLocalNetworkAdapters(machine.Machine(), &host, 0,
+                                                              uncollected);
+    }
+};
+
+// Own time of one `step` on a fresh copy of the record per iteration.
+template <class Step>
+void measure(benchmark::State& state, Rack& rack, Step step) {
+    for (auto _ : state) {
+        CPniFruData record = rack.before;
+        const auto hostBefore = rack.host.Spent();
+        const auto begin = Clock::now();
+        if (!step(record)) {
+            state.SkipWithError("refused");
+            break;
+        }
+        const auto own = Clock::now() - begin - (rack.host.Spent() - hostBefore);
+        state.SetIterationTime(std::chrono::duration<double>(own).count());
+    }
+    state.counters[elements] = rack.cards.cards;
+}
+
+void update(benchmark::State& state, Rack& rack) {
+    measure(state, rack, [&rack](CPniFruData& record) {
+        return UpdateInventoryStructure(
+            record, {.deviceAdded = true, .deviceRemoved = true},
+            [&rack](auto& uncollected) { return rack.Collect(&uncollected); });
+    });
+}
+
+// One card of many.
+void exchangedCard(benchmark::State& state) {
+    Rack rack(moduleCount(state), 2, 1);
+    update(state, rack);
+}
+
+// All of them; more than thirty find no ids while the old ones still hold theirs.
+void exchangedCards(benchmark::State& state) {
+    Rack rack(moduleCount(state), 4, moduleCount(state));
+    update(state, rack);
+}
+
+// The same cards in the same places with other addresses, and an address for each interface.
+void exchangedAddresses(benchmark::State& state) {
+    Rack rack(moduleCount(state), 2, moduleCount(state));
+    measure(state, rack, [&rack](CPniFruData& record) {
+        CheckPhysicalAddrs(record, [&rack] { return rack.Collect(nullptr); });
+        ReplaceIpAddresses(CNetworkRequests(&rack.host, 0), record);
+        return true;
+    });
+}
+
+void insertedModule(benchmark::State& state) {
+    const auto modules = static_cast<std::uint8_t>(moduleCount(state) - 1);
+    const CPniFruData before(recordOf(modules));
+    const Bytes module = test::nicModule(40, false);
+    for (auto _ : state) {
+        CPniFruData record = before;
+        Bytes stream = module;
+        if (!record.AddPniModule(stream)) {
+            state.SkipWithError("refused");
+            break;
+        }
+    }
+    state.counters[elements] = modules + 1;
+}
+
+BENCHMARK(insertedModule)->Name("insertion")->Apply(recordSizes);
+BENCHMARK(sumOfBytes)->Name("floor of insertion")->Apply(recordSizes);
+BENCHMARK(exchangedCard)->Name("hot-plug update, one card")->Apply(recordSizes)->UseManualTime();
+BENCHMARK(exchangedCards)
+    ->Name("hot-plug update, all cards")
+    ->ArgName("modules")
+    ->Arg(3)
+    ->Arg(30)
+    ->UseManualTime();
+BENCHMARK(exchangedAddresses)->Name("addresses of all cards")->Apply(recordSizes)->UseManualTime();
+
+}  // namespace
+}  // namespace em_pni::bench

@@ -1,0 +1,57 @@
+// Records and the sizes at which they are measured.
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <cstdint>
+
+#include "bench/table.h"
+#include "frudata/image_view.h"
+#include "tests/record_builder.h"
+
+namespace em_pni::bench {
+
+using test::Bytes;
+
+inline void recordSizes(benchmark::internal::Benchmark* benchmark) {
+    benchmark->ArgName("modules")->Arg(3)->Arg(60)->Arg(255);
+}
+
+inline std::uint8_t moduleCount(const benchmark::State& state) {
+    return static_cast<std::uint8_t>(state.range(0));
+}
+
+// The MAC, manufacture and active, of a function of the record below.
+inline Bytes macOf(std::uint8_t module, std::uint8_t port) {
+    return {0x02, 0x00, 0x00, 0x00, module, port};
+}
+
+// Network cards of two ports, a function each with one IPv4 address: 232 bytes a module, so that
+// the largest record nearly uses up its 16-bit length.
+inline Bytes recordOf(std::uint8_t modules) {
+    std::vector<Bytes> areas;
+    for (std::uint8_t m = 0; m < modules; ++m) {
+        std::vector<Bytes> ports;
+        for (std::uint8_t p = 0; p < 2; ++p) {
+            Bytes addresses = test::nicAddresses(0, {192, 0, 2, m}, 0x01);
+            test::put(addresses, 0, macOf(m, p));
+            test::put(addresses, 6, macOf(m, p));
+            ports.push_back(test::port(p, p == 1, {test::function(0, true, 0, addresses)}));
+        }
+        areas.push_back(test::module(m % 64, m + 1 == modules, 3, ports));
+    }
+    return test::recordImage(12, areas);
+}
+
+// The floor of all that has to look at each byte of a record: their sum, as fast as this project
+// has it.
+inline void sumOfBytes(benchmark::State& state) {
+    const Bytes image = recordOf(moduleCount(state));
+    for (auto _ : state) {
+        CImageView view(image.data(), image.size());
+        benchmark::DoNotOptimize(view);
+        benchmark::DoNotOptimize(view.Sum(0, image.size()));
+    }
+    state.SetLabel("sum of bytes");
+}
+
+}  // namespace em_pni::bench

@@ -1,0 +1,246 @@
+#include "pni/hotplug_update.h"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <optional>
+
+#include "frudata/address_index.h"
+#include "frudata/layout.h"
+#include "platform/trace.h"
+
+namespace em_pni {
+namespace {
+
+constexpr const char* self = "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : ";
+// The words for a module's place and technology begin behind this many bytes of its header.
+constexpr std::size_t tooShortHeader = 10;
+
+using Addresses = std::vector<PhysicalAddress>;
+
+Addresses usableAddresses(const LocalPniAdapter& adapter) {
+    Addresses addresses = adapter.GetFuncPhysicalAddress();
+    std::erase_if(addresses, [](const PhysicalAddress& address) {
+        return address.kind == PhysicalAddress::Kind::mac ? !isUsableMac(address.mac)
+                                                          : address.wwpn == 0;
+    });
+    return addresses;
+}
+
+DeviceToAdaptersMapID deviceOf(std::uint32_t pciAddress) noexcept {
+    return {.segment = static_cast<std::uint16_t>(pciAddress >> 16U),
+            .bus = static_cast<std::uint8_t>(pciAddress >> 8U),
+            .device = static_cast<std::uint8_t>(pciAddress >> 3U & 0x1FU)};
+}
+
+const char* nameOf(ModuleType type) noexcept {
+    switch (type) {
+        case ModuleType::onboard:
+            return "Onboard";
+        case ModuleType::mezzanine:
+            return "Mezzanine";
+        case ModuleType::pciAddIn:
+            return "PCI Add-In";
+        default:
+            return "Unknown";
+    }
+}
+
+bool isTracked(ModuleTechnology technology) noexcept {
+    return technology == ModuleTechnology::eth || technology == ModuleTechnology::fc;
+}
+
+// An adapter's modules are written with codes; a record with texts instead would be misread.
+bool canHoldNewModules(const CPniFruData& record) {
+    std::uint8_t version = 0;
+    return record.GetRecordFormatVersion(&version) &&
+           version >= layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes;
+}
+
+class CHotplugUpdate {
+  public:
+    CHotplugUpdate(const CPniFruData& record, const HotplugFlags& flags)
+        : flags_(flags), owners_(record), copy_(record) {}
+
+    // The record as it should be; only good when both steps below have succeeded.
+    [[nodiscard]] const CPniFruData& Result() const noexcept { return copy_; }
+
+    void TrackModules();
+    // Each answers false when a change is refused, which ends the update.
+    bool AddNewAdapters(const HotplugAdapterSource& collectAdapters);
+    bool RemoveUnseenModules();
+
+  private:
+    bool HandleAdapter(const LocalPniAdapterHandle& handle);
+    bool AddAdapter(const LocalPniAdapter& adapter);
+    [[nodiscard]] bool IsPresent(const Addresses& addresses);
+    [[nodiscard]] std::optional<ModuleFacts> ReadModule(std::uint8_t current) const;
+    [[nodiscard]] bool IsRemovable(std::uint8_t index, std::uint8_t current) const;
+    [[nodiscard]] bool IsDeviceThere(const ModuleFacts& module) const;
+
+    const HotplugFlags flags_;
+    const CModuleAddressIndex owners_;  // of the record as it was
+    CPniFruData copy_;
+    // By position in the record as it was: whether the module's adapter has been seen.
+    std::map<std::uint8_t, bool> seen_;
+    // Devices that are there, but nobody knows which module is theirs.
+    std::vector<DeviceToAdaptersMapID> unidentified_;
+};
+
+void CHotplugUpdate::TrackModules() {
+    copy_.VisitModules([this](const ModuleFacts& module, const Addresses& addresses) {
+        if (addresses.empty()) {
+            PNI_TRACE(3, "%sWarning - no physical address on module %u, ignoring...", self,
+                      module.index);
+        } else if (!isTracked(module.technology)) {
+            PNI_TRACE(5, "%sModule %u technology type not supported for hot-plug : %u", self,
+                      module.index, static_cast<unsigned>(module.technology));
+        } else {
+            PNI_TRACE(5, "%sAdd module %u to check map.", self, module.index);
+            seen_[module.index] = false;
+        }
+    });
+    PNI_TRACE(5, "%sTrack changes in %u modules.", self, static_cast<unsigned>(seen_.size()));
+}
+
+bool CHotplugUpdate::AddNewAdapters(const HotplugAdapterSource& collectAdapters) {
+    const std::vector<LocalPniAdapterHandle> adapters = collectAdapters(unidentified_);
+    return std::all_of(
+        adapters.begin(), adapters.end(),
+        [this](const LocalPniAdapterHandle& handle) { return HandleAdapter(handle); });
+}
+
+bool CHotplugUpdate::HandleAdapter(const LocalPniAdapterHandle& handle) {
+    LocalPniAdapter& adapter = handle.Get();
+    if (!adapter.IsValid()) {
+        adapter.Collect();
+        if (!adapter.IsValid()) {
+            PNI_TRACE(2, "%sWARNING! Adapter not valid.", self);
+            unidentified_.push_back(handle.DeviceId());
+            return true;
+        }
+    }
+    const Addresses addresses = usableAddresses(adapter);
+    if (addresses.empty()) {
+        PNI_TRACE(4, "%sAdapter does not have valid MAC - ignore..", self);
+        unidentified_.push_back(handle.DeviceId());
+        return true;
+    }
+    if (IsPresent(addresses)) {
+        PNI_TRACE(5, "%sModule present, continue...", self);
+        return true;
+    }
+    if (adapter.GetLocalPniModuleArea().GetModuleType() != LocalPniModuleArea::pciAddIn ||
+        !canHoldNewModules(copy_)) {
+        PNI_TRACE(5, "%sAdditional module not supported in hot-plug, continue...", self);
+        return true;
+    }
+    if (!flags_.deviceAdded) {
+        PNI_TRACE(1,
+                  "\nEM_PNI : UpdatePlatformNetworkInventoryStructure : WARNING ! Module ADD when "
+                  "no proper hot-plug flag set!");
+        return true;
+    }
+    return AddAdapter(adapter);
+}
+
+// Marks the module that owns one of the addresses.
+bool CHotplugUpdate::IsPresent(const Addresses& addresses) {
+    for (const PhysicalAddress& address : addresses) {
+        if (const auto [isFound, module] = owners_.Find(address); isFound) {
+            seen_.at(module) = true;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CHotplugUpdate::AddAdapter(const LocalPniAdapter& adapter) {
+    PNI_TRACE(5, "%sModule not found, addding...", self);
+    std::vector<std::uint8_t> stream;
+    try {
+        stream = adapter.ToPniFruDataStreamModule();
+    } catch (const std::runtime_error& error) {
+        PNI_TRACE(2, "%sAdapter cannot be written as a module, ignoring... %s", self, error.what());
+        return true;
+    }
+    if (!copy_.AddPniModule(stream)) {
+        PNI_TRACE(5, "%sERROR! Could not add new module.", self);
+        return false;
+    }
+    PNI_TRACE(5, "%sSuccessfully added a new module to PNI structure.", self);
+    return true;
+}
+
+bool CHotplugUpdate::RemoveUnseenModules() {
+    std::uint8_t removed = 0;
+    for (const auto& [index, isSeen] : seen_) {
+        const auto current = static_cast<std::uint8_t>(index - removed);
+        if (isSeen || !IsRemovable(index, current)) {
+            continue;
+        }
+        PNI_TRACE(5, "%sRemove module %u.", self, index);
+        if (!copy_.RemoveModule(current)) {
+            PNI_TRACE(5, "%sERROR! Could not remove module.", self);
+            return false;
+        }
+        ++removed;
+    }
+    return true;
+}
+
+std::optional<ModuleFacts> CHotplugUpdate::ReadModule(std::uint8_t current) const {
+    try {
+        const ModuleFacts module = copy_.GetModuleFacts(current);
+        return module.headerSize > tooShortHeader ? std::optional(module) : std::nullopt;
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+}
+
+bool CHotplugUpdate::IsRemovable(std::uint8_t index, std::uint8_t current) const {
+    const auto module = ReadModule(current);
+    if (!module) {
+        PNI_TRACE(2, "%sWarning - could not retrieve module %u area, ignoring...", self, index);
+        return false;
+    }
+    if (module->type != ModuleType::pciAddIn || module->moduleId == 0) {
+        PNI_TRACE(5, "%sModule %u type not supported for hot-unplug : %s (location id - %u)", self,
+                  index, nameOf(module->type), module->moduleId);
+        return false;
+    }
+    if (!flags_.deviceRemoved) {
+        PNI_TRACE(1,
+                  "\nEM_PNI : UpdatePlatformNetworkInventoryStructure : WARNING ! Module REMOVE "
+                  "when no proper hot-plug flag set!");
+        return false;
+    }
+    if (IsDeviceThere(*module)) {
+        PNI_TRACE(2, "%sModule %u stays, its device is there but could not be identified.", self,
+                  index);
+        return false;
+    }
+    return true;
+}
+
+// A device whose driver is not loaded, or about which the host did not answer, has not gone.
+bool CHotplugUpdate::IsDeviceThere(const ModuleFacts& module) const {
+    return module.pciAddress && std::find(unidentified_.begin(), unidentified_.end(),
+                                          deviceOf(*module.pciAddress)) != unidentified_.end();
+}
+
+}  // namespace
+
+bool UpdateInventoryStructure(CPniFruData& record, const HotplugFlags& flags,
+                              const HotplugAdapterSource& collectAdapters) {
+    CHotplugUpdate update(record, flags);
+    update.TrackModules();
+    if (!update.AddNewAdapters(collectAdapters) || !update.RemoveUnseenModules()) {
+        return false;
+    }
+    PNI_TRACE(5, "%sDone.", self);
+    record = update.Result();
+    return true;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,260 @@
+// Cards plugged into and pulled from a machine whose record the module keeps.
+#include <gtest/gtest.h>
+#include <numeric>
+
+#include "frudata/pni_fru.h"
+#include "tests/many_cards.h"
+#include "tests/module_fixture.h"
+
+namespace em_pni::test {
+namespace {
+
+class HotplugTest : public ModuleFixture {
+  protected:
+    HotplugTest() : ModuleFixture(5) {
+        std::string tables = smbiosSlot(3, {0, 3, 0, 0}) + smbiosSlot(4, {0, 4, 0, 0});
+        for (unsigned slot = 5; slot < 9; ++slot) {
+            tables += smbiosSlot(static_cast<std::uint16_t>(slot),
+                                 {0, static_cast<std::uint8_t>(0x10 + slot), 0, 0});
+        }
+        machine_.File("sys/firmware/dmi/tables/DMI", tables);
+        module_.Start(&host_, 0);
+    }
+
+    static constexpr const char* added = "0";
+    static constexpr const char* changed = "1";
+    static constexpr const char* removed = "2";
+
+    static void Send(CPniExtModule& module, const std::string& action) {
+        CKrcpMessage event =
+            parsedMessage(R"({"SIP":{"CMD":[{"OC":5150,"ST":255,"DA":)" + action + "}]}}");
+        module.ModuleReply(event);
+    }
+    // Exactly one cycle on the controller's record after these events; how many writes it took.
+    int Cycle(const std::vector<std::string>& actions) {
+        for (const std::string& action : actions) {
+            Send(module_, action);
+        }
+        const int before = host_.Count(krcp::writeFru);
+        module_.OnSwitchStarted();
+        module_.Stop();
+        EXPECT_EQ(pniValidateFru(host_.Image().data(), host_.Image().size()), PNI_SUCCESS);
+        return host_.Count(krcp::writeFru) - before;
+    }
+    // One-port Ethernet cards in slots behind those of the sample machine.
+    static std::string Function(unsigned slot) {
+        const std::string digit = std::to_string(slot);
+        return "pci0000:00/0000:00:1" + digit + ".0/0000:1" + digit + ":00.0";
+    }
+    void Plug(unsigned slot, std::uint8_t number) {
+        machine_.Pci(Function(slot), 0x8086, 0x1572, 0x0200, "i40e");
+        machine_.Net(Function(slot), "ens" + std::to_string(slot),
+                     fakeInterface(sampleMac(9, number), static_cast<int>(10 + slot)));
+    }
+    void Pull(unsigned slot) {
+        machine_.Remove("sys/class/net/ens" + std::to_string(slot));
+        Remove(Function(slot));
+    }
+    void Remove(const std::string& function) {
+        machine_.Remove("sys/devices/" + function);
+        machine_.Remove("sys/bus/pci/devices/" + function.substr(function.rfind('/') + 1));
+    }
+    static constexpr const char* sampleCard = "pci0000:00/0000:00:01.0/0000:03:00.";
+    void UnloadSampleDriver() {
+        machine_.Remove("sys/class/net/ens3f0");
+        machine_.Remove("sys/class/net/ens3f1");
+    }
+    void PullSampleCard() {
+        UnloadSampleDriver();
+        Remove(std::string(sampleCard) + "0");
+        Remove(std::string(sampleCard) + "1");
+    }
+    void PlugSampleCard() {
+        for (const int port : {0, 1}) {
+            const std::string function = sampleCard + std::to_string(port);
+            Remove(function);
+            machine_.Pci(function, 0x8086, 0x1572, 0x0200, "i40e");
+            machine_.Net(
+                function, "ens3f" + std::to_string(port),
+                fakeInterface(sampleMac(3, static_cast<std::uint8_t>(port + 1)), 3 + port));
+        }
+    }
+    [[nodiscard]] CPniFruData Record() { return CPniFruData(host_.Image()); }
+    [[nodiscard]] Bytes Ids() { return Record().GetModuleIds(); }
+};
+
+TEST_F(HotplugTest, CardsComeAndGoAndNothingElseIsTouched) {
+    for (const unsigned slot : {5U, 6U, 7U}) {
+        Plug(slot, static_cast<std::uint8_t>(slot));
+    }
+    EXPECT_EQ(Cycle({}), 0) << "nobody has reported them";
+    EXPECT_EQ(Cycle({removed}), 0);
+    EXPECT_TRUE(trace_.Has("WARNING ! Module ADD when no proper hot-plug flag set!"));
+    EXPECT_EQ(Cycle({added}), 1);
+    ASSERT_EQ(Ids(), (Bytes{0, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<Bytes>{sampleMac(9, 6)});
+    EXPECT_EQ(Cycle({changed}), 0) << "nothing is new";
+    EXPECT_EQ(Cycle({}), 0);
+
+    const Bytes all = host_.Image();
+    PullSampleCard();
+    Pull(5);
+    Pull(6);
+    EXPECT_EQ(Cycle({added}), 0);
+    EXPECT_TRUE(trace_.Has("WARNING ! Module REMOVE when no proper hot-plug flag set!"));
+    EXPECT_EQ(Cycle({removed}), 1);
+    EXPECT_EQ(Ids(), (Bytes{0, 4, 7})) << "before, between and behind the pulled ones";
+    EXPECT_TRUE(trace_.Has("Remove module 4."));
+    Pull(7);
+    EXPECT_EQ(Cycle({removed}), 1);
+    PlugSampleCard();
+    EXPECT_EQ(Cycle({removed, added}), 1) << "one comes back, and goes to the end";
+    EXPECT_EQ(Ids(), (Bytes{0, 4, 3}));
+    EXPECT_EQ(host_.Image().size(), all.size()) << "never shorter than it was read";
+}
+
+TEST_F(HotplugTest, PluggedAndPulledAgainLeavesTheFirstBytes) {
+    Plug(5, 1);
+    EXPECT_EQ(Cycle({added}), 1);
+    EXPECT_NE(host_.Image(), original_);
+    Pull(5);
+    EXPECT_EQ(Cycle({removed}), 1);
+    EXPECT_EQ(host_.Image(), original_);
+    Plug(5, 1);
+    Pull(5);
+    EXPECT_EQ(Cycle({added, removed}), 0) << "in quick succession";
+}
+
+TEST_F(HotplugTest, AnExchangedCardGetsTheNextIdWhileTheOldOneStillHoldsItsOwn) {
+    Plug(5, 1);
+    Plug(6, 2);
+    Cycle({added});
+    Pull(5);
+    Plug(5, 3);
+    EXPECT_EQ(Cycle({removed, added}), 1);
+    EXPECT_EQ(Ids(), (Bytes{0, 3, 4, 6, 7}));
+    EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<Bytes>{sampleMac(9, 3)});
+    EXPECT_EQ(Cycle({removed, added}), 0);
+}
+
+TEST_F(HotplugTest, OnlyAddInCardsComeAndGo) {
+    machine_.Pci("pci0000:00/0000:00:05.0", 0x8086, 0x1521, 0x0200, "igb");
+    machine_.Net("pci0000:00/0000:00:05.0", "eno9", fakeInterface(sampleMac(9, 9), 9));
+    EXPECT_EQ(Cycle({added}), 0);
+    EXPECT_TRUE(trace_.Has("Additional module not supported in hot-plug, continue..."));
+    for (const char* port : {"0", "1"}) {
+        machine_.Remove(std::string("sys/class/net/eno") + port);
+        Remove(std::string("pci0000:00/0000:00:03.") + port);
+    }
+    EXPECT_EQ(Cycle({removed}), 0);
+    EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
+    EXPECT_TRUE(
+        trace_.Has("Module 0 type not supported for hot-unplug : Onboard (location id - 0)"));
+}
+
+TEST_F(HotplugTest, ACardThatIsThereButDoesNotTellItsAddressesStays) {
+    UnloadSampleDriver();
+    Cycle({removed});
+    EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
+    EXPECT_TRUE(trace_.Has("Adapter does not have valid MAC - ignore.."));
+    PlugSampleCard();
+    host_.OnStatus(krcp::macAddress, krcp::NO_DATA);  // no Ethernet adapter can be collected
+    Cycle({removed});
+    EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
+    EXPECT_TRUE(trace_.Has("Module 1 stays, its device is there but could not be identified."));
+}
+
+TEST_F(HotplugTest, ARefusedChangeLeavesRecordAndFlags) {
+    // The second module is of a technology that is not tracked.
+    const CPniFruData record(original_);
+    Bytes image = original_;
+    image[record.Read([&record](auto bytes) {
+        return static_cast<std::size_t>(record.FindPniModuleArea(1, true) - bytes.data()) + 22;
+    })] = 2;
+    fixChecksums(image);
+    host_.On(krcp::readFru, [&image](CKrcpMessage& message) {
+        krcp::setRawBytes(message, image);
+        krcp::setStatus(message, krcp::SUCCESS);
+    });
+    Plug(5, 1);
+    EXPECT_EQ(Cycle({added}), 0);
+    EXPECT_TRUE(
+        trace_.Has("CRITICAL ERROR! Exception when calling "
+                   "UpdatePlatformNetworkInventoryStructure! map::at"));
+    EXPECT_TRUE(trace_.Has("event not reset! Retry 2 more time(s)."));
+    // The flag has stayed: without another event the card is added once that is possible.
+    image = original_;
+    EXPECT_EQ(Cycle({}), 1);
+    EXPECT_EQ(Ids(), (Bytes{0, 3, 4, 5}));
+}
+
+TEST_F(HotplugTest, AWriteThatIsTooLongIsTriedAgainWithoutGrowing) {
+    module_.OnSwitchStarted();
+    ASSERT_TRUE(soon([&] { return trace_.Has("... PNI update done"); }));
+    std::vector<std::size_t> sizes;
+    host_.On(krcp::writeFru, [&sizes](CKrcpMessage& message) {
+        Bytes bytes;
+        krcp::copyRawBytes(message, bytes);
+        sizes.push_back(bytes.size());
+        krcp::setStatus(message, krcp::SET_STRING_TOOLONG);
+    });
+    Plug(5, 1);
+    for (std::size_t i = 1; i <= 3; ++i) {
+        CKrcpMessage event =
+            parsedMessage(i == 1 ? R"({"SIP":{"CMD":[{"OC":5150,"ST":255,"DA":0}]}})"
+                                 : R"({"SIP":{"CMD":[{"OC":5903,"ST":255}]}})");
+        module_.ModuleReply(event);
+        ASSERT_TRUE(soon([&] {
+            return host_.Count(krcp::writeFru) == static_cast<int>(i) &&
+                   trace_.Count("... PNI update done") >= static_cast<int>(i) + 1;
+        }));
+    }
+    module_.Stop();
+    EXPECT_EQ(sizes, (std::vector<std::size_t>(3, sizes[0])));
+    EXPECT_EQ(host_.Image(), original_);
+    EXPECT_TRUE(trace_.Has("FAILED to write PNI FRU data (KRCP status 0xA)"));
+}
+
+// A module for each new card and none for an old one; `ids` are those of the new modules.
+void expectReplaced(const Bytes& image, const ManyCards& rack, const Bytes& ids) {
+    const CPniFruData record(image);
+    ASSERT_EQ(record.GetModuleIds(), ids);
+    for (unsigned card = 1; card <= rack.cards; ++card) {
+        std::vector<Bytes> macs;
+        for (unsigned p = 0; p < rack.ports; ++p) {
+            macs.push_back(ManyCards::Mac(2, card, p));
+        }
+        EXPECT_EQ(record.GetModuleMacAddresses(static_cast<std::uint8_t>(card - 1)), macs) << card;
+    }
+}
+
+class ManyCardsTest : public HotplugTest, public testing::WithParamInterface<unsigned> {};
+
+// Thirty cards get ids behind those of the old ones, which go. For sixty there are not enough ids,
+// so the old modules stay and get the new cards' addresses, as they sit in the same places.
+TEST_P(ManyCardsTest, AllAreReplacedAtOnce) {
+    const ManyCards rack{.cards = GetParam(), .ports = 4};
+    CFakeMachine machine;
+    rack.Plug(machine, 2);
+    CScriptedHost host(rack.Record(1));
+    CScriptedNetwork network(host);
+    network.interfaces = rack.Interfaces(2);
+    const auto module = NewModule(machine);
+    module->Start(&host, 0);
+    for (const char* action : {removed, added}) {
+        Send(*module, action);
+    }
+    module->OnSwitchStarted();
+    ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
+    module->Stop();
+    EXPECT_LE(host.Count(krcp::macAddress), 3 * 2 * static_cast<int>(network.interfaces.size()))
+        << "not the product of cards and interfaces";
+    Bytes ids(rack.cards);
+    std::iota(ids.begin(), ids.end(), rack.cards == 30 ? 31 : 1);
+    expectReplaced(host.Image(), rack, ids);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hotplug, ManyCardsTest, testing::Values(30U, 60U));
+
+}  // namespace
+}  // namespace em_pni::test
