@@ -32,6 +32,11 @@ if(EM_PNI_SANITIZE)
     target_link_options(pni_build INTERFACE -fsanitize=${EM_PNI_SANITIZE})
 endif()
 
+# The fuzzer follows the branches of all code, not only those of its targets.
+if(EM_PNI_FUZZ)
+    target_compile_options(pni_build INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # RapidJSON as a system header: its own warnings are not ours.
 add_library(pni_rapidjson INTERFACE)
 target_include_directories(pni_rapidjson SYSTEM INTERFACE ${RAPIDJSON_INCLUDE_DIR})

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <string>
 
+#include "fuzz/fuzz_input.h"
 #include "pni/pni_ext_module.h"
 
 using namespace em_pni;
@@ -37,6 +38,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         message.document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
         module.ModuleReply(message);
         module.ModuleRequest(message);
+        em_pni::fuzz::require(krcp::findCommand(message, index) == nullptr ||
+                                  krcp::status(message) <= krcp::OBJ_WRITEONLY,
+                              "a request gets a status of its own");
     }
     return 0;
 }

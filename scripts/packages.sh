@@ -26,3 +26,5 @@ build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)
 # What the benchmarks need besides.
 bench_packages=(libbenchmark-dev)
+# What fuzzing needs besides: stacks of findings by name and line.
+fuzz_packages=(llvm-14)

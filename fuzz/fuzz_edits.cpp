@@ -1,0 +1,323 @@
+// Any sequence of changes to a record: a valid record stays valid, a change that is refused changes
+// nothing, and no change touches what it is not about.
+//
+// Input: how many bytes of script (bit 7: the record is made of the rest; else the rest is the
+// image), the script, the rest.
+#include <algorithm>
+#include <stdexcept>
+
+#include "frudata/pni_fru.h"
+#include "frudata/pni_fru_data.h"
+#include "frudata/record_cursor.h"
+#include "fuzz/record_mutator.h"
+#include "fuzz/record_shape.h"
+
+using namespace em_pni;
+using namespace em_pni::fuzz;
+
+namespace {
+
+constexpr unsigned scriptMask = 0x3F;
+constexpr std::uint8_t buildBit = 0x80;
+constexpr unsigned maxEdits = 8;
+
+// A record cut into what a change may and may not touch. Counts, lengths, checksums and the end
+// marks of modules follow from the rest and are blanked.
+struct CutRecord {
+    Bytes front;  // up to the first module
+    std::vector<Bytes> modules;
+    Bytes padding;         // from the last module to the end of the record
+    Bytes behind;          // the rest of the image
+    bool isWhole = false;  // valid, and the modules end where the record does or before
+
+    explicit CutRecord(const Bytes& image) {
+        const CImageView view(image.data(), image.size());
+        RecordFrame frame;
+        if (pniValidateFru(image.data(), image.size()) != PNI_SUCCESS ||
+            locateFrame(view, frame) != FrameFault::none) {
+            return;
+        }
+        const auto part = [&view](std::size_t begin, std::size_t end) {
+            const auto bytes = view.Inside(begin, end - begin);
+            return Bytes(bytes.begin(), bytes.end());
+        };
+        std::vector<std::size_t> begins;
+        CRecordCursor cursor(view, frame);
+        while (cursor.NextModule()) {
+            begins.push_back(cursor.Module().offset);
+        }
+        begins.push_back(cursor.NextOffset());
+        for (std::size_t i = 0; i + 1 < begins.size(); ++i) {
+            Bytes& module = modules.emplace_back(part(begins[i], begins[i + 1]));
+            if (!module.empty()) {
+                module.front() &= 0x7F;
+            }
+        }
+        front = part(0, begins.front());
+        for (const std::size_t place : {frame.internalUseArea + 3, frame.internalUseArea + 7,
+                                        frame.multirecordHeader + 2, frame.multirecordHeader + 3,
+                                        frame.multirecordHeader + 4, frame.multirecordHeader + 5}) {
+            front[place] = 0;
+        }
+        const std::size_t end = frame.commonArea + std::size_t{frame.recordLength};
+        isWhole = begins.back() <= end;
+        if (isWhole) {
+            padding = part(begins.back(), end);
+            behind = part(end, view.Size());
+        }
+    }
+
+    // Same parts, but for the modules.
+    void RequireSameFrame(const CutRecord& other) const {
+        require(front == other.front, "what stands before the modules stays");
+        require(padding == other.padding, "the padding of the record stays");
+        require(behind == other.behind, "what stands behind the record stays");
+        require(modules.size() == other.modules.size(), "so does the number of modules");
+    }
+};
+
+AddressBytes takeMac(CFuzzInput& script, const CPniFruData& record) {
+    const auto macs = record.GetActiveMacAddresses();
+    const unsigned choice = script.Byte();
+    return choice < 200 && !macs.empty() ? macs[choice % macs.size()]
+                                         : script.Take(choice % 2 == 0 ? 6 : script.Below(12));
+}
+
+class CEditing {
+  public:
+    CEditing(Bytes image, CFuzzInput& script) : record_(std::move(image)), script_(script) {}
+
+    void Run() {
+        for (unsigned i = 0; i < maxEdits && !script_.IsEmpty(); ++i) {
+            const Bytes image = record_.GetImage();
+            const CutRecord before(image);
+            const bool wasValid = record_.IsValid();
+            (this->*edits[script_.Below(std::size(edits))])(before);
+            require(!wasValid || record_.IsValid(), "a valid record stays valid");
+            require(isDone_ || record_.GetImage() == image, "what is refused changes nothing");
+        }
+    }
+
+  private:
+    using Edit = void (CEditing::*)(const CutRecord& before);
+
+    [[nodiscard]] CutRecord Now() const { return CutRecord(record_.GetImage()); }
+
+    void SetIpv4(const CutRecord& before) {
+        const AddressBytes address = script_.Take(4);
+        isDone_ = record_.AssignIpv4Address(takeMac(script_, record_), address);
+        CheckIpChange(before, address);
+    }
+
+    void SetIpv6(const CutRecord& before) {
+        const AddressBytes address = script_.Take(16);
+        const std::size_t slot = script_.Below(18);
+        isDone_ = record_.AssignIpv6Address(takeMac(script_, record_), address, slot);
+        CheckIpChange(before, address);
+    }
+
+    void CheckIpChange(const CutRecord& before, const AddressBytes& address) const {
+        if (!before.isWhole || !isDone_) {
+            return;
+        }
+        const CutRecord now = Now();
+        now.RequireSameFrame(before);
+        unsigned changed = 0;
+        for (std::size_t i = 0; i < now.modules.size(); ++i) {
+            const Bytes& module = now.modules[i];
+            const std::size_t grown = module.size() - before.modules[i].size();
+            require(grown == 0 || grown == address.size(), "a module grows by one address");
+            if (module != before.modules[i]) {
+                ++changed;
+                require(std::search(module.begin(), module.end(), address.begin(), address.end()) !=
+                            module.end(),
+                        "the address is stored");
+            }
+        }
+        require(changed <= 1, "one module changes");
+    }
+
+    void SetMacs(const CutRecord& before) {
+        std::vector<AddressBytes> macs(script_.Below(4));
+        for (AddressBytes& mac : macs) {
+            mac = takeMac(script_, record_);
+        }
+        const std::uint8_t module = script_.Byte() & 0x0FU;
+        isDone_ = record_.AssignMacAddresses(macs, module);
+        CheckAddressChange(before, module);
+    }
+
+    void SetNames(const CutRecord& before) {
+        std::vector<PhysicalAddress> names(script_.Below(4));
+        for (PhysicalAddress& name : names) {
+            name.wwpn = script_.Byte() * 0x0101010101010101U;
+            name.wwnn = script_.Byte();
+        }
+        const std::uint8_t module = script_.Byte() & 0x0FU;
+        isDone_ = record_.AssignWwnAddresses(names, module);
+        CheckAddressChange(before, module);
+    }
+
+    void CheckAddressChange(const CutRecord& before, std::uint8_t module) const {
+        if (!before.isWhole || !isDone_) {
+            return;
+        }
+        const CutRecord now = Now();
+        now.RequireSameFrame(before);
+        for (std::size_t i = 0; i < now.modules.size(); ++i) {
+            require(now.modules[i].size() == before.modules[i].size(), "no module grows");
+            require(i == module || now.modules[i] == before.modules[i], "the others stay");
+        }
+    }
+
+    void ClearIps(const CutRecord& before) {
+        isDone_ = record_.ClearIpAddresses();
+        const Bytes cleared = record_.GetImage();
+        record_.ClearIpAddresses();
+        require(record_.GetImage() == cleared, "nothing is left to clear");
+        if (before.isWhole) {
+            const CutRecord now = Now();
+            now.RequireSameFrame(before);
+            for (std::size_t i = 0; i < now.modules.size(); ++i) {
+                require(now.modules[i].size() <= before.modules[i].size(), "no module grows");
+            }
+        }
+    }
+
+    // As each cycle of the update thread does it.
+    void AssignAnew(const CutRecord& /*before*/) {
+        struct Interface {
+            AddressBytes mac, ipv4, ipv6;
+        };
+        std::vector<Interface> interfaces(script_.Below(4));
+        for (Interface& one : interfaces) {
+            one = {takeMac(script_, record_), script_.Take(4), script_.Take(16)};
+        }
+        const auto assign = [&] {
+            record_.ClearIpAddresses();
+            for (const Interface& one : interfaces) {
+                record_.AssignIpv4Address(one.mac, one.ipv4);
+                record_.AssignIpv6Address(one.mac, one.ipv6, 0);
+                record_.AssignIpv6Address(one.mac, one.ipv6, 1);
+            }
+            return record_.GetImage();
+        };
+        const Bytes once = assign();
+        require(assign() == once, "the same addresses lead to the same bytes");
+        isDone_ = true;
+    }
+
+    void AddModule(const CutRecord& before) {
+        std::uint8_t version = 12;
+        (void)record_.GetRecordFormatVersion(&version);
+        Bytes stream = script_.Below(8) == 0
+                           ? script_.Take(script_.Below(40))
+                           : buildModule(script_, version, script_.Below(64), false);
+        const Bytes asked = stream;
+        isDone_ = record_.AddPniModule(stream);
+        if (before.isWhole && !asked.empty() && (asked.front() & 0x3F) == 0) {
+            require(!isDone_, "no onboard adapter is added");
+            record_.Lock().EndWrite();
+        }
+        if (!isDone_) {
+            return;
+        }
+        CutRecord now = Now();
+        stream.front() &= 0x7F;
+        require(before.isWhole && now.isWhole, "only a whole record grows");
+        require(now.modules.back() == stream, "the module is the stream");
+        require(now.behind.empty(), "what stands behind the record is cut off");
+        now.modules.pop_back();
+        now.behind = before.behind;
+        now.RequireSameFrame(before);
+        require(now.modules == before.modules, "the others stay");
+        TakeOutAgain(before);
+    }
+
+    // A copy, so that the record goes on with the module.
+    void TakeOutAgain(const CutRecord& before) const {
+        CPniFruData copy(record_);
+        const auto ids = copy.GetModuleIds();
+        if (ids.back() == 0) {
+            return;  // onboard by its id, which has wrapped
+        }
+        require(copy.RemoveModule(static_cast<std::uint8_t>(ids.size() - 1)), "it comes out");
+        const CutRecord now(copy.GetImage());
+        require(now.isWhole && now.front == before.front && now.modules == before.modules &&
+                    now.padding == before.padding && now.behind.empty(),
+                "put in and taken out is as before");
+    }
+
+    void RemoveModule(const CutRecord& before) {
+        const std::uint8_t index = script_.Byte() & 0x0FU;
+        try {
+            isDone_ = record_.RemoveModule(index);
+        } catch (const std::logic_error&) {
+            isDone_ = false;
+            require(record_.GetModuleIds().at(index) == 0, "only onboard modules must stay");
+        }
+        if (!before.isWhole || !isDone_) {
+            return;
+        }
+        const CutRecord now = Now();
+        std::vector<Bytes> others = before.modules;
+        others.erase(others.begin() + index);
+        require(now.isWhole && now.front == before.front && now.modules == others &&
+                    now.padding == before.padding && now.behind == before.behind,
+                "all but the module stays");
+    }
+
+    // Repairs what is whole: nothing to do.
+    void Repair(const CutRecord& before) {
+        isDone_ = !before.isWhole;
+        try {
+            record_.UpdateInternalUseAreaChecksum();
+            record_.UpdateEndOfListBit();
+            record_.UpdateOemPniRecordChecksum();
+        } catch (const std::runtime_error&) {
+            require(!before.isWhole, "a whole record has all its modules");
+        }
+    }
+
+    void Crop(const CutRecord& before) {
+        isDone_ = before.isWhole;
+        if (isDone_) {
+            record_.CropToValidSize();
+            require(Now().behind.empty(), "nothing stands behind a cropped record");
+        }
+    }
+
+    static constexpr Edit edits[] = {
+        &CEditing::SetIpv4,  &CEditing::SetIpv6,    &CEditing::SetMacs,   &CEditing::SetNames,
+        &CEditing::ClearIps, &CEditing::AssignAnew, &CEditing::AddModule, &CEditing::RemoveModule,
+        &CEditing::Repair,   &CEditing::Crop,
+    };
+
+    CPniFruData record_;
+    CFuzzInput& script_;
+    bool isDone_ = false;
+};
+
+}  // namespace
+
+std::size_t em_pni::fuzz::imageOffset(std::span<const std::uint8_t> input) {
+    return input.empty() || (input.front() & buildBit) != 0
+               ? input.size()
+               : 1 + std::size_t{input.front() & scriptMask};
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    CFuzzInput input({data, size});
+    const std::uint8_t head = input.Byte();
+    const Bytes script = input.Take(head & scriptMask);
+    Bytes image;
+    if ((head & buildBit) != 0) {
+        image = buildRecord(input);
+        require(pniValidateFru(image.data(), image.size()) == PNI_SUCCESS, "it is built valid");
+    } else {
+        image = input.TakeRest();
+    }
+    CFuzzInput edits(script);
+    CEditing(std::move(image), edits).Run();
+    return 0;
+}

@@ -1,0 +1,85 @@
+// Any bytes as the firmware's memory: entry points, SMBIOS structures, the interrupt routing table,
+// and what a PCI function's configuration space begins with.
+#include "devscan/pci_routing.h"
+#include "devscan/pci_text.h"
+#include "devscan/smbios.h"
+#include "fuzz/fuzz_input.h"
+
+using namespace em_pni;
+using namespace em_pni::fuzz;
+
+namespace {
+
+PciFunction functionAt(const PciAddress& address) {
+    PciFunction function;
+    function.address = address;
+    return function;
+}
+
+void checkSlots(SlotTables tables) {
+    // Each is looked up among all.
+    tables.slots.resize(std::min<std::size_t>(tables.slots.size(), 32));
+    tables.onboard.resize(std::min<std::size_t>(tables.onboard.size(), 32));
+    tables.routing.resize(std::min<std::size_t>(tables.routing.size(), 32));
+    for (const SmbiosSlot& slot : tables.slots) {
+        require(slot.address.device <= 31 && slot.address.function <= 7, "slots have a place");
+        const bool isKnown = slot.id != 0 && slot.id != 0xFFFF;
+        require(!isKnown || resolveSlot(functionAt(slot.address), tables) != unknownSlot,
+                "a function in a slot has a slot");
+    }
+    for (const PciAddress& address : tables.onboard) {
+        require(resolveSlot(functionAt(address), tables) == 0, "onboard is slot 0");
+    }
+    for (const RoutedDevice& routed : tables.routing) {
+        require(resolveSlot(functionAt({0, routed.bus, routed.device, 0}), tables) != unknownSlot,
+                "a routed function has a slot");
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const CByteView area(std::span(data, size));
+    SlotTables tables;
+    if (const auto place = findSmbiosEntryPoint(area)) {
+        addSmbiosPlaces(area.Part(place->address, place->size), tables);
+    }
+    addSmbiosPlaces(area, tables);
+    addPciRouting(area, tables);
+    checkSlots(std::move(tables));
+    PciFunction function;
+    function.ids.vendor = area.U16(0);
+    function.ids.device = area.U16(2);
+    require(applyConfigHeader(area, function) == (size >= 64), "its own header fits");
+    return 0;
+}
+
+#ifdef EM_PNI_FUZZ
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+
+// Called by libFuzzer for every new input: the table that begins at each boundary gets the checksum
+// that its length asks for.
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t maxSize, unsigned /*seed*/) {
+    size = LLVMFuzzerMutate(data, size, maxSize);
+    const CByteView area(std::span(data, size));
+    for (std::size_t offset = 0; area.Has(offset, 16); offset += 16) {
+        const std::size_t length = area.HasText(offset, "_SM3_")  ? area.U8(offset + 6)
+                                   : area.HasText(offset, "_SM_") ? area.U8(offset + 5)
+                                   : area.HasText(offset, "$PIR") ? area.U16(offset + 6)
+                                                                  : 0;
+        const CByteView table = area.Part(offset, length);
+        unsigned sum = 0;
+        for (std::size_t i = 0; i < table.Size(); ++i) {
+            sum += table.U8(i);
+        }
+        if (table.Size() > 8) {
+            std::uint8_t& last = data[offset + table.Size() - 1];
+            last = static_cast<std::uint8_t>(last - sum);
+        }
+    }
+    return size;
+}
+
+#endif
