@@ -148,6 +148,7 @@ int runModule(const RunOptions& options, CConsole& console) {
     session.SwitchStarted();
     if (!options.once) {
         serve(session, waiter, watch, console);
+        session.AnnounceShutdown();  // not after the only cycle, which is to write
     }
     session.Stop();
     const unsigned writesSeen = report.Writes();

@@ -1,6 +1,7 @@
 // A module that does in one cycle what em_pni does when an address of the machine has changed,
 // whatever the machine, once at its start and for each event: it adds 1 to the first byte of the
-// record and writes it back, but of a record that begins with 'X' it writes nothing at all. Its
+// record and writes it back, but of a record that begins with 'X' it writes nothing at all, and one
+// whose second byte is 'S' it also writes as it stops, unless the shutdown was announced. Its
 // inventory is that byte and, once it has been written, the period that the module found at its
 // start.
 #include <mutex>
@@ -27,6 +28,9 @@ class CScriptedModule final : public CExtensionModule {
     }
     std::uint32_t Stop() override {
         Join();
+        if (!SwitchShutdown && record_.size() > 1 && record_[1] == 'S') {
+            Cycle();
+        }
         return 1;
     }
     std::uint32_t OnSwitchStarted() override {
