@@ -13,6 +13,7 @@
 #include "host/check_command.h"
 #include "host/console.h"
 #include "host/create_command.h"
+#include "host/event_command.h"
 #include "host/fru_image.h"
 #include "host/query_command.h"
 #include "host/run_command.h"
@@ -157,10 +158,20 @@ void addRun(CLI::App& app, Action& action) {
             "only on events. Else as em_pni.ini says, looked\n"
             "for in the current directory first")
         ->type_name("MS");
+    command
+        ->add_option_function<std::string>(
+            "--capacity",
+            [options](const std::string& text) {
+                options->capacity = numberOf("--capacity", text, CFruImage::maxSize);
+            },
+            "Bytes that the controller can take, up to and by\n"
+            "default 1048576: a longer record is refused")
+        ->type_name("BYTES");
     CLI::Option* const watch = command->add_flag_callback(
         "--watch", [options] { options->watch = true; },
-        "Tell the module when an address or a link of the\n"
-        "machine changes; the default without --once");
+        "Tell the module when an address, a link or an\n"
+        "adapter of the machine changes; the default\n"
+        "without --once");
     command
         ->add_flag_callback(
             "--no-watch", [options] { options->watch = false; },
@@ -170,11 +181,43 @@ void addRun(CLI::App& app, Action& action) {
     addModuleOption(*command, options->module);
     command->footer(
         "Prints a line for whatever is read, written and changed. Exit code: 0 done, 1 a write\n"
-        "failed or the record is not valid, 2 the file or the module cannot be used.\n\n"
+        "failed or the record is not valid, 2 the file or the module cannot be used, or another\n"
+        "run is at work on the file. \"pni-host event\" reaches a run without --once by the "
+        "socket\n"
+        "FILE.events.\n\n"
         "Examples:\n  pni-host run --fru board.fru --once\n"
         "  pni-host run --fru board.fru --cycle 5000");
     command->callback([options, &action] {
         action = [options](CConsole& console) { return runModule(*options, console); };
+    });
+}
+
+void addEvent(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<EventOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "event", "Tell a \"pni-host run\" at work of a change, as the kernel would");
+    command
+        ->add_option_function<std::string>(
+            "WHAT",
+            [options](const std::string& word) {
+                const auto event = hostEventOf(word);
+                if (!event) {
+                    throw CLI::ValidationError(
+                        "WHAT", "\"" + word + "\" is none of added, changed, removed, address");
+                }
+                options->event = *event;
+            },
+            "added, changed or removed: of a device; address:\nan IP address has changed")
+        ->required()
+        ->type_name("");
+    command->add_option("FILE", options->file, "The FRU image file that the other is at work on")
+        ->required()
+        ->type_name("");
+    command->footer(
+        "The module hears of it at once. Exit code: 0 delivered, 2 nobody is at work on the file\n"
+        "or it cannot be reached.\n\nExample:\n  pni-host event added board.fru");
+    command->callback([options, &action] {
+        action = [options](CConsole& console) { return sendEvent(*options, console); };
     });
 }
 
@@ -191,6 +234,7 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     addCheck(app, action);
     addQuery(app, action);
     addRun(app, action);
+    addEvent(app, action);
     addAdapters(app, action);
     addCreate(app, action);
     try {

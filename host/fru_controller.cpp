@@ -42,10 +42,11 @@ std::uint32_t CFruController::WriteFru(const CKrcpMessage& message) {
         listener_.OnWriteFailed(image_.Name() + ": the record to write is no row of bytes");
         return krcp::INVALID_SET_VALUE;
     }
-    if (bytes.size() > CFruImage::maxSize) {
+    if (bytes.size() > capacity_) {
         listener_.OnWriteFailed(image_.Name() + ": the record to write is too long, " +
-                                std::to_string(bytes.size()) + " bytes");
-        return krcp::INVALID_SET_VALUE;
+                                std::to_string(bytes.size()) + " bytes where the controller has " +
+                                std::to_string(capacity_));
+        return krcp::SET_STRING_TOOLONG;
     }
     try {
         image_.Replace(bytes);

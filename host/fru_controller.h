@@ -30,9 +30,10 @@ class CFruController {
     enum class Access { readOnly, readWrite };
 
     // Both must outlive the controller. With readOnly a write is answered OBJ_WRITE_PROTECT, and
-    // the listener hears nothing of it.
-    CFruController(const CFruImage& image, CIFruListener& listener, Access access)
-        : image_(image), listener_(listener), access_(access) {}
+    // the listener hears nothing of it. A record of more than `capacity` bytes cannot be written.
+    CFruController(const CFruImage& image, CIFruListener& listener, Access access,
+                   std::size_t capacity = CFruImage::maxSize)
+        : image_(image), listener_(listener), access_(access), capacity_(capacity) {}
 
     // Writes the data of the answer and returns its status; nothing for a command that is not about
     // the FRU data. Any thread may ask.
@@ -47,6 +48,7 @@ class CFruController {
     const CFruImage& image_ PNI_GUARDED_BY(lock_);
     CIFruListener& listener_ PNI_GUARDED_BY(lock_);
     const Access access_;
+    const std::size_t capacity_;  // in bytes
 };
 
 }  // namespace em_pni

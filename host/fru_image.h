@@ -26,10 +26,12 @@ class CFruImage {
     void RequireWritableFolder() const;
 
     [[nodiscard]] const std::string& Name() const noexcept { return name_; }
+    // Absolute and without links.
+    [[nodiscard]] const std::string& Path() const noexcept { return path_; }
 
   private:
     std::string name_;  // as given, for messages
-    std::string path_;  // absolute, without links
+    std::string path_;
 };
 
 // The content of a file that may hold a FRU record, also an empty one; throws as above.

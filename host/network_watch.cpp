@@ -22,14 +22,29 @@ CNetworkWatch::CNetworkWatch() : socket_(openRouteSocket()) {
 }
 
 int CNetworkWatch::Descriptor() const noexcept {
-    return ::nl_socket_get_fd(socket_.get());
+    return bursts_.DueAt() ? -1 : ::nl_socket_get_fd(socket_.get());
+}
+
+void CNetworkWatch::Take(Clock::time_point now) {
+    if (TakeReports()) {
+        bursts_.Note(HostEvent::addressChanged, "", now);
+    }
+}
+
+std::optional<EventReport> CNetworkWatch::NextReport(Clock::time_point now) {
+    std::optional<EventReport> report = bursts_.TakeDue(now);
+    if (report) {
+        TakeReports();  // what has come meanwhile is part of the burst
+    }
+    return report;
 }
 
 bool CNetworkWatch::TakeReports() {
+    const int descriptor = ::nl_socket_get_fd(socket_.get());
     bool taken = false;
     for (;;) {
         char start = 0;  // what the report says beyond that there is one is of no interest
-        const bool received = ::recv(Descriptor(), &start, sizeof start, MSG_DONTWAIT) >= 0;
+        const bool received = ::recv(descriptor, &start, sizeof start, MSG_DONTWAIT) >= 0;
         if (!received && errno == EAGAIN) {
             return taken;
         }

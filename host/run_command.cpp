@@ -3,12 +3,17 @@
 #include <atomic>
 #include <memory>
 #include <utility>
+#include <variant>
 
 #include "host/cycle_setting.h"
+#include "host/device_watch.h"
+#include "host/event_socket.h"
 #include "host/inventory_diff.h"
 #include "host/inventory_request.h"
+#include "host/inventory_text.h"
 #include "host/kernel_network.h"
 #include "host/module_session.h"
+#include "host/network_watch.h"
 #include "host/played_host.h"
 #include "host/run_waiter.h"
 
@@ -103,25 +108,33 @@ void start(CModuleSession& session, const RunOptions& options) {
     session.Start();
 }
 
-void reportNetworkChange(CModuleSession& session) {
-    CKrcpMessage event = krcp::makeRequest(krcp::ipAddressChanged, 0, 0, 0);
-    krcp::setStatus(event, krcp::EVENT_MESSAGE);
-    session.Report(event);
+void tell(const EventReport& report, CModuleSession& session, CConsole& console) {
+    const std::string origin = report.origin.empty() ? "" : " (" + printable(report.origin) + ")";
+    console.Line("event: " + textOf(report.event) + origin);
+    CKrcpMessage message = messageOf(report.event);
+    session.Report(message);
+}
+
+void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& image,
+                CConsole& console) {
+    if (options.watch) {
+        waiter.Add(std::make_unique<CDeviceWatch>());
+        waiter.Add(std::make_unique<CNetworkWatch>());
+    }
+    waiter.Add(std::make_unique<CEventSocket>(image, console));
 }
 
 // Until the program is told to stop.
 void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, CConsole& console) {
     for (;;) {
-        switch (waiter.Wait()) {
-            case CRunWaiter::Reason::stop:
-                return;
-            case CRunWaiter::Reason::written:
-                watch.Look();
-                break;
-            case CRunWaiter::Reason::networkChanged:
-                console.Line("event: IP address changed");
-                reportNetworkChange(session);
-                break;
+        const CRunWaiter::Occasion occasion = waiter.Wait();
+        if (std::holds_alternative<CRunWaiter::Stop>(occasion)) {
+            return;
+        }
+        if (const auto* const event = std::get_if<EventReport>(&occasion)) {
+            tell(*event, session, console);
+        } else {
+            watch.Look();
         }
     }
 }
@@ -129,12 +142,17 @@ void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, 
 }  // namespace
 
 int runModule(const RunOptions& options, CConsole& console) {
-    CRunWaiter waiter(options.watch && !options.once);
+    CRunWaiter waiter;
     const CFruImage image(options.file);
     static_cast<void>(image.Read());  // what cannot work is told before the module is troubled
     image.RequireWritableFolder();
+    if (options.once) {
+        requireNoRunningHost(image);
+    } else {
+        addSources(waiter, options, image, console);
+    }
     CRunReport report(console, waiter);
-    CFruController controller(image, report, CFruController::Access::readWrite);
+    CFruController controller(image, report, CFruController::Access::readWrite, options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
     CPlayedHost host(controller, network);

@@ -1,11 +1,13 @@
 // pni-host run: the module at work on a FRU image file.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 
 #include "host/console.h"
+#include "host/fru_image.h"
 
 namespace em_pni {
 
@@ -14,7 +16,8 @@ struct RunOptions {
     std::string module;                  // path; empty = the default place
     bool once = false;                   // one cycle, else until SIGINT or SIGTERM
     std::optional<std::uint32_t> cycle;  // milliseconds; none = as the module is configured
-    bool watch = true;  // tell the module when the network changes; never with `once`
+    bool watch = true;  // tell it when network or devices change; never with `once`
+    std::size_t capacity = CFruImage::maxSize;  // bytes that the played controller can take
 };
 
 // exitFailed when a write to the file failed or the module holds no valid record.

@@ -1,27 +1,23 @@
 #include "host/run_waiter.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <optional>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
-#include <unistd.h>
+#include <utility>
 
 #include "host/console.h"
 
 namespace em_pni {
 
-namespace {
-
-constexpr std::chrono::milliseconds burst{500};
-
-}  // namespace
-
-CRunWaiter::CRunWaiter(bool watchNetwork) : written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+CRunWaiter::CRunWaiter() : written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     sigemptyset(&signals_);
     sigaddset(&signals_, SIGINT);
     sigaddset(&signals_, SIGTERM);
@@ -29,17 +25,19 @@ CRunWaiter::CRunWaiter(bool watchNetwork) : written_(::eventfd(0, EFD_CLOEXEC | 
     if (!written_ || !signalQueue_) {
         throw CHostError(systemErrorText("cannot wait for signals", errno));
     }
-    if (watchNetwork) {
-        watch_.emplace();
-    }
     ::pthread_sigmask(SIG_BLOCK, &signals_, &previousMask_);
 }
 
 CRunWaiter::~CRunWaiter() {
+    sources_.clear();  // while no signal can end the program
     const timespec now{};
     while (::sigtimedwait(&signals_, nullptr, &now) > 0) {
     }
     ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
+}
+
+void CRunWaiter::Add(std::unique_ptr<CIEventSource> source) {
+    sources_.push_back(std::move(source));
 }
 
 void CRunWaiter::NotifyWritten() noexcept {
@@ -47,50 +45,53 @@ void CRunWaiter::NotifyWritten() noexcept {
     [[maybe_unused]] const int result = ::eventfd_write(written_.Get(), 1);
 }
 
-CRunWaiter::Reason CRunWaiter::Wait() {
+CRunWaiter::Occasion CRunWaiter::Wait() {
     for (;;) {
-        // During a burst there is nothing to learn from the next change.
-        const int network = watch_ && !burstEnd_ ? watch_->Descriptor() : -1;
-        std::array<pollfd, 3> sources{
-            {{signalQueue_.Get(), POLLIN, 0}, {written_.Get(), POLLIN, 0}, {network, POLLIN, 0}}};
-        if (::poll(sources.data(), sources.size(), TimeLeft()) < 0) {
+        std::vector<pollfd> polled{{signalQueue_.Get(), POLLIN, 0}, {written_.Get(), POLLIN, 0}};
+        for (const auto& source : sources_) {
+            polled.push_back({source->Descriptor(), POLLIN, 0});
+        }
+        if (::poll(polled.data(), polled.size(), TimeLeft()) < 0) {
             if (errno != EINTR) {
                 throw CHostError(systemErrorText("cannot wait for signals", errno));
             }
             continue;
         }
-        if (sources[0].revents != 0) {
-            return Reason::stop;
+        if (polled[0].revents != 0) {
+            return Stop{};
         }
-        if (sources[1].revents != 0) {
+        if (polled[1].revents != 0) {
             eventfd_t count = 0;
             ::eventfd_read(written_.Get(), &count);
-            return Reason::written;
+            return Written{};
         }
-        if (sources[2].revents != 0 && watch_->TakeReports()) {
-            burstEnd_ = Clock::now() + burst;
+        const Clock::time_point now = Clock::now();
+        for (std::size_t i = 0; i < sources_.size(); ++i) {
+            if (polled[2 + i].revents != 0) {
+                sources_[i]->Take(now);
+            }
         }
-        if (BurstIsOver()) {
-            return Reason::networkChanged;
+        for (const auto& source : sources_) {
+            if (auto report = source->NextReport(now)) {
+                return *std::move(report);
+            }
         }
     }
 }
 
+// In milliseconds until an event is due, as poll takes it.
 int CRunWaiter::TimeLeft() const {
-    if (!burstEnd_) {
+    std::optional<Clock::time_point> due;
+    for (const auto& source : sources_) {
+        if (const auto next = source->DueAt(); next && (!due || *next < *due)) {
+            due = next;
+        }
+    }
+    if (!due) {
         return -1;
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*burstEnd_ - Clock::now());
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now());
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
-}
-
-bool CRunWaiter::BurstIsOver() {
-    if (!burstEnd_ || Clock::now() < *burstEnd_) {
-        return false;
-    }
-    burstEnd_.reset();
-    watch_->TakeReports();
-    return true;
 }
 
 }  // namespace em_pni

@@ -21,6 +21,6 @@ ensure_packages() {
 
 # What it takes to build the module and pni-host.
 build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
-    libnl-3-dev libnl-route-3-dev)
+    libnl-3-dev libnl-route-3-dev libudev-dev)
 # What the tests need besides.
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)

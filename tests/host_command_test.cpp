@@ -74,6 +74,7 @@ TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
              {"create", sample, "--force", "--format-version", "10"},
              {"create", sample, "--force", "--size", "0"},
              {"create", sample, "--force", "--size", "1048577"},
+             {"run", "--fru", sample, "--once", "--capacity", "0"},
              {"run", "--fru", sample, "--once", "--cycle", "0"},
              {"run", "--fru", sample, "--once", "--cycle", "4294967296"},
              {"run", "--fru", sample, "--once", "--cycle", "12x"}}) {

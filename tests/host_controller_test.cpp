@@ -99,7 +99,7 @@ TEST_F(HostController, ARecordThatCannotBeOneChangesNothing) {
         EXPECT_EQ(Send(message, path), krcp::INVALID_SET_VALUE) << data;
     }
     EXPECT_EQ(Write(std::vector<std::uint8_t>(CFruImage::maxSize + 1), path),
-              krcp::INVALID_SET_VALUE);
+              krcp::SET_STRING_TOOLONG);
     EXPECT_EQ(test::contentOf(path), "old");
 }
 

@@ -49,10 +49,17 @@ TEST(HostRun, RunsUntilTheSignalAndLeavesNothingBehind) {
 
 TEST(HostRun, AWriteThatFailedIsTheExitCode) {
     const test::CTempDirectory folder;
-    const std::string image = folder.Write("a.fru", "X");
-    CProgram program = scripted({"run", "--fru", image, "--once"});
-    EXPECT_EQ(program.Wait(), 1);
-    EXPECT_EQ(test::contentOf(image), "X");
+    for (const auto& [content, error] : std::vector<std::pair<std::string, std::string>>{
+             {"X", "no row of bytes"}, {"ABCD", "4 bytes where the controller has 3"}}) {
+        const std::string image = folder.Write("a.fru", content);
+        CProgram program = scripted({"run", "--fru", image, "--once", "--capacity", "3"});
+        EXPECT_EQ(program.Wait(), 1);
+        EXPECT_TRUE(contains(program.Errors(), error)) << program.Errors();
+        EXPECT_EQ(test::contentOf(image), content);
+    }
+    const std::string image = folder.Write("a.fru", "ABC");
+    EXPECT_EQ(scripted({"run", "--fru", image, "--once", "--capacity", "3"}).Wait(), 0);
+    EXPECT_EQ(test::contentOf(image), "BBC");
 }
 
 TEST(HostRun, TheSignalIsAnnouncedAsAShutdownButTheEndOfTheOnlyCycleIsNot) {

@@ -1,9 +1,9 @@
 // A module that does in one cycle what em_pni does when an address of the machine has changed,
 // whatever the machine, once at its start and for each event: it adds 1 to the first byte of the
-// record and writes it back, but of a record that begins with 'X' it writes nothing at all, and one
-// whose second byte is 'S' it also writes as it stops, unless the shutdown was announced. Its
-// inventory is that byte and, once it has been written, the period that the module found at its
-// start.
+// record, for a device event 10, 20 or 30 by its action, and writes it back; but of a record that
+// begins with 'X' it writes nothing at all, and one whose second byte is 'S' it also writes as it
+// stops, unless the shutdown was announced. Its inventory is that byte and, once it has been
+// written, the period that the module found at its start.
 #include <mutex>
 #include <string>
 #include <thread>
@@ -29,18 +29,22 @@ class CScriptedModule final : public CExtensionModule {
     std::uint32_t Stop() override {
         Join();
         if (!SwitchShutdown && record_.size() > 1 && record_[1] == 'S') {
-            Cycle();
+            Cycle(1);
         }
         return 1;
     }
     std::uint32_t OnSwitchStarted() override {
-        thread_ = std::thread([this] { Cycle(); });
+        thread_ = std::thread([this] { Cycle(1); });
         return 1;
     }
     void ModuleReply(CKrcpMessage& reply) override {
-        if (krcp::status(reply) == krcp::EVENT_MESSAGE &&
-            krcp::opcode(reply) == krcp::ipAddressChanged) {
-            Cycle();
+        if (krcp::status(reply) != krcp::EVENT_MESSAGE) {
+            return;
+        }
+        if (krcp::opcode(reply) == krcp::ipAddressChanged) {
+            Cycle(1);
+        } else if (krcp::opcode(reply) == krcp::deviceDataChanged) {
+            Cycle(10 * (1 + krcp::GetValue(reply, reply.index, "DA", 9)));
         }
     }
     std::uint32_t ModuleRequest(CKrcpMessage& request) override {
@@ -75,11 +79,11 @@ class CScriptedModule final : public CExtensionModule {
             krcp::copyRawBytes(read, record_);
         }
     }
-    void Cycle() {
+    void Cycle(std::int64_t step) {
         const std::lock_guard guard(lock_);
         Fetch();
         std::vector<std::uint8_t> copy = record_;
-        copy.at(0)++;
+        copy.at(0) = static_cast<std::uint8_t>(copy.at(0) + step);
         CKrcpMessage write = krcp::makeRequest(krcp::writeFru, krcp::pniFruExtension, 0, 0);
         if (record_.at(0) != 'X') {
             krcp::setRawBytes(write, copy);

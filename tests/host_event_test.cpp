@@ -1,0 +1,243 @@
+// Events on their way to the module: from the kernel's queue and from `pni-host event`.
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <linux/netlink.h>
+#include <sstream>
+#include <string>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <vector>
+
+#include "host/device_watch.h"
+#include "host/event_socket.h"
+#include "tests/host_program.h"
+#include "tests/network_namespace.h"
+
+namespace em_pni::host_test {
+namespace {
+
+using Texts = std::vector<std::string>;
+constexpr CIEventSource::Clock::time_point start{};
+constexpr auto length = CEventBursts::length;
+
+TEST(HostDeviceEvent, OnlyAdaptersCount) {
+    const std::string card = "/devices/pci0000:00/0000:00:01.0";
+    for (const auto& [subsystem, action, path, expected] :
+         std::vector<std::tuple<std::string, std::string, std::string, std::string>>{
+             {"pci", "add", card, "added"},
+             {"pci", "remove", card, "removed"},
+             {"pci", "bind", card, "changed"},
+             {"pci", "offline", card, "changed"},
+             {"pci", "explode", card, ""},
+             {"net", "add", card + "/net/e1", "added"},
+             {"net", "move", card + "/net/e1", "changed"},
+             {"net", "online", card + "/net/e1", ""},
+             {"net", "remove", "/devices/virtual/net/br0", ""},
+             {"block", "add", card + "/block/sda", ""}}) {
+        const auto event = deviceEventOf(subsystem, action, path);
+        EXPECT_EQ(event ? wordOf(*event) : "", expected) << subsystem << " " << action;
+    }
+}
+
+// What the source has taken, as a user is told.
+Texts reportsAt(CIEventSource::Clock::time_point now, auto& source, auto take) {
+    Texts texts;
+    while (const auto report = (source.*take)(now)) {
+        texts.push_back(textOf(report->event) + ": " + report->origin);
+    }
+    return texts;
+}
+
+TEST(HostEventBursts, EachKindIsOneEventAtItsEnd) {
+    CEventBursts bursts;
+    bursts.Note(HostEvent::deviceRemoved, "a", start);
+    bursts.Note(HostEvent::deviceAdded, "", start + length / 2);
+    for (const char* const name : {"b", "b", "c", "d", "e", "f"}) {
+        bursts.Note(HostEvent::deviceRemoved, name, start + length - length / 5);
+    }
+    const auto takeDue = &CEventBursts::TakeDue;
+    EXPECT_EQ(reportsAt(*bursts.DueAt() - std::chrono::nanoseconds(1), bursts, takeDue), Texts());
+    EXPECT_EQ(reportsAt(start + length, bursts, takeDue),
+              Texts{"device removed: a, b, c, d and 2 more"});
+    bursts.Note(HostEvent::deviceRemoved, "g", start + length);
+    EXPECT_EQ(reportsAt(start + 2 * length, bursts, takeDue),
+              (Texts{"device added: ", "device removed: g"}));
+    EXPECT_FALSE(bursts.DueAt());
+}
+
+class HostDeviceWatch : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!namespace_.Reason().empty()) {
+            GTEST_SKIP() << namespace_.Reason();
+        }
+        if (!Send("add", "pci", "0000:00:01.0")) {
+            GTEST_SKIP() << "needs a kernel that takes device events from a program";
+        }
+    }
+    // The kernel hands it to this namespace as its own.
+    static bool Send(const std::string& action, const std::string& subsystem,
+                     const std::string& name) {
+        const std::string path = "/devices/pci0000:00/" + name;
+        std::string message(NLMSG_HDRLEN, '\0');
+        for (const std::string& line : {action + "@" + path, "ACTION=" + action, "DEVPATH=" + path,
+                                        "SUBSYSTEM=" + subsystem}) {
+            message.append(line).push_back('\0');
+        }
+        nlmsghdr header{};
+        header.nlmsg_len = static_cast<std::uint32_t>(message.size());
+        header.nlmsg_type = NLMSG_MIN_TYPE;
+        header.nlmsg_flags = NLM_F_REQUEST | NLM_F_ACK;
+        message.replace(0, sizeof header, reinterpret_cast<const char*>(&header), sizeof header);
+        const CFileDescriptor socket(
+            ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
+        std::array<char, NLMSG_HDRLEN + sizeof(nlmsgerr)> answer{};
+        int error = -1;
+        if (::send(socket.Get(), message.data(), message.size(), 0) > 0 &&
+            ::recv(socket.Get(), answer.data(), answer.size(), MSG_DONTWAIT) > 0) {
+            std::copy_n(&answer[NLMSG_HDRLEN], sizeof error, reinterpret_cast<char*>(&error));
+        }
+        return error == 0;
+    }
+
+    test::CNetworkNamespace namespace_;
+};
+
+TEST_F(HostDeviceWatch, HearsTheKernelAndLosesNoChange) {
+    CDeviceWatch watch;
+    const auto nextReport = &CIEventSource::NextReport;
+    ASSERT_TRUE(test::CNetworkNamespace::Ip("link set v0 name v2\nlink del v2"));
+    ASSERT_TRUE(Send("explode", "pci", "0000:00:01.0"));
+    watch.Take(start);  // ends at the message that libudev refuses
+    ASSERT_TRUE(Send("add", "usb", "1-1") && Send("unbind", "pci", "0000:00:01.0") &&
+                Send("remove", "net", "0000:00:01.0/net/e1"));
+    watch.Take(start);
+    EXPECT_EQ(reportsAt(start + length, watch, nextReport),
+              (Texts{"device changed: pci 0000:00:01.0", "device removed: net e1"}));
+
+    const int little = 1;
+    ::setsockopt(watch.Descriptor(), SOL_SOCKET, SO_RCVBUF, &little, sizeof little);
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_TRUE(Send("change", "pci", "0000:00:01.0"));
+    }
+    watch.Take(start);
+    EXPECT_EQ(reportsAt(start + length, watch, nextReport),
+              (Texts{"device added: events lost", "device removed: events lost",
+                     "device changed: pci 0000:00:01.0"}));
+}
+
+CProgram scripted(Texts arguments) {
+    arguments.insert(arguments.end(), {"--module", EM_PNI_BINARY_DIR "/host_scripted_module.so"});
+    return CProgram(std::move(arguments));
+}
+
+TEST_F(HostDeviceWatch, ACardIsOneEventOfTheRunningHost) {
+    const test::CTempDirectory folder;
+    CProgram program = scripted({"run", "--fru", folder.Write("a.fru", "A")});
+    ASSERT_TRUE(program.ReadUntil("FirstByte: 65 -> 66\n")) << program.Errors();
+    ASSERT_TRUE(Send("add", "pci", "0000:00:01.0") && Send("add", "pci", "0000:00:01.1") &&
+                Send("add", "net", "0000:00:01.0/net/e\033"));
+    EXPECT_TRUE(program.ReadUntil("FirstByte: 66 -> 76\n"));
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    const std::string line = "event: device added (pci 0000:00:01.0, pci 0000:00:01.1, net e?)\n";
+    EXPECT_NE(program.Output().find(line), std::string::npos) << program.Output();
+    EXPECT_EQ(program.Output().find("event: "), program.Output().rfind("event: "));
+}
+
+TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
+    const test::CTempDirectory folder;
+    const std::string deep = std::string(200, 'd') + "/" + std::string(200, 'e') + "/";
+    const std::string image = folder.Write(deep + std::string(200, 'f'), "A");
+    const std::string link = folder.File("link.fru");
+    std::filesystem::create_symlink(image, link);
+    EXPECT_EQ(CProgram({"event", "added", image}).Wait(), 2);
+    CProgram run = scripted({"run", "--fru", image, "--no-watch"});
+    ASSERT_TRUE(run.ReadUntil("FirstByte: 65 -> 66\n")) << run.Errors();
+    for (const auto& [word, line] : std::vector<std::pair<std::string, std::string>>{
+             {"added",
+              "device added (pni-host event)\nwritten: 1 bytes\n"
+              "changed: module 0 FirstByte: 66 -> 76\n"},
+             {"changed",
+              "device changed (pni-host event)\nwritten: 1 bytes\n"
+              "changed: module 0 FirstByte: 76 -> 96\n"},
+             {"removed",
+              "device removed (pni-host event)\nwritten: 1 bytes\n"
+              "changed: module 0 FirstByte: 96 -> 126\n"},
+             {"address",
+              "IP address changed (pni-host event)\nwritten: 1 bytes\n"
+              "changed: module 0 FirstByte: 126 -> 127\n"}}) {
+        EXPECT_EQ(CProgram({"event", word, link}).Wait(), 0) << word;
+        EXPECT_TRUE(run.ReadUntil("event: " + line)) << run.Errors();
+    }
+    for (const char* const once : {"--no-watch", "--once"}) {
+        CProgram other = scripted({"run", "--fru", link, once});
+        EXPECT_EQ(other.Wait(), 2);
+        EXPECT_EQ(other.Errors(),
+                  "pni-host: " + link + ": another pni-host run is at work on it\n");
+    }
+    EXPECT_EQ(test::contentOf(image), "\x7F");
+    run.Signal(SIGTERM);
+    EXPECT_EQ(run.Wait(), 0) << run.Errors();
+    EXPECT_FALSE(std::filesystem::exists(image + ".events"));
+}
+
+TEST(HostEventSocket, OneOfManyTakesThePlaceOfAKilledHost) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "A");
+    CProgram killed = scripted({"run", "--fru", image});
+    ASSERT_TRUE(killed.ReadUntil("started: "));
+    killed.Signal(SIGKILL);
+    killed.Wait();
+    ASSERT_TRUE(std::filesystem::is_socket(image + ".events"));
+    EXPECT_EQ(CProgram({"event", "added", image}).Wait(), 2);
+    std::vector<std::unique_ptr<CProgram>> programs;
+    for (int i = 0; i < 6; ++i) {
+        programs.push_back(std::make_unique<CProgram>(Texts{
+            "run", "--fru", image, "--module", EM_PNI_BINARY_DIR "/host_scripted_module.so"}));
+    }
+    EXPECT_EQ(std::count_if(programs.begin(), programs.end(),
+                            [](const auto& program) { return program->ReadUntil("started: "); }),
+              1);
+}
+
+TEST(HostEventSocket, IsItsOwnersAndTakesNothingUnknown) {
+    const test::CTempDirectory folder;
+    const CFruImage image(folder.Write("a.fru", "A"));
+    const std::string path = image.Path() + ".events";
+    std::ostringstream errors;
+    CConsole console(errors, errors);
+    folder.Write("a.fru.events", "a user's file");
+    EXPECT_THROW(CEventSocket(image, console), CHostError);
+    EXPECT_EQ(test::contentOf(path), "a user's file");
+    std::filesystem::remove(path);
+
+    const mode_t mask = ::umask(0);
+    CEventSocket socket(image, console);
+    ::umask(mask);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+    const CFileDescriptor sender(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::connect(sender.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    for (const std::string message :
+         {"", "add", "added\n", "\x1B\xFF", "addedaddedaddedaddedaddedaddedadded"}) {
+        ASSERT_GE(::send(sender.Get(), message.data(), message.size(), 0), 0);
+        socket.Take(start);
+        EXPECT_FALSE(socket.NextReport(start)) << message;
+    }
+    EXPECT_NE(errors.str().find("an unknown event is ignored: \"?\xEF\xBF\xBD\"\n"),
+              std::string::npos)
+        << errors.str();
+    EXPECT_TRUE(deliverEvent(image, HostEvent::deviceRemoved));
+    socket.Take(start);
+    EXPECT_EQ(reportsAt(start, socket, &CIEventSource::NextReport),
+              Texts{"device removed: pni-host event"});
+}
+
+}  // namespace
+}  // namespace em_pni::host_test
