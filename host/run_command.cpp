@@ -111,8 +111,11 @@ void start(CModuleSession& session, const RunOptions& options) {
 void tell(const EventReport& report, CModuleSession& session, CConsole& console) {
     const std::string origin = report.origin.empty() ? "" : " (" + printable(report.origin) + ")";
     console.Line("event: " + textOf(report.event) + origin);
-    CKrcpMessage message = messageOf(report.event);
-    session.Report(message);
+    if (auto message = messageOf(report.event)) {
+        session.Report(*message);
+    } else {
+        session.AnnounceShutdown();
+    }
 }
 
 void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& image,
