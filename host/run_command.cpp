@@ -120,11 +120,12 @@ void tell(const EventReport& report, CModuleSession& session, CConsole& console)
 
 void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& image,
                 CConsole& console) {
+    waiter.Add(std::make_unique<CEventSocket>(image, console));
     if (options.watch) {
+        // In this order: a pulled card takes its addresses along, and one cycle is to see both.
         waiter.Add(std::make_unique<CDeviceWatch>());
         waiter.Add(std::make_unique<CNetworkWatch>());
     }
-    waiter.Add(std::make_unique<CEventSocket>(image, console));
 }
 
 // Until the program is told to stop.
