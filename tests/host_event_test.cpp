@@ -1,5 +1,6 @@
 // Events on their way to the module: from the kernel's queue and from `pni-host event`.
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -171,10 +172,10 @@ TEST(HostEventSocket, OneOfManyTakesThePlaceOfAKilledHost) {
     killed.Wait();
     ASSERT_TRUE(std::filesystem::is_socket(image + ".events"));
     EXPECT_EQ(CProgram({"event", "added", image}).Wait(), 2);
-    std::vector<std::unique_ptr<CProgram>> programs;
-    for (int i = 0; i < 6; ++i) {
-        programs.push_back(std::make_unique<CProgram>(Texts{
-            "run", "--fru", image, "--module", EM_PNI_BINARY_DIR "/host_scripted_module.so"}));
+    const std::string module = EM_PNI_BINARY_DIR "/host_scripted_module.so";
+    std::array<std::unique_ptr<CProgram>, 6> programs;
+    for (auto& program : programs) {
+        program = std::make_unique<CProgram>(Texts{"run", "--fru", image, "--module", module});
     }
     EXPECT_EQ(std::count_if(programs.begin(), programs.end(),
                             [](const auto& program) { return program->ReadUntil("started: "); }),
