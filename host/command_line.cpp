@@ -203,11 +203,13 @@ void addEvent(CLI::App& app, Action& action) {
                 const auto event = hostEventOf(word);
                 if (!event) {
                     throw CLI::ValidationError(
-                        "WHAT", "\"" + word + "\" is none of added, changed, removed, address");
+                        "WHAT",
+                        "\"" + word + "\" is none of added, changed, removed, address, shutdown");
                 }
                 options->event = *event;
             },
-            "added, changed or removed: of a device; address:\nan IP address has changed")
+            "added, changed or removed: of a device; address:\nan IP address has changed; "
+            "shutdown: the host\nshuts down, nothing is written from now on")
         ->required()
         ->type_name("");
     command->add_option("FILE", options->file, "The FRU image file that the other is at work on")

@@ -3,7 +3,8 @@
 
 #include <chrono>
 #include <cstddef>
-#include <deque>
+#include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -13,7 +14,9 @@
 
 namespace em_pni {
 
-// All events of a kind in the half second from the first one on are reported as one, at its end.
+// All events in the half second from the first one on are reported at its end, those of a kind as
+// one. Removals come first: whatever the module hears of, it looks at the whole machine, and of a
+// card on its way out it would at first only see that the addresses have gone.
 class CEventBursts {
   public:
     using TimePoint = CIEventSource::Clock::time_point;
@@ -21,22 +24,21 @@ class CEventBursts {
 
     // `name` is what it happened to, for the report; may be empty.
     void Note(HostEvent event, const std::string& name, TimePoint now);
-    // When the next burst ends, nothing without any.
+    // When the burst ends, nothing without any.
     [[nodiscard]] std::optional<TimePoint> DueAt() const;
-    // The burst that ended first, once it has; bursts end in the order in which they began.
+    // The next event of the burst, once that has ended.
     std::optional<EventReport> TakeDue(TimePoint now);
 
   private:
-    struct Burst {
-        HostEvent event;
-        TimePoint end;
-        std::set<std::string> names{};
-        std::vector<std::string> firstNames{};  // the few that the report tells, as they came
+    struct Names {
+        std::set<std::string> all;
+        std::vector<std::string> first;  // the few that the report tells, as they came
     };
 
-    static std::string OriginOf(const Burst& burst);
+    static std::string OriginOf(const Names& names);
 
-    std::deque<Burst> bursts_;
+    TimePoint end_;                                      // of the burst, while there is one
+    std::map<HostEvent, Names, std::greater<>> events_;  // removed, changed, added
 };
 
 }  // namespace em_pni

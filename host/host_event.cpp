@@ -12,16 +12,17 @@ namespace {
 struct EventFacts {
     std::string_view word;
     std::string_view text;
-    krcp::Opcode opcode;
+    std::optional<krcp::Opcode> opcode;  // none = a notification
     std::optional<std::int64_t> action;  // its "DA"
 };
 
 // In the order of HostEvent.
-constexpr std::array<EventFacts, 4> allFacts{{
+constexpr std::array<EventFacts, 5> allFacts{{
     {"added", "device added", krcp::deviceDataChanged, 0},
     {"changed", "device changed", krcp::deviceDataChanged, 1},
     {"removed", "device removed", krcp::deviceDataChanged, 2},
     {"address", "IP address changed", krcp::ipAddressChanged, std::nullopt},
+    {"shutdown", "shutdown announced", std::nullopt, std::nullopt},
 }};
 
 const EventFacts& factsOf(HostEvent event) noexcept {
@@ -47,9 +48,12 @@ std::string textOf(HostEvent event) {
     return std::string(factsOf(event).text);
 }
 
-CKrcpMessage messageOf(HostEvent event) {
+std::optional<CKrcpMessage> messageOf(HostEvent event) {
     const EventFacts& facts = factsOf(event);
-    CKrcpMessage message = krcp::makeRequest(facts.opcode, 0, 0, 0);
+    if (!facts.opcode) {
+        return std::nullopt;
+    }
+    CKrcpMessage message = krcp::makeRequest(*facts.opcode, 0, 0, 0);
     if (facts.action) {
         krcp::setMember(message, "DA", krcp::number(*facts.action));
     }

@@ -9,15 +9,16 @@
 
 namespace em_pni {
 
-enum class HostEvent { deviceAdded, deviceChanged, deviceRemoved, addressChanged };
+enum class HostEvent { deviceAdded, deviceChanged, deviceRemoved, addressChanged, shutdown };
 
-// The event that `pni-host event` calls so: "added", "changed", "removed" or "address".
+// The event that `pni-host event` calls so: "added", "changed", "removed", "address" or
+// "shutdown".
 std::optional<HostEvent> hostEventOf(std::string_view word) noexcept;
 std::string_view wordOf(HostEvent event) noexcept;
 // For people: "device added".
 std::string textOf(HostEvent event);
-// The document that the module takes.
-CKrcpMessage messageOf(HostEvent event);
+// The document that the module takes; nothing for a shutdown, of which it is notified.
+std::optional<CKrcpMessage> messageOf(HostEvent event);
 
 // An event that the module is to hear of.
 struct EventReport {

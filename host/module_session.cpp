@@ -58,6 +58,10 @@ void CModuleSession::Report(CKrcpMessage& message) {
     module_->ModuleReply(message);
 }
 
+void CModuleSession::AnnounceShutdown() {
+    module_->Notify(notification::switchShutdown, 0);
+}
+
 void CModuleSession::Stop() {
     if (running_) {
         running_ = false;

@@ -27,6 +27,8 @@ class CModuleSession {
     void Request(CKrcpMessage& message);
     // A reply or an event; as above.
     void Report(CKrcpMessage& message);
+    // From now on the module writes nothing; a cycle under way comes to nothing, too.
+    void AnnounceShutdown();
     void Stop();
     // Waits for the module's thread. False when the module reports that it failed.
     bool Delete();

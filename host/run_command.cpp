@@ -111,17 +111,21 @@ void start(CModuleSession& session, const RunOptions& options) {
 void tell(const EventReport& report, CModuleSession& session, CConsole& console) {
     const std::string origin = report.origin.empty() ? "" : " (" + printable(report.origin) + ")";
     console.Line("event: " + textOf(report.event) + origin);
-    CKrcpMessage message = messageOf(report.event);
-    session.Report(message);
+    if (auto message = messageOf(report.event)) {
+        session.Report(*message);
+    } else {
+        session.AnnounceShutdown();
+    }
 }
 
 void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& image,
                 CConsole& console) {
+    waiter.Add(std::make_unique<CEventSocket>(image, console));
     if (options.watch) {
+        // In this order: a pulled card takes its addresses along, and one cycle is to see both.
         waiter.Add(std::make_unique<CDeviceWatch>());
         waiter.Add(std::make_unique<CNetworkWatch>());
     }
-    waiter.Add(std::make_unique<CEventSocket>(image, console));
 }
 
 // Until the program is told to stop.
@@ -166,6 +170,7 @@ int runModule(const RunOptions& options, CConsole& console) {
     session.SwitchStarted();
     if (!options.once) {
         serve(session, waiter, watch, console);
+        session.AnnounceShutdown();  // not after the only cycle, which is to write
     }
     session.Stop();
     const unsigned writesSeen = report.Writes();

@@ -75,23 +75,22 @@ CRunWaiter::Occasion CRunWaiter::Wait() {
             if (auto report = source->NextReport(now)) {
                 return *std::move(report);
             }
+            if (source->DueAt()) {
+                break;  // the sources behind it wait
+            }
         }
     }
 }
 
 // In milliseconds until an event is due, as poll takes it.
 int CRunWaiter::TimeLeft() const {
-    std::optional<Clock::time_point> due;
     for (const auto& source : sources_) {
-        if (const auto next = source->DueAt(); next && (!due || *next < *due)) {
-            due = next;
+        if (const auto due = source->DueAt()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now());
+            return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
         }
     }
-    if (!due) {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now());
-    return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+    return -1;
 }
 
 }  // namespace em_pni

@@ -29,8 +29,8 @@ class CRunWaiter {
     void Add(std::unique_ptr<CIEventSource> source);
     // From any thread. Several before the next Wait count as one.
     void NotifyWritten() noexcept;
-    // A stop is reported before a write, and a write before the events of the sources; of those
-    // that are due the ones of the source that was added first.
+    // A stop is reported before a write, and a write before the events of the sources. While a
+    // source has one to come, those of the sources added later wait for it.
     Occasion Wait();
 
   private:

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <string>
 #include <sys/wait.h>
@@ -48,7 +49,7 @@ class CProgram {
     CProgram(const CProgram&) = delete;
     CProgram& operator=(const CProgram&) = delete;
 
-    // Reads standard output until it holds `text`; false when it ends before.
+    // Reads standard output until it holds `text`; false when it ends or falls silent before.
     bool ReadUntil(const std::string& text) {
         while (output_.find(text) == std::string::npos) {
             if (!ReadMore()) {
@@ -77,6 +78,8 @@ class CProgram {
     [[nodiscard]] std::string Errors() const { return test::contentOf(errorFile_); }
 
   private:
+    static constexpr int longestSilence = 30000;  // milliseconds
+
     static std::vector<char*> Pointers(std::vector<std::string>& texts) {
         std::vector<char*> pointers;
         for (std::string& text : texts) {
@@ -86,6 +89,10 @@ class CProgram {
         return pointers;
     }
     bool ReadMore() {
+        pollfd source{pipe_.Get(), POLLIN, 0};
+        if (::poll(&source, 1, longestSilence) <= 0) {
+            return false;
+        }
         char block[4096];
         const ssize_t got = ::read(pipe_.Get(), block, sizeof block);
         if (got > 0) {

@@ -62,6 +62,18 @@ TEST(HostRun, AWriteThatFailedIsTheExitCode) {
     EXPECT_EQ(test::contentOf(image), "BBC");
 }
 
+TEST(HostRun, TheSignalIsAnnouncedAsAShutdownButTheEndOfTheOnlyCycleIsNot) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "AS");
+    CProgram program = scripted({"run", "--fru", image});
+    ASSERT_TRUE(program.ReadUntil("added: module 0 Period")) << program.Errors();
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_EQ(test::contentOf(image), "BS");
+    EXPECT_EQ(scripted({"run", "--fru", image, "--once"}).Wait(), 0);
+    EXPECT_EQ(test::contentOf(image), "DS");
+}
+
 TEST(HostQuery, ChangesNothingWhateverTheModuleWrites) {
     const test::CTempDirectory folder;
     const std::string image = folder.Write("a.fru", "A");

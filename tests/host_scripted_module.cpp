@@ -1,7 +1,8 @@
 // A module that does in one cycle what em_pni does when an address of the machine has changed,
 // whatever the machine, once at its start and for each event: it adds 1 to the first byte of the
 // record, for a device event 10, 20 or 30 by its action, and writes it back; but of a record that
-// begins with 'X' it writes nothing at all. Its inventory is that byte and, once it has been
+// begins with 'X' it writes nothing at all, and one whose second byte is 'S' it also writes as it
+// stops, unless the shutdown was announced. Its inventory is that byte and, once it has been
 // written, the period that the module found at its start.
 #include <mutex>
 #include <string>
@@ -27,6 +28,9 @@ class CScriptedModule final : public CExtensionModule {
     }
     std::uint32_t Stop() override {
         Join();
+        if (!SwitchShutdown && record_.size() > 1 && record_[1] == 'S') {
+            Cycle(1);
+        }
         return 1;
     }
     std::uint32_t OnSwitchStarted() override {

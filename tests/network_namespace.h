@@ -1,13 +1,18 @@
 // A network of a test's own, with interfaces that concern nobody else.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <linux/netlink.h>
 #include <sched.h>
 #include <string>
+#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
@@ -48,6 +53,31 @@ class CNetworkNamespace {
         }
         std::fputs((lines + "\n").c_str(), pipe);
         return ::pclose(pipe) == 0;
+    }
+    // A device event, which the kernel hands to this namespace as its own; `device` is a path below
+    // sys/devices. False where the kernel takes none.
+    static bool Send(const std::string& action, const std::string& subsystem,
+                     const std::string& device) {
+        const std::string path = "/devices/" + device;
+        std::string message(NLMSG_HDRLEN, '\0');
+        for (const std::string& line : {action + "@" + path, "ACTION=" + action, "DEVPATH=" + path,
+                                        "SUBSYSTEM=" + subsystem}) {
+            message.append(line).push_back('\0');
+        }
+        nlmsghdr header{};
+        header.nlmsg_len = static_cast<std::uint32_t>(message.size());
+        header.nlmsg_type = NLMSG_MIN_TYPE;
+        header.nlmsg_flags = NLM_F_REQUEST | NLM_F_ACK;
+        message.replace(0, sizeof header, reinterpret_cast<const char*>(&header), sizeof header);
+        const CFileDescriptor socket(
+            ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
+        std::array<char, NLMSG_HDRLEN + sizeof(nlmsgerr)> answer{};
+        int error = -1;
+        if (::send(socket.Get(), message.data(), message.size(), 0) > 0 &&
+            ::recv(socket.Get(), answer.data(), answer.size(), MSG_DONTWAIT) > 0) {
+            std::copy_n(&answer[NLMSG_HDRLEN], sizeof error, reinterpret_cast<char*>(&error));
+        }
+        return error == 0;
     }
     // Of net.ipv6.conf.
     static void Set(const std::string& interface, const std::string& key, int value) {

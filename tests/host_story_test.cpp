@@ -1,0 +1,175 @@
+// A server's record from a start on a stale one to the shutdown: the program and module as shipped,
+// on a made-up server.
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+
+#include "tests/host_program.h"
+#include "tests/made_up_server.h"
+#include "tests/record_builder.h"
+
+namespace em_pni::host_test {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Bytes;
+using test::sampleMac;
+using test::textBytes;
+
+Bytes replaced(Bytes bytes, const Bytes& old, const Bytes& now) {
+    for (auto at = bytes.begin();
+         (at = std::search(at, bytes.end(), old.begin(), old.end())) != bytes.end();) {
+        at = std::copy(now.begin(), now.end(), at);
+    }
+    return bytes;
+}
+
+Bytes part(const Bytes& bytes, std::ptrdiff_t begin, std::ptrdiff_t end) {
+    return {bytes.begin() + begin, bytes.begin() + end};
+}
+
+// The module of the two-port card that a made-up server has in this slot, as docs/record.md says.
+Bytes card(std::uint8_t slot) {
+    std::vector<Bytes> ports;
+    for (std::uint8_t number = 1; number <= 2; ++number) {
+        const auto function = static_cast<std::uint8_t>(number - 1);
+        const Bytes mac = sampleMac(slot, number);
+        Bytes bytes =
+            test::function(0, true, 0, test::joined({mac, mac, textBytes("N/A"), Bytes(31)}));
+        test::put(bytes, 4, textBytes("Unknown"));
+        test::put(bytes, 15, {1, 0x80});  // times 10 Gbit/s
+        test::put(bytes, 22, {0x72, 0x15, 0x86, 0x80, function, slot, 0, 0, 1, 0, 0xD9, 0x15});
+        ports.push_back(test::port(function, number == 2, {bytes}));
+    }
+    Bytes module = test::module(slot, false, 3, ports);
+    test::put(module, 3, textBytes("LAN PCI Card"));
+    return module;
+}
+
+// A device of 2048 bytes with these modules.
+Bytes imageOf(std::vector<Bytes> modules) {
+    for (Bytes& module : modules) {
+        module[0] &= 0x7FU;
+    }
+    modules.back()[0] |= 0x80U;
+    Bytes image = test::recordImage(11, modules);
+    image.resize(2048);
+    return image;
+}
+
+class HostStory : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!server_.Reason().empty()) {
+            GTEST_SKIP() << server_.Reason();
+        }
+    }
+    static bool Ip(const std::string& lines) { return test::CNetworkNamespace::Ip(lines); }
+    void Begin(const Bytes& image) {
+        file_ = folder_.Write("a.fru", {image.begin(), image.end()});
+        program_ = std::make_unique<CProgram>(
+            std::vector<std::string>{"run", "--fru", file_},
+            std::vector<std::string>{"QL_LOG_DEBUG_LEVEL=3", "QL_LOG_FILE_DIR=" + folder_.Path()});
+    }
+    // In time the image is exactly this, and the program has said this line.
+    [[nodiscard]] bool Becomes(const Bytes& image, const std::string& line) {
+        const std::string bytes(image.begin(), image.end());
+        return test::isTrueWithin(5s, [&] { return test::contentOf(file_) == bytes; }) &&
+               program_->ReadUntil("\n" + line + "\n");
+    }
+    void Send(const std::string& event) {
+        CProgram sender({"event", event, file_});
+        EXPECT_EQ(sender.Wait(), 0) << sender.Errors();
+    }
+    void End() {
+        program_->Signal(SIGTERM);
+        EXPECT_EQ(program_->Wait(), 0) << program_->Errors();
+        EXPECT_EQ(program_->Errors(), "");
+    }
+    static int Count(const std::string& whole, const std::string& text) {
+        int count = 0;
+        for (std::size_t at = whole.find(text); at != std::string::npos;
+             at = whole.find(text, at + 1)) {
+            ++count;
+        }
+        return count;
+    }
+    // How many cycles of the module have ended without a write.
+    [[nodiscard]] int IdleCycles() const {
+        return Count(test::contentOf(folder_.File("log.EM_PNI")), "PNI FRU record not modified");
+    }
+
+    test::CMadeUpServer server_;
+    test::CTempDirectory folder_;
+    std::string file_;
+    std::unique_ptr<CProgram> program_;
+    const Bytes true_ = test::sample("three-modules-in-2k-device.fru");
+    const Bytes onboard_ = part(true_, 26, 254);
+    const Bytes slot3_ = part(true_, 254, 498);
+    const Bytes fibre_ = part(true_, 498, 826);
+};
+
+TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
+    Bytes stale = replaced(true_, sampleMac(3, 1), {2, 0, 0, 0, 9, 9});
+    stale = replaced(stale, textBytes("100000109B000002"), textBytes("10000000C9ABCDEF"));
+    stale = replaced(stale, {192, 0, 2, 10}, {203, 0, 113, 5});
+    test::fixChecksums(stale);
+    Begin(stale);
+    ASSERT_TRUE(
+        Becomes(true_,
+                "changed: module 4 port 1 function 0 ActiveWWPN: 10:00:00:00:C9:AB:CD:EF -> "
+                "10:00:00:10:9B:00:00:02"));
+
+    ASSERT_TRUE(Ip("addr del 192.0.2.10/24 dev eno0\naddr add 192.0.2.11/24 dev eno0"));
+    const Bytes moved = replaced(onboard_, {192, 0, 2, 10}, {192, 0, 2, 11});
+    ASSERT_TRUE(Becomes(imageOf({moved, slot3_, fibre_}),
+                        "added: module 0 port 0 function 0 Ipv4Addresses 192.0.2.11"));
+
+    server_.Plug({5});
+    server_.Report({5}, {"add", "bind"});
+    ASSERT_TRUE(
+        Becomes(imageOf({moved, slot3_, fibre_, card(5)}), "added: module 5 \"LAN PCI Card\""));
+    server_.Pull({3});
+    server_.Report({3}, {"unbind", "remove"});
+    ASSERT_TRUE(Becomes(imageOf({moved, fibre_, card(5)}), "removed: module 3 \"LAN PCI Card\""));
+    server_.Pull({5});
+    server_.Report({5}, {"unbind", "remove"});
+    const Bytes last = imageOf({moved, fibre_});
+    ASSERT_TRUE(Becomes(last, "removed: module 5 \"LAN PCI Card\""));
+
+    // Of these changes the module hears after the shutdown.
+    ASSERT_TRUE(Ip("addr del 192.0.2.11/24 dev eno0"));
+    server_.Plug({6});
+    Send("shutdown");
+    ASSERT_TRUE(program_->ReadUntil("event: shutdown announced (pni-host event)\n"));
+    const int cycles = IdleCycles();
+    server_.Report({6}, {"add"});
+    ASSERT_TRUE(program_->ReadUntil("event: device added (pci 0000:06:00.0, pci 0000:06:00.1)\n"));
+    EXPECT_TRUE(test::isTrueWithin(5s, [&] { return IdleCycles() > cycles; }));
+    End();
+    ASSERT_TRUE(Becomes(last, "stopped"));
+    EXPECT_EQ(Count(program_->Output(), "written: 2048 bytes\n"), 5) << program_->Output();
+}
+
+TEST_F(HostStory, ABurstIsOneWrite) {
+    Begin(true_);
+    ASSERT_TRUE(program_->ReadUntil("\nread: 2048 bytes\nread: 2048 bytes\n"));
+    server_.Plug({5, 6, 7});
+    server_.Report({5, 6, 7}, {"add", "change", "bind"});
+    ASSERT_TRUE(Becomes(imageOf({onboard_, slot3_, fibre_, card(5), card(6), card(7)}),
+                        "added: module 7 \"LAN PCI Card\""));
+    ASSERT_TRUE(program_->ReadUntil("event: device changed ("));
+    server_.Pull({5, 6, 7});
+    Send("removed");
+    ASSERT_TRUE(Becomes(true_, "removed: module 7 \"LAN PCI Card\""));
+    End();
+    EXPECT_EQ(Count(program_->Output(), "written: 2048 bytes\n"), 2);
+    EXPECT_EQ(Count(program_->Output(),
+                    "event: device added (pci 0000:05:00.0, pci 0000:05:00.1, pci 0000:06:00.0, "
+                    "pci 0000:06:00.1 and 2 more)\n"),
+              1);
+    EXPECT_EQ(Count(program_->Output(), "event: device "), 3);
+}
+
+}  // namespace
+}  // namespace em_pni::host_test
