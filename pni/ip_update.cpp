@@ -19,6 +19,33 @@ bool isIpAddress(const AddressBytes& bytes) noexcept {
     return bytes.size() == layout::ipv4Size || bytes.size() == layout::ipv6Size;
 }
 
+template <class Value>
+bool isToldBy(const NetworkReply<Value>& reply) noexcept {
+    return reply.value.has_value();
+}
+bool isToldBy(const BytesReply& reply) noexcept {
+    return reply.value && !reply.value->empty();
+}
+
+// Whether the host has none of what was asked for; any other error may be another one next time.
+bool hasNone(std::uint32_t status) noexcept {
+    return status == krcp::NO_DATA || status == krcp::INVALID_OBJ ||
+           status == krcp::DEVICE_NOT_EXIST || status == krcp::NOT_SUPPORTED ||
+           status == krcp::INVALID_CMD;
+}
+
+template <class Reply>
+bool hasFailed(const Reply& reply) noexcept {
+    return !isToldBy(reply) && !hasNone(reply.status);
+}
+
+// The reply to a question that is asked once more when it fails.
+template <class Question>
+auto replyTo(Question question) {
+    auto reply = question();
+    return hasFailed(reply) ? question() : reply;
+}
+
 void traceRecordMacs(const CPniFruData& record) {
     if (!trace::isOn(3)) {
         return;
@@ -36,7 +63,8 @@ void traceRecordMacs(const CPniFruData& record) {
 void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
                    std::vector<NetworkInterfaceEntry>& list) {
     PNI_TRACE(4, "\nEM_PNI              : Check network interface %u...", interface);
-    if (requests.InterfaceType(interface).value != krcp::ethernetType) {
+    const auto type = replyTo([&] { return requests.InterfaceType(interface); }).value;
+    if (type != krcp::ethernetType) {
         PNI_TRACE(
             4,
             "\nEM_PNI              : ...network interface %u ignored - type is different from "
@@ -46,13 +74,13 @@ void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
     }
     PNI_TRACE(4, "\nEM_PNI              : Confirmed ethernet type interface");
     PNI_TRACE(4, "\nEM_PNI              : Retrieving MAC address of the interface");
-    const auto mac = requests.MacAddress(interface).value;
+    const auto mac = replyTo([&] { return requests.MacAddress(interface); }).value;
     if (!mac || !isUsableMac(*mac)) {
         PNI_TRACE(4, "\nEM_PNI              : ERROR! Skipped invalid MAC address at interface %u",
                   interface);
         return;
     }
-    const auto state = requests.LinkState(interface).value;
+    const auto state = replyTo([&] { return requests.LinkState(interface); }).value;
     if (state != krcp::linkIsUp) {
         PNI_TRACE(4, "\nEM_PNI              : Networt interface is not UP[%d], do not check IP",
                   static_cast<int>(state.value_or(0)));
@@ -100,7 +128,7 @@ bool CollectIpAddresses(const CNetworkRequests& requests, std::uint32_t interfac
     for (std::uint32_t index = 0; index < indicesPerKind; ++index) {
         for (const IpAddressKind kind :
              {IpAddressKind::primary, IpAddressKind::transient, IpAddressKind::any}) {
-            const auto reply = requests.IpAddress(kind, index, interface);
+            const auto reply = replyTo([&] { return requests.IpAddress(kind, index, interface); });
             PNI_TRACE(
                 5, "\nEM_PNI              : NIC[%u]: Request %s IP address %u - KRCP status 0x%X",
                 interface, nameOf(kind), index, reply.status);
@@ -119,10 +147,11 @@ bool CollectIpAddresses(const CNetworkRequests& requests, std::uint32_t interfac
 
 bool ScanNetworkInterfaces(const CNetworkRequests& requests,
                            std::vector<NetworkInterfaceEntry>& list) {
-    const std::uint32_t count = requests.InterfaceCount().value.value_or(0);
-    if (count == 0) {
+    const auto reply = replyTo([&] { return requests.InterfaceCount(); });
+    if (hasFailed(reply)) {
         return false;
     }
+    const std::uint32_t count = reply.value.value_or(0);
     PNI_TRACE(4, "\nEM_PNI              : KRCP reports %u network interfaces", count);
     for (std::uint32_t interface = 0; interface < count; ++interface) {
         scanInterface(requests, interface, list);
@@ -132,15 +161,20 @@ bool ScanNetworkInterfaces(const CNetworkRequests& requests,
 
 void ReplaceIpAddresses(const CNetworkRequests& requests, CPniFruData& record) {
     PNI_TRACE(3, "\nEM_PNI              : Cleaning IP addrs...");
-    record.ClearIpAddresses();
+    CPniFruData changed = record;
+    changed.ClearIpAddresses();
     PNI_TRACE(3, "\nEM_PNI              : ... cleaning IP addrs, done");
-    traceRecordMacs(record);
+    traceRecordMacs(changed);
     PNI_TRACE(3, "\nEM_PNI              : Scanning and updating IP addresses");
     std::vector<NetworkInterfaceEntry> list;
-    ScanNetworkInterfaces(requests, list);
-    for (const NetworkInterfaceEntry& entry : list) {
-        storeAddresses(entry, record);
+    if (!ScanNetworkInterfaces(requests, list)) {
+        PNI_TRACE(2, "\nEM_PNI              : ERROR! Network interfaces not told, IP addrs kept");
+        return;
     }
+    for (const NetworkInterfaceEntry& entry : list) {
+        storeAddresses(entry, changed);
+    }
+    record = changed;
 }
 
 }  // namespace em_pni

@@ -15,7 +15,8 @@ struct NetworkInterfaceEntry {
     std::vector<AddressBytes> addresses;  // 4 or 16 bytes each, every one once
 };
 
-// False when the host does not tell how many interfaces it has, or has none.
+// False when the host fails to tell how many interfaces it has. Here and below a question that
+// fails is asked once more.
 bool ScanNetworkInterfaces(const CNetworkRequests& requests,
                            std::vector<NetworkInterfaceEntry>& list);
 
@@ -25,7 +26,8 @@ bool CollectIpAddresses(const CNetworkRequests& requests, std::uint32_t interfac
 
 // Clears the IP addresses of the record and stores those of the host's interfaces, each with the
 // port function that has the interface's MAC: the first IPv4 and the first two IPv6 addresses.
-// Interfaces that are gone or down thus lose theirs.
+// Interfaces that are gone or down thus lose theirs. Nothing changes when the host fails to tell of
+// its interfaces.
 void ReplaceIpAddresses(const CNetworkRequests& requests, CPniFruData& record);
 
 }  // namespace em_pni
