@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <exception>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
@@ -58,7 +59,8 @@ std::string jsonText(const rapidjson::Value& value) {
     return {buffer.GetString(), buffer.GetSize()};
 }
 
-void traceMessage(int level, const char* moduleName, const char* tag, const CKrcpMessage& message) {
+void traceMessage(int level, const char* moduleName, const char* tag,
+                  const CKrcpMessage& message) noexcept try {
     if (!trace::isOn(level)) {
         return;
     }
@@ -76,6 +78,8 @@ void traceMessage(int level, const char* moduleName, const char* tag, const CKrc
               (std::string(moduleName) + tag).c_str(), field("OC") & 0xFFFFU, field("OE") & 0xFFFFU,
               field("OI"), cabinet.data(), id >> 16, id & 0xFFFFU, status(message),
               dataText(findData(message)).c_str());
+} catch (const std::exception&) {
+    // No memory for the line: what it tells of goes on.
 }
 
 }  // namespace em_pni::krcp

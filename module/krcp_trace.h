@@ -12,7 +12,9 @@ namespace em_pni::krcp {
 std::string jsonText(const rapidjson::Value& value);
 
 // Traces the current command. `tag` is " (REQ)" for a request, " (RET)" for one that has come back,
-// " (RPL)" for a reply or event. Builds nothing while tracing is off.
-void traceMessage(int level, const char* moduleName, const char* tag, const CKrcpMessage& message);
+// " (RPL)" for a reply or event. Builds nothing while tracing is off, and the line
+// is lost when there is no memory for it.
+void traceMessage(int level, const char* moduleName, const char* tag,
+                  const CKrcpMessage& message) noexcept;
 
 }  // namespace em_pni::krcp

@@ -25,6 +25,7 @@ class CEvent {
     CEvent(const CEvent&) = delete;
     CEvent& operator=(const CEvent&) = delete;
 
+    [[nodiscard]] bool IsValid() const noexcept { return state_ != nullptr; }
     // Signals: a manual event releases all waiters and stays signalled, an auto event releases one
     // waiter and is cleared by it.
     void Set() noexcept;

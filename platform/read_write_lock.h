@@ -1,6 +1,8 @@
 // Many readers or one writer; a waiting writer keeps new readers out.
 #pragma once
 
+#include <new>
+
 #include "platform/event.h"
 #include "platform/recursive_lock.h"
 #include "platform/trace.h"
@@ -12,6 +14,13 @@ namespace em_pni {
 // Order of the locks: the write mutex first, then the reader-count mutex.
 class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
   public:
+    // Throws std::bad_alloc without memory for the event: readers would not be waited for.
+    CReadWriteLock() {
+        if (!noReaders_.IsValid()) {
+            throw std::bad_alloc();
+        }
+    }
+
     void BeginRead() noexcept PNI_UNCHECKED {
         PNI_TRACE(6, "\nCReadWriteLock      : Waiting for write lock...");
         writeMutex_.Acquire();

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cxxabi.h>
 #include <mutex>
+#include <new>
 #include <pthread.h>
 #include <sched.h>
 
@@ -63,8 +64,12 @@ class CAttributes {
 }  // namespace
 
 struct CThread::Run {
-    Run(Procedure theProcedure, void* theArgument, bool isWaitable) noexcept
-        : procedure(theProcedure), argument(theArgument), waitable(isWaitable) {}
+    Run(Procedure theProcedure, void* theArgument, bool isWaitable)
+        : procedure(theProcedure), argument(theArgument), waitable(isWaitable) {
+        if (!ended.IsValid()) {
+            throw std::bad_alloc();
+        }
+    }
 
     static void* Enter(void* shared);
 

@@ -26,7 +26,7 @@ class CThread {
     // the creating thread, it is a wish that takes effect only where the system says so. `suspend`
     // and `stackSize` are traced only. A thread that is not `waitable` is detached. A thread that
     // this object still runs is killed first when `killAliveThread` is set; otherwise nothing is
-    // started. All signals are blocked in the thread: they are the host's.
+    // started. All signals are blocked in the thread: they are the host's. Throws std::bad_alloc.
     bool Start(int priority, bool suspend, std::size_t stackSize, bool waitable,
                bool killAliveThread);
     // Waits for the end of a waitable thread, cancels a detached one.

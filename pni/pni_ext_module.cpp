@@ -1,6 +1,7 @@
 #include "pni/pni_ext_module.h"
 
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "em_pni/module_description.h"
@@ -32,6 +33,9 @@ CPniExtModule::CPniExtModule(PniPlaces places, std::shared_ptr<CMachine> machine
     : places_(std::move(places)),
       machine_(std::move(machine)),
       updateThread_(&CPniExtModule::UpdateThread, this) {
+    if (!UpdateEvent.IsValid()) {
+        throw std::bad_alloc();
+    }
     PNI_TRACE(3, "\nEM_PNI              : CLASS CREATED!");
 }
 
@@ -39,6 +43,7 @@ CPniExtModule::~CPniExtModule() {
     PNI_TRACE(1, "\nEM_PNI              : CLASS DESTROYED!");
     StopThread = true;
     UpdateEvent.Set();
+    const CRecursiveLockGuard guard(ThreadLock);
     if (updateThread_.IsJoinable()) {
         updateThread_.WaitForTermination();
     }

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "devscan/machine.h"
@@ -69,7 +70,8 @@ class CPniExtModule final : public CExtensionModule {
     void StartUpdateThread();
     void StopUpdateThread();
     void RunUpdateCycles();
-    void RunUpdateCycle(CPniFruData& copy);
+    // Makes the copy when there is none yet.
+    void RunUpdateCycle(std::optional<CPniFruData>& copy);
     void ApplyHotplug(CPniFruData& copy);
     void UpdatePlatformNetworkInventoryStructure(CPniFruData& record) PNI_REQUIRES(HotplugLock);
     void UpdateIpAddresses(CPniFruData& record);
@@ -82,7 +84,8 @@ class CPniExtModule final : public CExtensionModule {
     CRecursiveLock FruDataLock;
     CPniFruData record_
         PNI_GUARDED_BY(FruDataLock);  // as last read from or written to the controller
-    CThread updateThread_;
+    CRecursiveLock ThreadLock;        // taken before any other; never by the update thread
+    CThread updateThread_ PNI_GUARDED_BY(ThreadLock);
     CEvent UpdateEvent{"", true, false};                            // manual reset
     std::atomic<std::uint32_t> FruUpdateCycle{defaultUpdateCycle};  // milliseconds
     std::atomic<bool> StopThread{false};

@@ -1,4 +1,7 @@
+#include <optional>
 #include <pthread.h>
+#include <utility>
+#include <vector>
 
 #include "platform/trace.h"
 #include "pni/guarded.h"
@@ -16,6 +19,7 @@ constexpr std::uint32_t stopTimeout = 5000;  // milliseconds
 }  // namespace
 
 void CPniExtModule::StartUpdateThread() {
+    const CRecursiveLockGuard guard(ThreadLock);
     if (updateThread_.IsAlive()) {
         return;  // still in a request of an earlier start; it leaves when that has been answered
     }
@@ -24,6 +28,7 @@ void CPniExtModule::StartUpdateThread() {
 }
 
 void CPniExtModule::StopUpdateThread() {
+    const CRecursiveLockGuard guard(ThreadLock);
     if (updateThread_.IsAlive()) {
         StopThread = true;
         UpdateEvent.Set();
@@ -42,11 +47,7 @@ std::uint32_t CPniExtModule::UpdateThread(void* module) {
 }
 
 void CPniExtModule::RunUpdateCycles() {
-    CPniFruData copy;
-    {
-        const CRecursiveLockGuard guard(FruDataLock);
-        copy = record_;
-    }
+    std::optional<CPniFruData> copy;
     int retries = hotplugRetries;
     do {
         const std::uint32_t eventsBefore = eventsNoted_;
@@ -72,10 +73,14 @@ void CPniExtModule::RunUpdateCycles() {
     } while (WaitForNextCycle());
 }
 
-void CPniExtModule::RunUpdateCycle(CPniFruData& copy) {
-    ApplyHotplug(copy);
-    UpdateIpAddresses(copy);
-    WriteBackWhenModified(copy);
+void CPniExtModule::RunUpdateCycle(std::optional<CPniFruData>& copy) {
+    if (!copy) {
+        const CRecursiveLockGuard guard(FruDataLock);
+        copy.emplace(record_);
+    }
+    ApplyHotplug(*copy);
+    UpdateIpAddresses(*copy);
+    WriteBackWhenModified(*copy);
 }
 
 void CPniExtModule::ApplyHotplug(CPniFruData& copy) {
@@ -142,8 +147,11 @@ void CPniExtModule::WriteBackWhenModified(const CPniFruData& copy) {
     const CRecursiveLockGuard guard(FruDataLock);
     if (record_.HasSameImage(copy)) {
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU record not modified");
-    } else if (WritePniDataOnThisMachine(copy)) {
-        record_ = copy;
+        return;
+    }
+    std::vector<std::uint8_t> written = copy.GetImage();  // first: what has been written is kept
+    if (WritePniDataOnThisMachine(copy)) {
+        record_.SetImage(std::move(written));
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU updated successfully.");
     }
 }

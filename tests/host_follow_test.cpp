@@ -68,23 +68,58 @@ TEST_F(HostFollow, AddressesComeAndGoAndLeaveTheFirstImageBehind) {
     EXPECT_TRUE(IsValid());
 }
 
-TEST_F(HostFollow, KilledAtAnyPointItLeavesAWholeImage) {
-    for (int milliseconds = 0; milliseconds < 40; ++milliseconds) {
-        // Every run has something to write.
-        ASSERT_TRUE(Ip(std::string("addr ") + (milliseconds % 2 == 0 ? "add" : "del") +
-                       " 192.0.2.77/24 dev v0"));
+TEST_F(HostFollow, LosesItsLogFolderAndGoesOn) {
+    const std::string log = folder_.Write("log/log.EM_PNI", "");
+    CProgram program({"run", "--fru", image_},
+                     {"QL_LOG_DEBUG_LEVEL=5", "QL_LOG_FILE_DIR=" + folder_.File("log")});
+    ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
+    std::filesystem::rename(folder_.File("log"), folder_.File("away"));
+    ASSERT_TRUE(Ip("addr add 192.0.2.77/24 dev v0"));
+    EXPECT_TRUE(Gains(ipv4_));
+    std::filesystem::rename(folder_.File("away"), folder_.File("log"));
+    ASSERT_TRUE(Ip("addr add 2001:db8::4d/64 dev v0"));
+    EXPECT_TRUE(Gains(ipv6_));
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_TRUE(contentOf(log).ends_with("## TRACE-END ##\n"));
+}
+
+TEST_F(HostFollow, EndedAtAnyPointItLeavesOneOfTwoImages) {
+    const auto runOnce = [this] {
         CProgram program({"run", "--fru", image_, "--once"});
-        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-        program.Signal(SIGKILL);
-        program.Wait();
-        ASSERT_EQ(contentOf(image_).size(), 2048U) << milliseconds;
-        ASSERT_TRUE(IsValid()) << milliseconds;
+        EXPECT_EQ(program.Wait(), 0) << program.Errors();
+        return program.Output();
+    };
+    const auto change = [](bool add) {
+        return Ip(std::string("addr ") + (add ? "add" : "del") + " 192.0.2.77/24 dev v0");
+    };
+    runOnce();
+    const std::string without = contentOf(image_);
+    ASSERT_TRUE(change(true));
+    runOnce();
+    const std::string with = contentOf(image_);
+    ASSERT_NE(with, without);
+    for (const int signal : {SIGTERM, SIGKILL}) {
+        for (int milliseconds = 0; milliseconds < 40; ++milliseconds) {
+            ASSERT_TRUE(change(milliseconds % 2 != 0));  // every run has something to write
+            CProgram program(signal == SIGKILL
+                                 ? std::vector<std::string>{"run", "--fru", image_, "--once"}
+                                 : std::vector<std::string>{"run", "--fru", image_});
+            std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+            program.Signal(signal);
+            const int code = program.Wait();
+            const std::string image = contentOf(image_);
+            ASSERT_TRUE(image == with || image == without) << signal << ": " << milliseconds;
+            if (signal == SIGTERM) {  // before the program has come to block it, or properly
+                const std::filesystem::directory_iterator files(folder_.Path());
+                ASSERT_TRUE(code == 128 + SIGTERM || code == 0) << milliseconds << ": " << code;
+                ASSERT_EQ(std::distance(files, {}), 1) << milliseconds;
+            }
+        }
     }
-    CProgram whole({"run", "--fru", image_, "--once"});
-    EXPECT_EQ(whole.Wait(), 0) << whole.Errors();
-    CProgram again({"run", "--fru", image_, "--once"});
-    EXPECT_EQ(again.Wait(), 0) << again.Errors();
-    EXPECT_TRUE(again.Output().ends_with("unchanged\nstopped\n")) << again.Output();
+    runOnce();
+    EXPECT_EQ(contentOf(image_), with);
+    EXPECT_TRUE(runOnce().ends_with("unchanged\nstopped\n"));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <malloc.h>
 #include <set>
 
+#include "tests/sanitizer.h"
 #include "tests/scripted_host.h"
 
 namespace em_pni::test {
@@ -59,14 +60,6 @@ std::size_t threadCount() {
     return static_cast<std::size_t>(
         std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
 
 TEST(Library, ExportsFourFunctionsAndNeedsOnlyTheRuntime) {
     EXPECT_EQ(outputOf("nm -D --defined-only " + libraryPath + " | awk '{print $NF}' | sort"),

@@ -51,6 +51,21 @@ class CScriptedHost final : public CIHostInterface {
         });
     }
 
+    // Sees every request, numbered from 1, before it is answered; true when that was all.
+    void Intercept(std::function<bool(int number, CKrcpMessage&)> interceptor) {
+        const std::lock_guard guard(lock_);
+        total_ = 0;
+        interceptor_ = std::move(interceptor);
+    }
+    void Put(const Bytes& image) {
+        const std::lock_guard guard(lock_);
+        image_ = image;
+    }
+    [[nodiscard]] int Total() {
+        const std::lock_guard guard(lock_);
+        return total_;
+    }
+
     [[nodiscard]] int Count(std::uint16_t opcode) {
         const std::lock_guard guard(lock_);
         return counts_[opcode];
@@ -73,14 +88,18 @@ class CScriptedHost final : public CIHostInterface {
                               std::uint32_t timeoutMs) override {
         const std::uint16_t opcode = krcp::opcode(message);
         Answer answer;
+        int number = 0;
+        std::function<bool(int, CKrcpMessage&)> interceptor;
         {
             const std::lock_guard guard(lock_);
+            number = ++total_;
+            interceptor = interceptor_;
             ++counts_[opcode];
             last_[opcode] = {krcp::GetValue(message, 0, "OE", -1),
                              krcp::GetValue(message, 0, "CA", -99), timeoutMs};
             answer = answers_[opcode];
         }
-        if (answer) {
+        if ((!interceptor || !interceptor(number, message)) && answer) {
             answer(message);
         }
         return 1;
@@ -94,6 +113,8 @@ class CScriptedHost final : public CIHostInterface {
     std::mutex lock_;  // guards all below; answers run without it
     Bytes image_;
     std::map<std::uint16_t, Answer> answers_;
+    std::function<bool(int, CKrcpMessage&)> interceptor_;
+    int total_ = 0;
     std::map<std::uint16_t, int> counts_;
     std::map<std::uint16_t, Request> last_;
 };

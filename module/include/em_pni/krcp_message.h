@@ -13,6 +13,7 @@
 // there. Nothing throws except for lack of memory.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <rapidjson/document.h>
@@ -222,6 +223,20 @@ inline rapidjson::Value* commandForWriting(CKrcpMessage& message) {
     return command.IsObject() ? &command : nullptr;
 }
 
+// Makes room for one more member of an object, or throws and leaves it as it was. RapidJSON's own
+// growth counts room that it may then not get.
+inline void reserveMember(rapidjson::Value& object, rapidjson::Document::AllocatorType& allocator) {
+    rapidjson::Value larger(rapidjson::kObjectType);
+    for (rapidjson::SizeType i = 0; i <= object.MemberCount(); ++i) {
+        larger.AddMember("", rapidjson::Value(), allocator);
+    }
+    larger.RemoveAllMembers();
+    std::for_each(object.MemberBegin(), object.MemberEnd(), [&](auto& member) {
+        larger.AddMember(member.name, member.value, allocator);
+    });
+    object.Swap(larger);
+}
+
 // Sets a member of the current command, replacing what it holds; `value` must come from the
 // message's own allocator. False, and nothing changed, where there is no command to write to.
 // `key` is kept by reference: a literal.
@@ -233,6 +248,7 @@ inline bool setMember(CKrcpMessage& message, const char* key, rapidjson::Value v
     if (findMember(*command, key) != nullptr) {
         (*command)[key] = std::move(value);
     } else {
+        reserveMember(*command, message.document.GetAllocator());
         command->AddMember(rapidjson::Value(rapidjson::StringRef(key)), value,
                            message.document.GetAllocator());
     }

@@ -1,0 +1,140 @@
+// A host that fails at any one of its answers, and a process that has run out of descriptors.
+#include <gtest/gtest.h>
+#include <set>
+#include <sys/resource.h>
+
+#include "module/krcp_trace.h"
+#include "tests/module_fixture.h"
+#include "tests/sanitizer.h"
+
+namespace em_pni::test {
+namespace {
+
+enum class Fault { errorStatus, noAnswer, wrongType, late };
+
+class FaultTest : public ModuleFixture {
+  protected:
+    FaultTest() : ModuleFixture(1) {
+        network_.interfaces[0].primary = {{10, 0, 0, 1}};  // there is something to write
+        machine_.interfaces->interfaces.at("ens3f1").permanent = {0x0A, 1, 2, 3, 4, 5};
+        Begin();
+        answers_.insert(Ask());
+        Cycle();
+        new_ = host_.Image();
+        answers_.insert(Ask());
+        EXPECT_EQ(answers_.size(), 2U);
+    }
+
+    void Begin() {
+        host_.Put(original_);
+        owner_ = NewModule();
+        owner_->SetCabinetNumber(0);
+        owner_->Start(&host_, 0);
+    }
+    void Cycle() {
+        owner_->OnSwitchStarted();
+        owner_->Stop();
+    }
+    // A start with its cycle, an event, another start.
+    void TwoCycles() {
+        CKrcpMessage event = krcp::makeRequest(krcp::ipAddressChanged, 0, 0, 0);
+        krcp::setStatus(event, krcp::EVENT_MESSAGE);
+        Cycle();
+        owner_->ModuleReply(event);
+        Cycle();
+    }
+    // The data of the answer.
+    [[nodiscard]] std::string Ask() {
+        CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
+        owner_->ModuleRequest(request);
+        const rapidjson::Value* const data = krcp::findData(request);
+        return data != nullptr ? krcp::jsonText(*data) : "";
+    }
+    bool Fail(Fault fault, CKrcpMessage& message) {
+        if (fault == Fault::wrongType) {
+            krcp::setMember(message, "DA", rapidjson::Value("text"));
+            return krcp::setStatus(message, krcp::SUCCESS);
+        }
+        if (Bytes bytes; fault == Fault::late && krcp::copyRawBytes(message, bytes) > 0) {
+            host_.Put(bytes);  // the controller has taken it all the same
+        }
+        return fault == Fault::noAnswer ||
+               krcp::setStatus(message,
+                               fault == Fault::late ? krcp::REQUEST_PENDING : krcp::EXEC_FAILED);
+    }
+    // Without IP addresses, of which those that the host has failed to tell are missing.
+    static Bytes Bare(const Bytes& image) {
+        CPniFruData record(image);
+        record.CropToValidSize();
+        record.ClearIpAddresses();
+        return record.GetImage();
+    }
+    // Where nothing fails any more, everything comes right.
+    void ExpectWhole(const std::string& after) {
+        const Bytes bare = Bare(host_.Image());
+        EXPECT_TRUE(bare == Bare(original_) || bare == Bare(new_)) << after;
+        EXPECT_NE(Ask(), "") << after;
+        Cycle();
+        EXPECT_TRUE(host_.Image() == new_ && Ask() == *answers_.begin()) << after;
+    }
+
+    Bytes new_;
+    std::set<std::string> answers_;  // of the new record ("10...") and the old one ("192...")
+};
+
+TEST_F(FaultTest, OfEveryAnswerInTurn) {
+    Begin();
+    host_.Intercept(nullptr);
+    TwoCycles();
+    const int asked = host_.Total();
+    EXPECT_GT(asked, 150);
+    for (const Fault fault : {Fault::errorStatus, Fault::noAnswer, Fault::wrongType, Fault::late}) {
+        for (int n = 1; n <= asked; n += isSanitized ? 11 : 1) {
+            Begin();
+            host_.Intercept([&](int number, CKrcpMessage& message) {
+                return number == n && Fail(fault, message);
+            });
+            TwoCycles();
+            host_.Intercept(nullptr);
+            ExpectWhole("fault " + std::to_string(static_cast<int>(fault)) + " of request " +
+                        std::to_string(n));
+        }
+    }
+}
+
+// A host that tells nothing of its network has no addresses; all else stays as it is.
+TEST_F(FaultTest, OfAllAnswersAboutTheNetwork) {
+    Bytes silent = Bare(original_);
+    silent.resize(original_.size());
+    for (const Fault fault : {Fault::errorStatus, Fault::noAnswer, Fault::wrongType, Fault::late}) {
+        Begin();
+        host_.Intercept([&](int, CKrcpMessage& message) {
+            return krcp::opcode(message) >= krcp::interfaceCount && Fail(fault, message);
+        });
+        TwoCycles();
+        EXPECT_EQ(host_.Image(), silent) << static_cast<int>(fault);
+    }
+}
+
+TEST_F(FaultTest, WithoutFileDescriptors) {
+    if (isSanitized) {
+        GTEST_SKIP() << "sanitizers look at memory through a pipe";
+    }
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const CFileDescriptor first(::dup(0));  // the lowest that is free
+    for (rlim_t spare = 0; spare < 8; ++spare) {
+        Begin();
+        rlimit few = before;
+        few.rlim_cur = static_cast<rlim_t>(first.Get()) + spare;
+        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+        TwoCycles();
+        const std::string answer = Ask();
+        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+        EXPECT_TRUE(answers_.contains(answer)) << spare;
+        ExpectWhole(std::to_string(spare) + " descriptors");
+    }
+}
+
+}  // namespace
+}  // namespace em_pni::test

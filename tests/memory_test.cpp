@@ -1,0 +1,198 @@
+// Every allocation of a query and of a cycle fails in turn: alone, and with all that follow.
+#include <gtest/gtest.h>
+#include <limits>
+#include <new>
+#include <set>
+
+#include "module/krcp_trace.h"
+#include "tests/module_fixture.h"
+#include "tests/sanitizer.h"
+
+namespace {
+
+constexpr long never = std::numeric_limits<long>::max();
+
+std::atomic<long> left{never};  // allocations until one fails
+std::atomic<bool> lasts{false};
+thread_local bool isSpared = false;  // the test's own host
+
+bool fails() noexcept {
+    if (isSpared) {
+        return false;
+    }
+    const long before = left.fetch_sub(1);
+    return lasts ? before <= 1 : before == 1;
+}
+
+}  // namespace
+
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_realloc(void* memory, std::size_t size);
+void* __wrap_malloc(std::size_t size) {
+    return fails() ? nullptr : __real_malloc(size);
+}
+void* __wrap_realloc(void* memory, std::size_t size) {
+    return fails() ? nullptr : __real_realloc(memory, size);
+}
+}
+
+// A sanitizer has forms of its own of those that otherwise call the first of each kind.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return __wrap_malloc(size);
+}
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (void* const memory = __wrap_malloc(size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    operator delete(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+    operator delete(memory);
+}
+
+namespace em_pni::test {
+namespace {
+
+// The host behind it always has memory.
+class CSparedHost final : public CIHostInterface {
+  public:
+    explicit CSparedHost(CIHostInterface& host) : host_(host) {}
+    std::uint32_t SendRequest(CIExtensionModule* module, CKrcpMessage& message,
+                              std::uint32_t timeoutMs) override {
+        const bool before = std::exchange(isSpared, true);
+        host_.SendRequest(module, message, timeoutMs);
+        isSpared = before;
+        return 1;
+    }
+    std::uint32_t SwitchStartFinished(CIExtensionModule*, std::uint32_t) override { return 1; }
+    std::uint32_t GetHostKind() override { return 0; }
+
+  private:
+    CIHostInterface& host_;
+};
+
+struct MemoryCase {
+    bool lasts;
+    int traceLevel;
+};
+
+class MemoryTest : public ModuleFixture, public testing::WithParamInterface<MemoryCase> {
+  protected:
+    MemoryTest() : ModuleFixture(GetParam().traceLevel) {
+        network_.interfaces[0].primary = {{10, 0, 0, 1}};  // there is something to write
+        Begin();
+        Cycle();
+        new_ = host_.Image();
+        newAnswer_ = Ask("");
+        host_.Put(original_);
+        Begin();
+        oldAnswer_ = Ask("");
+        EXPECT_NE(oldAnswer_, newAnswer_);
+    }
+
+    // A new module beside the controller's record.
+    void Begin() {
+        owner_ = NewModule();
+        owner_->SetCabinetNumber(0);
+        owner_->Start(&sparedHost_, 0);
+    }
+    void Cycle() {
+        owner_->OnSwitchStarted();
+        owner_->Stop();
+    }
+    // The answer's data, or its status.
+    std::string Ask(const std::string& members, long failing = never) {
+        CKrcpMessage request =
+            parsedMessage(R"({"SIP":{"CMD":[{"CA":0,"OC":5952)" + members + "}]}}");
+        Short(failing, [&] { owner_->ModuleRequest(request); });
+        const rapidjson::Value* const data = krcp::findData(request);
+        return krcp::status(request) == krcp::SUCCESS ? krcp::jsonText(*data)
+                                                      : std::to_string(krcp::status(request));
+    }
+    // With the allocation of this number failing.
+    template <class Action>
+    void Short(long failing, Action action) {
+        lasts = GetParam().lasts;
+        left = failing;
+        action();
+        if (const long still = left.exchange(never); failing != never) {
+            reached_ = still <= 0;
+        }
+        lasts = false;
+    }
+
+    CSparedHost sparedHost_{host_};
+    Bytes new_;
+    std::string oldAnswer_, newAnswer_;
+    bool reached_ = false;
+};
+
+TEST_P(MemoryTest, OfAQuery) {
+    const std::set<std::string> refusals = {std::to_string(krcp::ACCESS_VIOLATION),
+                                            std::to_string(krcp::NOT_SUPPORTED),
+                                            // Not even the status found a place.
+                                            std::to_string(krcp::REQUEST_PENDING)};
+    const std::string filter = R"(,"DA":"{\"TechnologyType\":\"Eth\"}")";
+    const std::string filtered = Ask(filter);
+    int refused = 0;
+    for (long n = 1; n == 1 || reached_; ++n) {
+        Begin();
+        const std::string answer = Ask(filter, n);
+        ASSERT_TRUE(answer == filtered || refusals.contains(answer)) << n << ": " << answer;
+        refused += answer == filtered ? 0 : 1;
+        ASSERT_TRUE(Ask("") == oldAnswer_) << n;
+    }
+    EXPECT_GT(refused, 40);
+}
+
+TEST_P(MemoryTest, OfACycle) {
+    const int step = GetParam().traceLevel == 0 && !isSanitized ? 1 : 7;
+    long n = 1;
+    for (; n == 1 || reached_; n += step) {
+        host_.Put(original_);
+        Begin();
+        Short(n, [this] { Cycle(); });
+        const Bytes image = host_.Image();
+        ASSERT_TRUE(image == original_ || image == new_) << n;
+        ASSERT_TRUE(Ask("") == (image == new_ ? newAnswer_ : oldAnswer_)) << n;
+        Cycle();
+        ASSERT_TRUE(host_.Image() == new_ && Ask("") == newAnswer_) << n;
+    }
+    EXPECT_GT(n, 500);
+}
+
+// Once memory is back the thread goes on by itself.
+TEST_P(MemoryTest, OfTheThread) {
+    Configure("1");
+    for (long n = 1; n < 1000; n += n < 10 ? 1 : 33) {
+        host_.Put(original_);
+        Begin();
+        Short(n, [this] {
+            isSpared = true;
+            owner_->OnSwitchStarted();
+            EXPECT_TRUE(soon([this] { return left <= 0 || host_.Image() == new_; }));
+            isSpared = false;
+        });
+        ASSERT_TRUE(soon([this] { return host_.Image() == new_; })) << n;
+        owner_->Stop();
+        ASSERT_TRUE(Ask("") == newAnswer_) << n;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, MemoryTest, testing::Values(MemoryCase{false, 0}, MemoryCase{true, 5}));
+
+}  // namespace
+}  // namespace em_pni::test
