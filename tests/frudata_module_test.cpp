@@ -61,7 +61,8 @@ TEST(Modules, InsertThenRemoveGivesBackTheSameBytes) {
         const Bytes grown = record.GetImage();
         ASSERT_EQ(grown.size(), image.size() + stream.size());
         stream[0] |= 0x80;
-        ASSERT_TRUE(std::equal(stream.begin(), stream.end(), grown.end() - stream.size()));
+        ASSERT_TRUE(std::equal(stream.begin(), stream.end(),
+                               grown.end() - static_cast<std::ptrdiff_t>(stream.size())));
         unsigned changed = 0;
         for (std::size_t i = 0; i < image.size(); ++i) {
             changed += image[i] != grown[i] ? 1U : 0U;
