@@ -11,19 +11,35 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)  # programs are linked position-independent, too
+
 find_package(Threads REQUIRED)
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/document.h REQUIRED)
 
 add_library(pni_build INTERFACE)
 target_compile_options(pni_build INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Wformat=2 -Werror
-    -fstack-protector-strong
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     # A unique symbol would pin the module in memory for good once it has been loaded.
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
-target_compile_definitions(pni_build INTERFACE
-    $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 target_link_libraries(pni_build INTERFACE Threads::Threads)
+
+# Hardening, which scripts/check_hardening finds again in what has been built.
+target_compile_options(pni_build INTERFACE
+    -fstack-protector-strong
+    # Fortified functions need an optimising compiler; a level that it brings along gives way.
+    $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>)
+foreach(flag -fstack-clash-protection -fcf-protection)  # not known on every processor
+    string(MAKE_C_IDENTIFIER "EM_PNI_HAS${flag}" has_flag)
+    check_cxx_compiler_flag(${flag} ${has_flag})
+    if(${has_flag})
+        target_compile_options(pni_build INTERFACE ${flag})
+    endif()
+endforeach()
+target_link_options(pni_build INTERFACE
+    LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack LINKER:--as-needed)
 
 if(EM_PNI_SANITIZE)
     target_compile_options(pni_build INTERFACE

@@ -25,7 +25,7 @@ class CFactLines {
         constexpr std::size_t indentWidth = 5;
         for (const std::string& line :
              wrapWords(printable(validUtf8(fact)), columns - indentWidth - labelWidth)) {
-            text_ += indent_ + label + line + "\n";
+            text_.append(indent_).append(label).append(line).append("\n");
             label.assign(labelWidth, ' ');
         }
     }

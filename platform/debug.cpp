@@ -55,8 +55,9 @@ std::size_t residentKilobytes() noexcept {
 }  // namespace
 
 CDebug::CDebug(CDebugTraceConfig config, std::string moduleName)
-    : config_(std::move(config)), moduleName_(std::move(moduleName)) {
-    lastUpdate_ = std::time(nullptr);
+    : config_(std::move(config)),
+      moduleName_(std::move(moduleName)),
+      lastUpdate_(std::time(nullptr)) {
     Open();
     WriteHeader();
 }

@@ -51,7 +51,7 @@ class CDebug {
     std::uint64_t byteCount_ = 0;    // behind the last wrap, header included
     std::uint64_t headerCount_ = 0;  // bytes of the header = file offset behind it, the wrap point
     unsigned wrapCycle_ = 0;
-    std::time_t lastUpdate_ = 0;
+    std::time_t lastUpdate_;
 };
 
 // The text in front of the first line: command line, environment, configuration.

@@ -24,6 +24,8 @@ build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
     libnl-3-dev libnl-route-3-dev libudev-dev)
 # What the tests need besides.
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)
+# What the static checks need besides those of the tests.
+check_packages=(clang-tidy clang-format cppcheck)
 # What the benchmarks need besides.
 bench_packages=(libbenchmark-dev)
 # What fuzzing needs besides: stacks of findings by name and line.

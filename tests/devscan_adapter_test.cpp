@@ -1,3 +1,4 @@
+#include <array>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -64,9 +65,9 @@ TEST(DevscanAdapter, NamesFromLspciAreAskedForOnce) {
     EXPECT_EQ(names.Find({0x8086, 0x53, 0, 0}).device, "");
     EXPECT_TRUE(
         trace.Has("WARNING! No vendor name found for vendor ID 0x8086 sub vendor ID 0x15D9!"));
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread([&] {
             names.Find({0x8086, 0x52, 0, 0});
             names.Find({0x8086, 0x53, 0, 0});
             names.Find({0x8086, 0x54, 0, 0});
