@@ -131,13 +131,15 @@ class CPniFruData {
                                                               std::uint8_t function) const;
 
   private:
-    bool InsertModule(std::vector<std::uint8_t>& stream);
-    bool EraseModule(std::uint8_t index);
+    // Unchecked inside: they change a copy that no other thread knows, without its lock.
+    bool InsertModule(std::vector<std::uint8_t>& stream) PNI_REQUIRES(lock_) PNI_UNCHECKED;
+    bool EraseModule(std::uint8_t index) PNI_REQUIRES(lock_) PNI_UNCHECKED;
+    bool TakeWhen(bool isValid, CPniFruData& changed, const char* operation)
+        PNI_REQUIRES(lock_) PNI_UNCHECKED;
     void UpdateAfterModuleChange();
-    bool TakeWhen(bool isValid, CPniFruData& changed, const char* operation);
 
     mutable CReadWriteLock lock_;
-    std::vector<std::uint8_t> image_;  // guarded by lock_
+    std::vector<std::uint8_t> image_ PNI_GUARDED_BY(lock_);
 };
 
 }  // namespace em_pni

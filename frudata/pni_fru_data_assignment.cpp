@@ -17,12 +17,12 @@ std::string joinedTexts(const List& list, TextOf textOf) {
     return joined;
 }
 
-// Runs a setter between the lines that tell of it. `subject` makes the words for what is assigned,
-// and is only asked when somebody reads them.
+// Runs a setter on an image between the lines that tell of it. `subject` makes the words for what
+// is assigned, and is only asked when somebody reads them.
 template <class Subject, class Setter>
-bool assign(Subject subject, Setter setter) {
+bool assign(std::vector<std::uint8_t>& image, Subject subject, Setter setter) {
     PNI_TRACE(3, "\nCPniFruData         : Assigning %s in PNI FRU data...", subject().c_str());
-    if (!setter()) {
+    if (!setter(image)) {
         PNI_TRACE(1, "\nCPniFruData         : ERROR! FAILED to assign %s in PNI FRU data!",
                   subject().c_str());
         return false;
@@ -37,16 +37,18 @@ bool assign(Subject subject, Setter setter) {
 bool CPniFruData::AssignMacAddresses(std::span<const AddressBytes> macs, std::uint8_t module) {
     const CWriteGuard guard(lock_);
     return assign(
+        image_,
         [&] {
             return "MAC address [" +
                    joinedTexts(macs, [](const AddressBytes& mac) { return macText(mac); }) + "]";
         },
-        [&] { return SetMACAddress(image_, macs, module); });
+        [&](auto& image) { return SetMACAddress(image, macs, module); });
 }
 
 bool CPniFruData::AssignWwnAddresses(std::span<const PhysicalAddress> names, std::uint8_t module) {
     const CWriteGuard guard(lock_);
     return assign(
+        image_,
         [&] {
             return "WWN address [" +
                    joinedTexts(
@@ -54,28 +56,30 @@ bool CPniFruData::AssignWwnAddresses(std::span<const PhysicalAddress> names, std
                        [](const PhysicalAddress& name) { return worldwideNameText(name.wwpn); }) +
                    "]";
         },
-        [&] { return SetWWNAddress(image_, names, module); });
+        [&](auto& image) { return SetWWNAddress(image, names, module); });
 }
 
 bool CPniFruData::AssignIpv4Address(std::span<const std::uint8_t> mac,
                                     std::span<const std::uint8_t> address) {
     const CWriteGuard guard(lock_);
     return assign(
+        image_,
         [&] {
             return "IPv4 address [" + ipv4Text(address) + "] to MAC address [" + macText(mac) + "]";
         },
-        [&] { return SetIPAddress(image_, mac, address, 0); });
+        [&](auto& image) { return SetIPAddress(image, mac, address, 0); });
 }
 
 bool CPniFruData::AssignIpv6Address(std::span<const std::uint8_t> mac,
                                     std::span<const std::uint8_t> address, std::size_t slot) {
     const CWriteGuard guard(lock_);
     return assign(
+        image_,
         [&] {
             return "IPv6 address [" + std::to_string(slot) + "] " + ipv6Text(address) +
                    " to MAC address " + macText(mac);
         },
-        [&] { return SetIPAddress(image_, mac, address, slot); });
+        [&](auto& image) { return SetIPAddress(image, mac, address, slot); });
 }
 
 bool CPniFruData::ClearIpAddresses() {

@@ -21,7 +21,7 @@ class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
         }
     }
 
-    void BeginRead() noexcept PNI_UNCHECKED {
+    void BeginRead() noexcept PNI_ACQUIRE_SHARED() PNI_UNCHECKED {
         PNI_TRACE(6, "\nCReadWriteLock      : Waiting for write lock...");
         writeMutex_.Acquire();
         PNI_TRACE(6, "\nCReadWriteLock      : ...got write lock");
@@ -30,9 +30,9 @@ class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
         PNI_TRACE(6, "\nCReadWriteLock      : Released write lock!");
     }
 
-    void EndRead() noexcept PNI_UNCHECKED { ChangeReaderCount(-1); }
+    void EndRead() noexcept PNI_RELEASE_SHARED() PNI_UNCHECKED { ChangeReaderCount(-1); }
 
-    void BeginWrite() noexcept PNI_UNCHECKED {
+    void BeginWrite() noexcept PNI_ACQUIRE() PNI_UNCHECKED {
         PNI_TRACE(6, "\nCReadWriteLock      : Waiting for write lock access...");
         writeMutex_.Acquire();
         PNI_TRACE(6, "\nCReadWriteLock      : ...got write lock");
@@ -44,7 +44,7 @@ class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
         PNI_TRACE(6, "\nCReadWriteLock      : ... pending read operations were finished");
     }
 
-    void EndWrite() noexcept PNI_UNCHECKED {
+    void EndWrite() noexcept PNI_RELEASE() PNI_UNCHECKED {
         writeMutex_.Release();
         PNI_TRACE(6, "\nCReadWriteLock      : Released owned write lock!");
     }
@@ -71,10 +71,12 @@ class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
     int readerCount_ = 0;               // under readerCountMutex_
 };
 
-class CReadGuard {
+class PNI_SCOPED_CAPABILITY CReadGuard {
   public:
-    explicit CReadGuard(CReadWriteLock& lock) noexcept : lock_(lock) { lock_.BeginRead(); }
-    ~CReadGuard() { lock_.EndRead(); }
+    explicit CReadGuard(CReadWriteLock& lock) noexcept PNI_ACQUIRE_SHARED(lock) : lock_(lock) {
+        lock_.BeginRead();
+    }
+    ~CReadGuard() PNI_RELEASE() { lock_.EndRead(); }
     CReadGuard(const CReadGuard&) = delete;
     CReadGuard& operator=(const CReadGuard&) = delete;
 
@@ -82,10 +84,12 @@ class CReadGuard {
     CReadWriteLock& lock_;
 };
 
-class CWriteGuard {
+class PNI_SCOPED_CAPABILITY CWriteGuard {
   public:
-    explicit CWriteGuard(CReadWriteLock& lock) noexcept : lock_(&lock) { lock_->BeginWrite(); }
-    ~CWriteGuard() {
+    explicit CWriteGuard(CReadWriteLock& lock) noexcept PNI_ACQUIRE(lock) : lock_(&lock) {
+        lock_->BeginWrite();
+    }
+    ~CWriteGuard() PNI_RELEASE() PNI_UNCHECKED {
         if (lock_ != nullptr) {
             lock_->EndWrite();
         }

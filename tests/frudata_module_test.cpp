@@ -189,7 +189,7 @@ TEST(Modules, AnOnboardModuleLeavesTheLockWithTheCaller) {
     CTraceCapture trace(1);
     std::atomic<bool> read{false};
     std::thread reader;
-    std::thread owner([&] {
+    std::thread owner([&]() PNI_UNCHECKED {  // ends a write that AddPniModule began
         EXPECT_FALSE(record.AddPniModule(stream));
         EXPECT_TRUE(
             trace.Has("AddPniModule() - Requested adding onboard adapter (location id == 0)"));
