@@ -231,9 +231,8 @@ inline void reserveMember(rapidjson::Value& object, rapidjson::Document::Allocat
         larger.AddMember("", rapidjson::Value(), allocator);
     }
     larger.RemoveAllMembers();
-    std::for_each(object.MemberBegin(), object.MemberEnd(), [&](auto& member) {
-        larger.AddMember(member.name, member.value, allocator);
-    });
+    std::for_each(object.MemberBegin(), object.MemberEnd(),
+                  [&](auto& member) { larger.AddMember(member.name, member.value, allocator); });
     object.Swap(larger);
 }
 
