@@ -148,7 +148,7 @@ TEST(Library, LoadsAndUnloadsAThousandTimes) {
     CScriptedHost host(recordImage(12, {nicModule(0, true)}));
     std::thread([] {}).join();  // brings up what a sanitizer runs beside the first thread
     const std::size_t threadsBefore = threadCount();
-    std::size_t heapBefore = 0;
+    [[maybe_unused]] std::size_t heapBefore = 0;
     for (int i = 0; i < 1000; ++i) {
         {
             CLoadedLibrary library;
