@@ -235,7 +235,8 @@ class CEditing {
         isDone_ = true;
     }
 
-    void AddModule(const CutRecord& before) {
+    void AddModule(const CutRecord& before)
+        PNI_UNCHECKED {  // may end a write that it did not begin
         std::uint8_t version = 12;
         (void)record_.GetRecordFormatVersion(&version);
         Bytes stream = script_.Below(8) == 0
