@@ -197,7 +197,7 @@ TEST(ReadWriteLock, AWaitingWriterGoesBeforeNewReaders) {
     std::atomic<int> writerTurn{0};
     std::atomic<int> readerTurn{0};
     lock.BeginRead();
-    std::thread writer([&] {
+    std::thread writer([&]() PNI_UNCHECKED {  // its owner may take it again
         const CWriteGuard guard(lock);
         { const CReadGuard again(lock); }
         { const CWriteGuard again(lock); }
