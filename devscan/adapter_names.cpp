@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "devscan/text.h"
-#include "platform/file.h"
 #include "platform/number.h"
 #include "platform/profile_file.h"
 #include "platform/trace.h"
@@ -12,39 +11,36 @@
 namespace em_pni {
 namespace {
 
-constexpr std::size_t maxNameFile = std::size_t{1} << 20U;
 constexpr std::size_t maxName = 260;  // characters
 
-std::string nameIn(const CProfileText& file, const std::string& section, const std::string& key) {
-    const std::string_view value = file.Find(section, key).value_or(std::string_view());
-    return std::string(trimBlanks(value.substr(0, maxName)));
+std::string nameIn(const std::string& file, const std::string& section, const std::string& key) {
+    const std::string value = GetPrivateProfileString(section, key, file).value_or("");
+    return std::string(trimBlanks(std::string_view(value).substr(0, maxName)));
 }
 
 }  // namespace
 
 AdapterNames CAdapterNames::Find(const PciIds& ids) {
-    const std::string text = readSmallFile(nameFile_, maxNameFile).value_or("");
-    const CProfileText file(text);
     const std::string vendor = upperHex(ids.vendor, 4);
     const std::string device = upperHex(ids.device, 4);
     AdapterNames names;
-    names.vendor = nameIn(file, vendor, "Vendor");
+    names.vendor = nameIn(nameFile_, vendor, "Vendor");
     if (names.vendor.empty()) {
         PNI_TRACE(2,
                   "\nCSystemAdapter      : WARNING! No vendor name found for vendor ID 0x%X sub "
                   "vendor ID 0x%X!",
                   unsigned{ids.vendor}, unsigned{ids.subVendor});
     }
-    names.subVendor = nameIn(file, upperHex(ids.subVendor, 4), "Vendor");
+    names.subVendor = nameIn(nameFile_, upperHex(ids.subVendor, 4), "Vendor");
     if (names.subVendor.empty()) {
         PNI_TRACE(2,
                   "\nCSystemAdapter      : WARNING! No sub vendor name found for vendor ID 0x%X "
                   "sub vendor ID 0x%X!",
                   unsigned{ids.vendor}, unsigned{ids.subVendor});
     }
-    names.device = nameIn(file, vendor, device + upperHex(ids.subDevice, 4));
+    names.device = nameIn(nameFile_, vendor, device + upperHex(ids.subDevice, 4));
     if (names.device.empty()) {
-        names.device = nameIn(file, vendor, device);
+        names.device = nameIn(nameFile_, vendor, device);
     }
     if (names.device.empty()) {
         PNI_TRACE(2,

@@ -63,6 +63,7 @@ TEST(DevscanAdapter, NamesFromLspciAreAskedForOnce) {
     const test::CTraceCapture trace(2);
     EXPECT_EQ(names.Find({0x8086, 0x52, 0x15D9, 0xA}).device, "Intel I350");
     EXPECT_EQ(names.Find({0x8086, 0x53, 0, 0}).device, "");
+    EXPECT_TRUE(trace.Has("GetPrivateProfileString: Cannot open "));
     EXPECT_TRUE(
         trace.Has("WARNING! No vendor name found for vendor ID 0x8086 sub vendor ID 0x15D9!"));
     std::array<std::thread, 4> threads;
