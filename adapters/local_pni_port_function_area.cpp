@@ -53,9 +53,7 @@ std::uint32_t LocalPniPortFunctionAreaOf<Technology>::GetVendorDeviceId() const 
 
 template <class Technology>
 std::uint32_t LocalPniPortFunctionAreaOf<Technology>::GetSubVendorDeviceId() const {
-    // Only layout 0 of the configuration space has these ids where they are read.
-    const bool readable = (adapter_.Facts().headerType & 0x7FU) == 0;
-    const PciIds ids = readable ? adapter_.Ids() : PciIds{};
+    const PciIds ids = hasSubsystemIds(adapter_.Facts().headerType) ? adapter_.Ids() : PciIds{};
     return packedIds(Technology::prefix,
                      {ids.subVendor, ids.subDevice, "GetSubVendorDeviceId", "Sub"});
 }

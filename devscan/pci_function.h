@@ -21,6 +21,11 @@ constexpr std::uint8_t pciBaseClass(std::uint16_t classCode) noexcept {
     return static_cast<std::uint8_t>(classCode >> 8U);
 }
 
+// Of a header type as below: only layout 0 of the configuration space has ids of the subsystem.
+constexpr bool hasSubsystemIds(std::uint8_t headerType) noexcept {
+    return (headerType & 0x7FU) == 0;
+}
+
 // 0 where a list does not say.
 struct PciIds {
     std::uint16_t vendor = 0;

@@ -18,14 +18,12 @@ using Functions = std::optional<std::vector<PciFunction>>;
 constexpr const char* sysfsDirectory = "sys/bus/pci/devices";
 constexpr const char* procDirectory = "proc/bus/pci";
 constexpr std::size_t maxProcList = std::size_t{4} << 20U;
-constexpr std::size_t configHeaderTypeOffset = 0x0E;
-constexpr std::size_t configHeaderSize = 0x40;
 constexpr char configNoAnswer = '\xFF';  // what a device that is gone or powered down reads as
 
 // The facts that only adapters are asked for.
 void addAdapterAttributes(const COpenFolder& devices, const std::string& name,
                           PciFunction& function) {
-    const auto header = devices.ReadRange(name + "/config", configHeaderTypeOffset, 1);
+    const auto header = devices.ReadRange(name + "/config", configHeaderType, 1);
     if (header && header->front() != configNoAnswer) {
         function.headerType = static_cast<std::uint8_t>(header->front());
     }

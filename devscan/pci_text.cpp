@@ -11,15 +11,12 @@
 namespace em_pni {
 namespace {
 
-// Configuration space header, offsets in bytes.
+// Configuration space header, further offsets.
 constexpr std::size_t configVendor = 0x00;
 constexpr std::size_t configDevice = 0x02;
 constexpr std::size_t configClass = 0x0A;
-constexpr std::size_t configHeaderType = 0x0E;
-constexpr std::size_t configSubVendor = 0x2C;  // header layout 0 only
+constexpr std::size_t configSubVendor = 0x2C;
 constexpr std::size_t configSubDevice = 0x2E;
-constexpr std::size_t configHeaderSize = 0x40;
-constexpr unsigned headerLayoutMask = 0x7F;
 
 // Cuts `label` and the `width` hexadecimal digits behind it off the front of `rest`.
 std::optional<std::uint16_t> takeLabelled(std::string_view& rest, std::string_view label,
@@ -177,7 +174,7 @@ bool applyConfigHeader(CByteView config, PciFunction& function) noexcept {
     }
     function.classCode = config.U16(configClass);
     function.headerType = config.U8(configHeaderType);
-    if ((function.headerType & headerLayoutMask) == 0) {
+    if (hasSubsystemIds(function.headerType)) {
         function.ids.subVendor = config.U16(configSubVendor);
         function.ids.subDevice = config.U16(configSubDevice);
     }

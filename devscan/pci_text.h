@@ -2,6 +2,7 @@
 // sense of they leave out.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -10,6 +11,10 @@
 #include "devscan/pci_function.h"
 
 namespace em_pni {
+
+// Configuration space header, in bytes (PCI Local Bus 3.0, 6.1).
+inline constexpr std::size_t configHeaderSize = 0x40;
+inline constexpr std::size_t configHeaderType = 0x0E;
 
 // Ids and class from a `modalias` attribute, the address left unknown:
 //
@@ -22,8 +27,8 @@ std::optional<PciFunction> parseModalias(std::string_view text);
 // segment is nowhere: it stays 0.
 std::vector<PciFunction> parseProcPciDevices(std::string_view text);
 
-// Completes a function from the first 64 bytes of its configuration space (PCI Local Bus 3.0, 6.1).
-// False when they are not this function's: other ids, or too few bytes.
+// Completes a function from its configuration space header. False when that is not this function's:
+// other ids, or too few bytes.
 bool applyConfigHeader(CByteView config, PciFunction& function) noexcept;
 
 // "lspci -D -n -vmm": records of "Tag:<tab>value" lines, an empty line between them. All numbers
