@@ -14,8 +14,8 @@ namespace em_pni {
 // understood. In order of address, each address once, virtual functions left out where the source
 // shows them. Nothing when no source can be read.
 //
-// Drivers and header types of functions other than network and Fibre Channel ones are left out
-// where they would cost further reads.
+// Where it would cost further reads, only network and Fibre Channel functions have a driver, a
+// header type and bridges, and only they and storage functions are asked whether they are virtual.
 std::optional<std::vector<PciFunction>> listPciFunctions(CMachine& machine);
 
 // Base class network, or serial bus with Fibre Channel or InfiniBand.
