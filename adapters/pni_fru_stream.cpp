@@ -33,10 +33,8 @@ void setText(CAreaBytes& area, std::size_t offset, std::size_t fieldSize, const 
 
 std::vector<std::uint8_t> LocalPniModuleArea::ToPniFruDataModule() const {
     CAreaBytes area(Module::size);
-    std::uint32_t slot = 0;
-    if (!GetAdapterSlotNo(slot)) {
-        slot = 0;
-    }
+    std::uint32_t slot = 0;  // stays when it is not known
+    GetAdapterSlotNo(slot);
     area.U8(Module::flags, flags(slot, layout::moduleIdMask, IsEnabled(), false));
     area.U8(Module::recordLen, Module::size);
     area.U8(Module::portCount, static_cast<std::uint8_t>(GetPortCount()));
