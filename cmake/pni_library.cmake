@@ -20,7 +20,9 @@ find_path(RAPIDJSON_INCLUDE_DIR rapidjson/document.h REQUIRED)
 
 add_library(pni_build INTERFACE)
 target_compile_options(pni_build INTERFACE
-    -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Wformat=2 -Werror
+    -Wall -Wextra -Wconversion -Wnon-virtual-dtor -Wformat=2 -Werror
+    # Files that are compiled as one have equal names of their own.
+    $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     # A unique symbol would pin the module in memory for good once it has been loaded.
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)

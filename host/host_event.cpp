@@ -48,16 +48,16 @@ std::string textOf(HostEvent event) {
     return std::string(factsOf(event).text);
 }
 
-std::optional<CKrcpMessage> messageOf(HostEvent event) {
+std::unique_ptr<CKrcpMessage> messageOf(HostEvent event) {
     const EventFacts& facts = factsOf(event);
     if (!facts.opcode) {
-        return std::nullopt;
+        return nullptr;
     }
-    CKrcpMessage message = krcp::makeRequest(*facts.opcode, 0, 0, 0);
+    auto message = std::make_unique<CKrcpMessage>(krcp::makeRequest(*facts.opcode, 0, 0, 0));
     if (facts.action) {
-        krcp::setMember(message, "DA", krcp::number(*facts.action));
+        krcp::setMember(*message, "DA", krcp::number(*facts.action));
     }
-    krcp::setStatus(message, krcp::EVENT_MESSAGE);
+    krcp::setStatus(*message, krcp::EVENT_MESSAGE);
     return message;
 }
 

@@ -1,6 +1,7 @@
 // What a host tells its module unasked.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,8 +18,8 @@ std::optional<HostEvent> hostEventOf(std::string_view word) noexcept;
 std::string_view wordOf(HostEvent event) noexcept;
 // For people: "device added".
 std::string textOf(HostEvent event);
-// The document that the module takes; nothing for a shutdown, of which it is notified.
-std::optional<CKrcpMessage> messageOf(HostEvent event);
+// The document that the module takes; null for a shutdown, of which it is notified.
+std::unique_ptr<CKrcpMessage> messageOf(HostEvent event);
 
 // An event that the module is to hear of.
 struct EventReport {

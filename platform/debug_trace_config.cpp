@@ -12,7 +12,7 @@
 namespace em_pni {
 namespace {
 
-constexpr std::size_t maxFileSize = 1024 * 1024;
+constexpr std::size_t maxSettingFileSize = 1024 * 1024;
 constexpr std::size_t maxDirectoryLength = 256;  // characters; longer values are cut
 constexpr std::uint64_t maxLevel = 1000;
 constexpr std::uint64_t maxNumber = 0xFFFFFFFF;
@@ -66,14 +66,14 @@ void CDebugTraceConfig::ReadFiles() {
     // The times are taken before the content, so that a change in between is seen next time.
     globalFile_.path = directory_ + "/global_trace.ini";
     globalFile_.changed = modificationTime(globalFile_.path);
-    if (const auto text = readSmallFile(globalFile_.path, maxFileSize)) {
+    if (const auto text = readSmallFile(globalFile_.path, maxSettingFileSize)) {
         globalDynamicUpdate_ = CProfileText(*text).Find("GlobalDebugSettings", "DynamicUpdate");
     }
     // Without a file for the module a new one may come: then the directory changes.
     moduleFile_ = {directory_, modificationTime(directory_)};
     for (const std::string& path : iniFiles(directory_)) {
         const auto changed = modificationTime(path);
-        const auto text = readSmallFile(path, maxFileSize);
+        const auto text = readSmallFile(path, maxSettingFileSize);
         if (!text) {
             continue;
         }

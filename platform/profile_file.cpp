@@ -12,7 +12,7 @@
 namespace em_pni {
 namespace {
 
-constexpr std::size_t maxFileSize = 1024 * 1024;
+constexpr std::size_t maxProfileSize = 1024 * 1024;
 
 char lowered(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
@@ -135,7 +135,7 @@ std::vector<CProfileText::Entry> CProfileText::Entries(std::string_view section)
 
 std::optional<std::string> GetPrivateProfileString(std::string_view section, std::string_view key,
                                                    const std::string& fileName) {
-    const auto text = readSmallFile(fileName, maxFileSize);
+    const auto text = readSmallFile(fileName, maxProfileSize);
     if (!text) {
         PNI_TRACE(2, "GetPrivateProfileString: Cannot open %s\n", fileName.c_str());
         return std::nullopt;
@@ -160,7 +160,7 @@ bool WritePrivateProfileString(const char* section, const char* key, const char*
         PNI_TRACE(2, "WritePrivateProfileString: ## WARNING: append open error: %s\n", fileName);
         return false;
     }
-    const auto text = readSmallFile(fileName, maxFileSize);
+    const auto text = readSmallFile(fileName, maxProfileSize);
     const bool written = text && replaceFile(fileName, edited(*text, section, key, value));
     PNI_TRACE(5, "WritePrivateProfileString rc=0x%04x\n", written ? 1U : 0U);
     return written;

@@ -1,4 +1,7 @@
-// Compiled against the public headers and RapidJSON only: what a host needs is all there.
+// Compiled against the public headers and RapidJSON only: what a host needs is all there, and a
+// header of the system whose macros have the names of ours does not disturb.
+#include <netdb.h>
+
 #include "em_pni/em_pni.h"
 
 namespace {

@@ -55,6 +55,10 @@ inline constexpr std::uint64_t linkIsUp = 1;
 
 inline constexpr std::uint16_t pniFruExtension = 0x002E;  // "OE" of readFru and writeFru
 
+// <netdb.h> has a macro of this name; whoever includes that as well writes the number.
+#pragma push_macro("NO_DATA")
+#undef NO_DATA
+
 enum Status : std::uint8_t {
     SUCCESS = 0,
     INVALID_CMD = 1,
@@ -83,6 +87,8 @@ enum Status : std::uint8_t {
     OBJ_WRITEONLY = 26,
     EVENT_MESSAGE = 255,
 };
+
+#pragma pop_macro("NO_DATA")
 
 // The word for a status; "UNKNOWN" where a code has none.
 inline const char* statusName(std::uint32_t status) noexcept {
