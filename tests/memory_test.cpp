@@ -5,6 +5,7 @@
 #include <set>
 
 #include "module/krcp_trace.h"
+#include "pni/guarded.h"
 #include "tests/module_fixture.h"
 #include "tests/sanitizer.h"
 
@@ -189,6 +190,18 @@ TEST_P(MemoryTest, OfTheThread) {
         ASSERT_TRUE(soon([this] { return host_.Image() == new_; })) << n;
         owner_->Stop();
         ASSERT_TRUE(Ask("") == newAnswer_) << n;
+    }
+}
+
+TEST_P(MemoryTest, OfAnAddressThatMakesTheRecordLonger) {
+    for (long n = 1; n == 1 || reached_; ++n) {
+        CPniFruData record(sample("three-modules.fru"));
+        Short(n, [&record] {
+            guarded("the test", false, [&record] {
+                return record.AssignIpv6Address(sampleMac(3, 1), Bytes(16, 1), 1);
+            });
+        });
+        ASSERT_TRUE(record.IsValid()) << n;
     }
 }
 
