@@ -205,6 +205,16 @@ TEST_P(MemoryTest, OfAnAddressThatMakesTheRecordLonger) {
     }
 }
 
+// It stays off then, and the process goes on.
+TEST_P(MemoryTest, OfTheTrace) {
+    trace_.End();
+    ASSERT_EQ(::setenv("QL_LOG_FILE_DIR", directory_.Path().c_str(), 1), 0);
+    for (long n = 1; n == 1 || reached_; ++n) {
+        Short(n, [] { const CDebugClient client("EM_PNI"); });
+    }
+    EXPECT_NE(contentOf(directory_.File("log.EM_PNI")), "");
+}
+
 INSTANTIATE_TEST_SUITE_P(, MemoryTest, testing::Values(MemoryCase{false, 0}, MemoryCase{true, 5}));
 
 }  // namespace
