@@ -174,9 +174,13 @@ void CPniExtModule::NoteHotplug(const CKrcpMessage& event) {
 }
 
 void CPniExtModule::ClearNetworkSnapshot() {
-    CKrcpMessage message = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, CabinetNumber());
-    SendRequest(message, clearTimeout);
-    if (krcp::hasData(message) && isNonEmpty(*krcp::findData(message))) {
+    // Whatever comes of it, the event goes on.
+    const bool isCleared = guarded("ClearNetworkSnapshot", false, [this] {
+        CKrcpMessage message = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, CabinetNumber());
+        SendRequest(message, clearTimeout);
+        return krcp::hasData(message) && isNonEmpty(*krcp::findData(message));
+    });
+    if (isCleared) {
         PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Network Interface Snapshot tree cleared!");
     } else {
         PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Could not clear Network Interface Snapshot tree.");

@@ -150,6 +150,7 @@ TEST_F(ModuleTest, PendingHotplugIsTriedTwiceMore) {
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
     machine_.Remove("sys/bus/pci");  // the scan fails, and the update with it
+    host_.On(krcp::clearNetworkSnapshot, [](CKrcpMessage&) { throw std::runtime_error("host"); });
     for (const char* data : {"2", "7"}) {
         CKrcpMessage event = Event(krcp::deviceDataChanged, data);
         module_.ModuleReply(event);
