@@ -1,4 +1,4 @@
-#include <exception>
+#include <cxxabi.h>
 #include <rapidjson/document.h>
 
 #include "em_pni/krcp_message.h"
@@ -54,7 +54,9 @@ std::uint32_t CPniExtModule::ModuleRequest(CKrcpMessage& request) {
         }
         try {
             return std::uint32_t{AnswerRequest(request)};
-        } catch (const std::exception&) {
+        } catch (abi::__forced_unwind&) {
+            throw;  // a cancelled thread must unwind to its end
+        } catch (...) {
             krcp::setStatus(request, krcp::ACCESS_VIOLATION);
             traceException(request);
             return std::uint32_t{0};
