@@ -68,7 +68,7 @@ TEST_F(ModuleTest, AFailedFetchLeavesTheModulePassive) {
     host_.On(krcp::readFru, [](CKrcpMessage& message) { message.document.SetNull(); });
     module_.OnSwitchStarted();
     host_.On(krcp::readFru, [](CKrcpMessage&) { throw std::runtime_error("host"); });
-    EXPECT_EQ(module_.OnSwitchStarted(), 0U);
+    EXPECT_EQ(module_.OnSwitchStarted(), 40U);
     EXPECT_FALSE(trace_.Has("Starting a PNI FRU data update thread"));
     EXPECT_EQ(module_.Stop(), 1U);
     EXPECT_FALSE(trace_.Has("CThread"));
