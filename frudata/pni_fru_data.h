@@ -51,6 +51,8 @@ class CPniFruData {
     [[nodiscard]] bool IsValid() const;
     // False when there is no record to read it from.
     [[nodiscard]] bool GetRecordFormatVersion(std::uint8_t* version) const;
+    // Whether the record has codes where the oldest format has texts. False likewise.
+    [[nodiscard]] bool HasCodes() const;
 
     // "FindOemInternalUseArea() : Could not find OEM Internal Area."
     [[nodiscard]] const std::uint8_t* FindOemInternalUseArea() const;
