@@ -86,11 +86,15 @@ bool insertAddress(CImageEditor& image, const AddressTarget& target, std::size_t
         !image.View().Has(target.function.Offset(), target.function.Size())) {
         return false;
     }
+    // First, as there may be no memory for it. The counts stand in front of it.
+    if (!image.Insert(target.addresses + place, address)) {
+        return false;
+    }
     image.PutU8(target.addresses + Addresses::ipCounters, counters);
     image.PutU8(target.function.Offset() + Layout::functionLength,
                 static_cast<std::uint8_t>(functionLength));
     image.PutU16(lengthOffset, static_cast<std::uint16_t>(recordLength));
-    return image.Insert(target.addresses + place, address);
+    return true;
 }
 
 bool storeIpv4(CImageEditor& image, const AddressTarget& target, const IpLists& lists,

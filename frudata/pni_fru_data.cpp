@@ -73,6 +73,11 @@ bool CPniFruData::GetRecordFormatVersion(std::uint8_t* version) const {
     return pni_getRecordFormatVersion(image_.data(), image_.size(), version) == PNI_SUCCESS;
 }
 
+bool CPniFruData::HasCodes() const {
+    std::uint8_t version = 0;
+    return GetRecordFormatVersion(&version) && version >= Header::firstVersionWithCodes;
+}
+
 const std::uint8_t* CPniFruData::FindOemInternalUseArea() const {
     const CReadGuard guard(lock_);
     return foundOrThrow(pni_findOemInternalUseArea(image_.data(), image_.size()),

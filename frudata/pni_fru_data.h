@@ -19,8 +19,9 @@ namespace em_pni {
 using FoundModule = std::pair<bool, std::uint8_t>;
 
 // Every member takes the image's lock for each search it makes: readers share it, changes have it
-// alone. Where a member looks twice (GetModuleSize, RemoveModule), a caller that needs one
-// consistent answer holds the lock itself. Pointers handed out stay good until the next change.
+// alone. Where a member looks twice (GetModuleSize, GetModuleFacts, RemoveModule), a caller that
+// needs one consistent answer holds the lock itself. Pointers handed out stay good until the next
+// change.
 //
 // A member that cannot find what it needs throws std::runtime_error with the text that the member's
 // comment quotes. All take any image, however damaged, and touch no byte outside it.
@@ -38,7 +39,8 @@ class CPniFruData {
     // Same length and same bytes.
     [[nodiscard]] bool HasSameImage(const CPniFruData& other) const;
 
-    // For a caller that needs several answers about the same bytes; members may be called under it.
+    // For a caller that needs several answers about the same bytes: members may be called while it
+    // is held for writing.
     [[nodiscard]] CReadWriteLock& Lock() const noexcept { return lock_; }
     // Calls `reader` with the bytes under the read lock and returns its result. The reader must not
     // change this object.
@@ -51,6 +53,8 @@ class CPniFruData {
     [[nodiscard]] bool IsValid() const;
     // False when there is no record to read it from.
     [[nodiscard]] bool GetRecordFormatVersion(std::uint8_t* version) const;
+    // Whether the record has codes where the oldest format has texts. False likewise.
+    [[nodiscard]] bool HasCodes() const;
 
     // "FindOemInternalUseArea() : Could not find OEM Internal Area."
     [[nodiscard]] const std::uint8_t* FindOemInternalUseArea() const;

@@ -243,8 +243,8 @@ void CPniFruData::VisitModules(const ModuleVisitor& visit) const {
 }
 
 ModuleFacts CPniFruData::GetModuleFacts(std::uint8_t module) const {
-    const CReadGuard guard(lock_);
     static_cast<void>(FindPniModuleArea(module, true));
+    const CReadGuard guard(lock_);
     ModuleFacts facts;
     enterModule(image_, module,
                 [&facts](const CRecordCursor& cursor) { facts = moduleFacts(cursor); });

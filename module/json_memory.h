@@ -1,5 +1,5 @@
 // What RapidJSON does without memory: it throws std::bad_alloc instead of writing through a null
-// pointer. Every file of this project is compiled with this header first.
+// pointer. Every file that uses pni_krcp is compiled with this header first.
 #pragma once
 
 #include <cstddef>

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <pthread.h>
+#include <string>
 #include <syslog.h>
 #include <utility>
 
@@ -29,18 +30,19 @@ class CNoCancellation {
 
 }  // namespace
 
-CDebugClient::CDebugClient(const std::string& moduleName) noexcept
+CDebugClient::CDebugClient(std::string_view moduleName) noexcept
     // secure_getenv: a set-id program must not write where its caller says.
     : CDebugClient(CDebugTraceConfig::systemDirectory, moduleName,
                    [](const char* name) -> const char* { return ::secure_getenv(name); }) {}
 
-CDebugClient::CDebugClient(std::string configDirectory, const std::string& moduleName,
+CDebugClient::CDebugClient(std::string_view configDirectory, std::string_view moduleName,
                            CDebugTraceConfig::Environment environment) noexcept {
     try {
         const std::lock_guard guard(debugLock);
         if (activeDebug == nullptr) {
+            const std::string module(moduleName);
             activeDebug = new CDebug(
-                CDebugTraceConfig(std::move(configDirectory), moduleName, environment), moduleName);
+                CDebugTraceConfig(std::string(configDirectory), module, environment), module);
             active_ = true;
             trace::gate.store(activeDebug->Gate(), std::memory_order_relaxed);
         }

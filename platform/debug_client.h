@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdarg>
-#include <string>
+#include <string_view>
 
 #include "platform/debug_trace_config.h"
 
@@ -14,8 +14,8 @@ class CDebugClient {
   public:
     // With the configuration of the machine: CDebugTraceConfig::systemDirectory and the
     // environment.
-    explicit CDebugClient(const std::string& moduleName) noexcept;
-    CDebugClient(std::string configDirectory, const std::string& moduleName,
+    explicit CDebugClient(std::string_view moduleName) noexcept;
+    CDebugClient(std::string_view configDirectory, std::string_view moduleName,
                  CDebugTraceConfig::Environment environment) noexcept;
     ~CDebugClient();
     CDebugClient(const CDebugClient&) = delete;

@@ -10,7 +10,8 @@
 namespace em_pni {
 
 // The thread that writes may begin reads and further writes. A thread that reads must end its read
-// before it begins a write: it would wait for itself.
+// before it begins a write or another read: it would wait for itself, or for a writer that waits
+// for it.
 // Order of the locks: the write mutex first, then the reader-count mutex.
 class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
   public:

@@ -1,12 +1,11 @@
 #include "pni/hotplug_update.h"
 
 #include <algorithm>
-#include <exception>
 #include <map>
 #include <optional>
+#include <stdexcept>
 
 #include "frudata/address_index.h"
-#include "frudata/layout.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -48,13 +47,6 @@ const char* nameOf(ModuleType type) noexcept {
 
 bool isTracked(ModuleTechnology technology) noexcept {
     return technology == ModuleTechnology::eth || technology == ModuleTechnology::fc;
-}
-
-// An adapter's modules are written with codes; a record with texts instead would be misread.
-bool canHoldNewModules(const CPniFruData& record) {
-    std::uint8_t version = 0;
-    return record.GetRecordFormatVersion(&version) &&
-           version >= layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes;
 }
 
 class CHotplugUpdate {
@@ -130,8 +122,9 @@ bool CHotplugUpdate::HandleAdapter(const LocalPniAdapterHandle& handle) {
         PNI_TRACE(5, "%sModule present, continue...", self);
         return true;
     }
+    // Modules of adapters are written with codes; in a record with texts they would be misread.
     if (adapter.GetLocalPniModuleArea().GetModuleType() != LocalPniModuleArea::pciAddIn ||
-        !canHoldNewModules(copy_)) {
+        !copy_.HasCodes()) {
         PNI_TRACE(5, "%sAdditional module not supported in hot-plug, continue...", self);
         return true;
     }

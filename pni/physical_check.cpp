@@ -2,7 +2,6 @@
 
 #include <optional>
 
-#include "frudata/layout.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -54,17 +53,11 @@ std::optional<std::uint32_t> slotOf(const LocalPniAdapter& adapter) {
                                                                   : std::nullopt;
 }
 
-bool hasPciLocations(const CPniFruData& record) {
-    std::uint8_t version = 0;
-    return record.GetRecordFormatVersion(&version) &&
-           version >= layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes;
-}
-
 // The two address lists of a module and its adapter; nothing when they cannot be compared.
 std::optional<std::pair<Addresses, Addresses>> comparableLists(const CPniFruData& copy,
                                                                const LocalPniAdapter& adapter,
                                                                std::uint8_t module) {
-    if (!hasPciLocations(copy)) {
+    if (!copy.HasCodes()) {
         return std::nullopt;
     }
     if (!ComparePciLocation(copy, adapter, module, 0, 0)) {

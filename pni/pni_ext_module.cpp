@@ -97,26 +97,32 @@ std::uint32_t CPniExtModule::Start(CIHostInterface* host, std::uint32_t instance
 }
 
 std::uint32_t CPniExtModule::OnSwitchStarted() {
-    return guarded("OnSwitchStarted", std::uint32_t{0}, [&] {
-        PNI_TRACE(1, "\n%s", dashes);
-        PNI_TRACE(1, "\n### OnSwitchStarted of %s ###\n", GetModuleName());
-        // A thread of an earlier start would go on with the record of that time.
-        StopUpdateThread();
-        bool isValid = false;
-        {
-            const CRecursiveLockGuard guard(FruDataLock);
-            record_.SetImage({});  // should the fetch fail, an earlier record must not stand for it
-            RequestPniFruData(record_);
-            isValid = record_.IsValid();
-        }
-        if (isValid) {
-            PNI_TRACE(2,
-                      "\nEM_PNI              : PNI structure is valid. Starting a PNI FRU data "
-                      "update thread.");
-            StartUpdateThread();
-        }
-        return SwitchStartFinished(0);
+    PNI_TRACE(1, "\n%s", dashes);
+    PNI_TRACE(1, "\n### OnSwitchStarted of %s ###\n", GetModuleName());
+    guarded("OnSwitchStarted", 0, [this] {
+        FetchAndStartThread();
+        return 0;
     });
+    // The host waits for this of every module, also of one that can do nothing.
+    return guarded("OnSwitchStarted", std::uint32_t{0}, [this] { return SwitchStartFinished(0); });
+}
+
+void CPniExtModule::FetchAndStartThread() {
+    // A thread of an earlier start would go on with the record of that time.
+    StopUpdateThread();
+    bool isValid = false;
+    {
+        const CRecursiveLockGuard guard(FruDataLock);
+        record_.SetImage({});  // should the fetch fail, an earlier record must not stand for it
+        RequestPniFruData(record_);
+        isValid = record_.IsValid();
+    }
+    if (isValid) {
+        PNI_TRACE(2,
+                  "\nEM_PNI              : PNI structure is valid. Starting a PNI FRU data update "
+                  "thread.");
+        StartUpdateThread();
+    }
 }
 
 std::uint32_t CPniExtModule::Stop() {

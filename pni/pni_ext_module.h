@@ -57,6 +57,8 @@ class CPniExtModule final : public CExtensionModule {
     static constexpr std::uint32_t onEventsOnly = CEvent::forever;
     static constexpr int hotplugRetries = 2;
 
+    void FetchAndStartThread();
+
     // requests.cpp
     bool AnswerRequest(CKrcpMessage& request);
     bool AnswerReadPniData(CKrcpMessage& request) PNI_REQUIRES(FruDataLock);

@@ -1,4 +1,4 @@
-#include <exception>
+#include <cxxabi.h>
 #include <rapidjson/document.h>
 
 #include "em_pni/krcp_message.h"
@@ -54,7 +54,9 @@ std::uint32_t CPniExtModule::ModuleRequest(CKrcpMessage& request) {
         }
         try {
             return std::uint32_t{AnswerRequest(request)};
-        } catch (const std::exception&) {
+        } catch (abi::__forced_unwind&) {
+            throw;  // a cancelled thread must unwind to its end
+        } catch (...) {
             krcp::setStatus(request, krcp::ACCESS_VIOLATION);
             traceException(request);
             return std::uint32_t{0};
@@ -174,9 +176,13 @@ void CPniExtModule::NoteHotplug(const CKrcpMessage& event) {
 }
 
 void CPniExtModule::ClearNetworkSnapshot() {
-    CKrcpMessage message = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, CabinetNumber());
-    SendRequest(message, clearTimeout);
-    if (krcp::hasData(message) && isNonEmpty(*krcp::findData(message))) {
+    // Whatever comes of it, the event goes on.
+    const bool isCleared = guarded("ClearNetworkSnapshot", false, [this] {
+        CKrcpMessage message = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, CabinetNumber());
+        SendRequest(message, clearTimeout);
+        return krcp::hasData(message) && isNonEmpty(*krcp::findData(message));
+    });
+    if (isCleared) {
         PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Network Interface Snapshot tree cleared!");
     } else {
         PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Could not clear Network Interface Snapshot tree.");

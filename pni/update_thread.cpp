@@ -21,7 +21,7 @@ constexpr std::uint32_t stopTimeout = 5000;  // milliseconds
 void CPniExtModule::StartUpdateThread() {
     const CRecursiveLockGuard guard(ThreadLock);
     if (updateThread_.IsAlive()) {
-        return;  // still in a request of an earlier start; it leaves when that has been answered
+        return;  // still in a cycle of an earlier start; it leaves at the end of that
     }
     StopThread = false;
     updateThread_.Start(threadPriority, false, 0, true, false);

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "module/krcp_trace.h"
+#include "pni/guarded.h"
 #include "tests/module_fixture.h"
 #include "tests/sanitizer.h"
 
@@ -190,6 +191,28 @@ TEST_P(MemoryTest, OfTheThread) {
         owner_->Stop();
         ASSERT_TRUE(Ask("") == newAnswer_) << n;
     }
+}
+
+TEST_P(MemoryTest, OfAnAddressThatMakesTheRecordLonger) {
+    for (long n = 1; n == 1 || reached_; ++n) {
+        CPniFruData record(sample("three-modules.fru"));
+        Short(n, [&record] {
+            guarded("the test", false, [&record] {
+                return record.AssignIpv6Address(sampleMac(3, 1), Bytes(16, 1), 1);
+            });
+        });
+        ASSERT_TRUE(record.IsValid()) << n;
+    }
+}
+
+// It stays off then, and the process goes on.
+TEST_P(MemoryTest, OfTheTrace) {
+    trace_.End();
+    ASSERT_EQ(::setenv("QL_LOG_FILE_DIR", directory_.Path().c_str(), 1), 0);
+    for (long n = 1; n == 1 || reached_; ++n) {
+        Short(n, [] { const CDebugClient client("EM_PNI"); });
+    }
+    EXPECT_NE(contentOf(directory_.File("log.EM_PNI")), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(, MemoryTest, testing::Values(MemoryCase{false, 0}, MemoryCase{true, 5}));

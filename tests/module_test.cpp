@@ -68,7 +68,7 @@ TEST_F(ModuleTest, AFailedFetchLeavesTheModulePassive) {
     host_.On(krcp::readFru, [](CKrcpMessage& message) { message.document.SetNull(); });
     module_.OnSwitchStarted();
     host_.On(krcp::readFru, [](CKrcpMessage&) { throw std::runtime_error("host"); });
-    EXPECT_EQ(module_.OnSwitchStarted(), 0U);
+    EXPECT_EQ(module_.OnSwitchStarted(), 40U);
     EXPECT_FALSE(trace_.Has("Starting a PNI FRU data update thread"));
     EXPECT_EQ(module_.Stop(), 1U);
     EXPECT_FALSE(trace_.Has("CThread"));
@@ -150,6 +150,7 @@ TEST_F(ModuleTest, PendingHotplugIsTriedTwiceMore) {
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
     machine_.Remove("sys/bus/pci");  // the scan fails, and the update with it
+    host_.On(krcp::clearNetworkSnapshot, [](CKrcpMessage&) { throw std::runtime_error("host"); });
     for (const char* data : {"2", "7"}) {
         CKrcpMessage event = Event(krcp::deviceDataChanged, data);
         module_.ModuleReply(event);

@@ -39,8 +39,8 @@ class CIExtensionModule {
     virtual std::uint32_t GetModuleInfo(void* block) = 0;                            // slot 2
     virtual std::uint32_t Init() = 0;                                                // slot 3
     virtual std::uint32_t Start(CIHostInterface* host, std::uint32_t instance) = 0;  // slot 4
-    // The module sends no request after this has returned, unless one was under way for more than
-    // five seconds; EM_Delete waits for that one too.
+    // The module sends no request after this has returned, unless the cycle under way takes more
+    // than five seconds: it goes on to its end, and EM_Delete waits for that.
     virtual std::uint32_t Stop() = 0;             // slot 5
     virtual std::uint32_t OnSwitchStarted() = 0;  // slot 6
     // A reply or an event (status EVENT_MESSAGE).
