@@ -1,4 +1,8 @@
+// Changes of a record: addresses, and modules put in and taken out.
+#include <atomic>
+#include <functional>
 #include <gtest/gtest.h>
+#include <thread>
 
 #include "frudata/pni_fru_data.h"
 #include "tests/record_builder.h"
@@ -122,6 +126,8 @@ TEST(Addresses, MacsGoToTheirPortsInBothCopies) {
     EXPECT_FALSE(record.AssignMacAddresses(std::vector<Bytes>{macs[0], Bytes(6, 0)}, 1));
     EXPECT_FALSE(record.AssignMacAddresses(std::vector<Bytes>{macs[0], Bytes(5, 1)}, 1));
     EXPECT_FALSE(record.AssignMacAddresses(macs, 2));
+    EXPECT_FALSE(record.AssignWwnAddresses(std::vector<PhysicalAddress>(2), 1))
+        << "no Fibre Channel module";
     EXPECT_EQ(record.GetImage(), before);
     // The second function has no room for its addresses: the first is not touched either.
     EXPECT_TRUE(refuses(twoModules(nicAddresses(1), {}), [&macs](CPniFruData& cramped) {
@@ -129,34 +135,96 @@ TEST(Addresses, MacsGoToTheirPortsInBothCopies) {
     }));
 }
 
-TEST(Addresses, WorldwideNamesAreWrittenAndFound) {
-    CPniFruData record(sample("three-modules.fru"));
-    const Bytes original = record.GetImage();
-    const auto names = record.GetModulePhysicalAddresses(2);
-    ASSERT_EQ(names.size(), 2U);
-    EXPECT_EQ(names[1].kind, PhysicalAddress::Kind::wwn);
-    EXPECT_EQ(names[1].wwpn, 0x100000109B000002U);
-    EXPECT_EQ(names[1].wwnn, 0x200000109B000002U);
-    EXPECT_EQ(record.FindModuleByAddress(names[1]), FoundModule(true, 2));
-
-    auto changed = names;
-    changed[1].wwpn = 0x10000000C9ABCDEFU;
-    ASSERT_TRUE(record.AssignWwnAddresses(changed, 2));
-    EXPECT_TRUE(record.IsValid());
-    EXPECT_EQ(record.GetModulePhysicalAddresses(2)[1].wwpn, changed[1].wwpn);
-    EXPECT_FALSE(record.FindModuleByAddress(names[1]).first);
-    EXPECT_FALSE(record.FindModuleByWWPNAddress(0).first);
-    ASSERT_TRUE(record.AssignWwnAddresses(names, 2));
-    EXPECT_EQ(record.GetImage(), original);
-    EXPECT_FALSE(record.AssignWwnAddresses(names, 0)) << "no Fibre Channel module";
+bool adds(CPniFruData& record, Bytes stream) {
+    return record.AddPniModule(stream);
 }
 
-TEST(Addresses, ModulesTellTheirSlotAndPciLocation) {
-    const CPniFruData record(sample("three-modules.fru"));
-    EXPECT_EQ(record.GetModuleIds(), (Bytes{0, 3, 4}));
-    EXPECT_EQ(record.GetPciLocation(1, 1, 0), 0x0301);
-    EXPECT_EQ(record.GetPciLocation(1, 2, 0), std::nullopt);
-    EXPECT_EQ(record.GetPciLocation(3, 0, 0), std::nullopt);
+TEST(Modules, GetTheFirstFreeIdFromTheirSlotOn) {
+    CPniFruData record(
+        recordImage(12, {nicModule(0, false), nicModule(3, false), nicModule(4, true)}));
+    Bytes stream = nicModule(3, true);
+    ASSERT_TRUE(record.AddPniModule(stream));
+    EXPECT_EQ(stream[0], 0xC5);
+    EXPECT_EQ(record.GetModuleIds(), (Bytes{0, 3, 4, 5}));
+    std::vector<Bytes> taken;
+    for (unsigned id = 3; id <= 34; ++id) {
+        taken.push_back(nicModule(id, id == 34));
+    }
+    CPniFruData full(recordImage(12, taken));
+    const CTraceCapture trace(1);
+    EXPECT_FALSE(adds(full, nicModule(3, false)));
+    EXPECT_TRUE(
+        trace.Has("CPniFruData         : AddPniModule() : ERROR! Exception when adding new "
+                  "module: 'CPniFruData::GetNextAvailableModuleId() : No available module id "
+                  "found?'"));
+    EXPECT_EQ(full.GetImage(), recordImage(12, taken));
+    EXPECT_EQ(full.GetNextAvailableModuleId(35), 35);
+}
+
+TEST(Modules, RefusedChangesLeaveEveryByte) {
+    const Bytes image = recordImage(12, {nicModule(0, false), nicModule(3, true)});
+    CPniFruData record(image);
+    const Bytes good = nicModule(5, false);
+    Bytes wrongPort = good;
+    wrongPort[56] ^= 1;
+    Bytes claims = good;  // its last function says that it goes on behind the stream
+    ++claims[61];
+    for (const Bytes& stream : {joined({good, Bytes(4)}), Bytes(good.begin(), good.end() - 4),
+                                wrongPort, claims, Bytes{}, Bytes(70000, 5)}) {
+        EXPECT_FALSE(adds(record, stream));
+    }
+    EXPECT_THROW(record.RemoveModule(0), std::logic_error);
+    EXPECT_FALSE(record.RemoveModule(2));
+    EXPECT_EQ(record.GetImage(), image);
+    CPniFruData only(recordImage(12, {nicModule(3, true)}));
+    EXPECT_FALSE(only.RemoveModule(0)) << "a record without modules is none";
+    Bytes damaged = image;
+    damaged[40] ^= 1;
+    CPniFruData invalid(damaged);
+    EXPECT_FALSE(adds(invalid, good) || invalid.RemoveModule(1));
+    EXPECT_EQ(invalid.GetImage(), damaged);
+}
+
+TEST(Modules, RecordsAreNeitherFilledBeyondTheirLengthNorTheirCount) {
+    std::vector<Bytes> modules;
+    for (unsigned m = 0; m < 255; ++m) {
+        modules.push_back(module(m % 30, m == 254, 3, {}));
+    }
+    CPniFruData many(recordImage(12, modules));
+    EXPECT_FALSE(adds(many, module(40, false, 3, {})));
+    std::vector<Bytes> functions;
+    for (unsigned f = 0; f < 32; ++f) {
+        functions.push_back(function(f, f == 31, 0, Bytes(930)));
+    }
+    // Two modules of 30,908 bytes each leave room for 3,693 in 65,535.
+    const Bytes big = module(1, false, 3, {port(0, true, functions)});
+    CPniFruData full(recordImage(12, {module(2, false, 3, {}), big, module(7, true, 3, {})}));
+    ASSERT_TRUE(adds(full, big));
+    const Bytes before = full.GetImage();
+    Bytes third = big;
+    EXPECT_FALSE(full.AddPniModule(third));
+    EXPECT_EQ(third, big) << "refused before anything is changed";
+    EXPECT_EQ(full.GetImage(), before);
+}
+
+TEST(Modules, AnOnboardModuleLeavesTheLockWithTheCaller) {
+    CPniFruData record(recordImage(12, {nicModule(0, true)}));
+    CTraceCapture trace(1);
+    std::atomic<bool> read{false};
+    std::thread reader;
+    std::thread owner([&]() PNI_UNCHECKED {  // ends a write that AddPniModule began
+        EXPECT_FALSE(adds(record, nicModule(0, false)));
+        EXPECT_TRUE(
+            trace.Has("AddPniModule() - Requested adding onboard adapter (location id == 0)"));
+        EXPECT_TRUE(record.IsValid()) << "its owner goes on";
+        reader = std::thread([&] { read = record.IsValid(); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_FALSE(read);
+        record.Lock().EndWrite();
+    });
+    owner.join();
+    reader.join();
+    EXPECT_TRUE(read);
 }
 
 }  // namespace
