@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "adapters/local_pni_adapter_handle.h"
+#include "module/krcp_trace.h"
 #include "tests/devscan_fake_machine.h"
 #include "tests/record_builder.h"
 
@@ -14,12 +15,9 @@ namespace em_pni {
 using test::Bytes;
 
 inline std::string rawJson(const Bytes& bytes) {
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        text += text.empty() ? "" : ",";
-        text += std::to_string(byte);
-    }
-    return "{\"RAW\":[" + text + "]}";
+    CKrcpMessage message = krcp::makeRequest(0, 0, 0, 0);
+    krcp::setRawBytes(message, bytes);
+    return krcp::jsonText(*krcp::findData(message));
 }
 
 // A document with one command.

@@ -11,10 +11,15 @@ using test::textBytes;
 
 const Bytes ipv6{0xFE, 0x80, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0xFF, 0xFE, 0, 2, 0};
 
-struct AdaptersCollection : AdaptersFixture {
-    AdaptersCollection() {
-        host.answers[{0x1700, 0, 0}] = reply("0");
+// The host's second interface is the one of the function that `facts` tell of.
+struct AdaptersModel : AdaptersFixture {
+    AdaptersModel() {
         machine.Pci("pci0000:00/0000:00:01.0", 0x8086, 0x1901, 0x0604, "pcieport");
+        host.answers[{0x1700, 0, 0}] = reply("2");
+        host.Ethernet(0, {2, 0, 0, 0, 9, 9});
+        host.Ethernet(1, {2, 0, 0, 0, 2, 0});
+        host.answers[{0x170C, 0, 0}] = reply("1000");
+        host.answers[{0x170C, 0, 1}] = reply("25000000");
     }
     // Puts the function there and returns its path.
     std::string Plug(const std::string& address, unsigned vendor, unsigned id, unsigned classCode) {
@@ -25,31 +30,36 @@ struct AdaptersCollection : AdaptersFixture {
     std::vector<LocalPniAdapterHandle> Collect() {
         return LocalPniAdapterHandle::GetLocalNetworkAdapters(machine.Machine(), &host, 0);
     }
+    NIC_LocalPniPortFunctionArea Function(const AdapterFacts& of) {
+        return {0, Adapter(of), true, &context};
+    }
+    // Of a record that is valid with it.
+    Bytes StreamOf(const std::vector<AdapterFacts>& functions) {
+        const LocalPniAdapterHandle handle(Device(functions), &host, 0);
+        const Bytes stream = handle.Get().ToPniFruDataStreamModule();
+        Bytes image = test::recordImage(12, {stream});
+        image[26] |= 0x80;
+        test::fixChecksums(image);
+        EXPECT_EQ(pniValidateFru(image.data(), image.size()), PNI_SUCCESS);
+        return stream;
+    }
+    const AdapterFacts facts = nicFacts({0, 3, 0, 0});
 };
 
-TEST_F(AdaptersCollection, EveryFunctionOfACardIsAPort) {
+TEST_F(AdaptersModel, EveryFunctionOfACardIsAPort) {
     EXPECT_TRUE(Collect().empty());
     Plug("03:00.1", 0x8086, 0x1521, 0x0200);
     machine.Net(Plug("03:00.0", 0x8086, 0x1521, 0x0200), "eth0",
                 {.mac = {2, 9}, .permanent = {2, 0, 0, 0, 0, 1}});
     const auto handles = Collect();
     ASSERT_EQ(handles.size(), 1U);
-    const LocalPniAdapter& adapter = handles[0].Get();
-    const auto& ports = adapter.GetLocalPniPortAreaList();
-    ASSERT_EQ(ports.size(), 2U);
-    for (std::uint32_t number = 0; number < 2; ++number) {
-        EXPECT_EQ(ports[number]->IsLast(), number == 1);
-        const auto& functions = ports[number]->GetLocalPniPortFunctionAreaList();
-        ASSERT_EQ(functions.size(), 1U);
-        EXPECT_EQ(functions[0]->GetPciPFA(), 0x0300 + number);
-    }
-    const auto addresses = adapter.GetFuncPhysicalAddress();
+    const auto addresses = handles[0].Get().GetFuncPhysicalAddress();
     ASSERT_EQ(addresses.size(), 2U);
     EXPECT_EQ(addresses[0].mac, (Bytes{2, 0, 0, 0, 0, 1}));
     EXPECT_TRUE(addresses[1].mac.empty());
 }
 
-TEST_F(AdaptersCollection, ConvergedCardIsAFibreChannelAdapter) {
+TEST_F(AdaptersModel, ConvergedCardIsAFibreChannelAdapter) {
     Plug("03:00.0", 0x10DF, 0x0720, 0x0200);
     Plug("03:00.2", 0x10DF, 0x0722, 0x0100);
     machine.FcHost(Plug("03:00.3", 0x10DF, 0x0724, 0x0C04), "host9", "0x20000090fa942779",
@@ -60,10 +70,9 @@ TEST_F(AdaptersCollection, ConvergedCardIsAFibreChannelAdapter) {
     const auto addresses = handles[0].Get().GetFuncPhysicalAddress();
     ASSERT_EQ(addresses.size(), 3U);
     EXPECT_EQ(addresses[2].wwpn, 0x10000090FA942779U);
-    EXPECT_EQ(addresses[2].wwnn, 0x20000090FA942779U);
 }
 
-TEST_F(AdaptersCollection, SkipsWhatIsNoPniAdapter) {
+TEST_F(AdaptersModel, SkipsWhatIsNoPniAdapter) {
     machine.File("sys/devices/" + Plug("03:00.0", 0x15B3, 0x1003, 0x0280) +
                      "/infiniband/mlx4_0/ports/1/link_layer",
                  "InfiniBand\n");
@@ -76,7 +85,7 @@ TEST_F(AdaptersCollection, SkipsWhatIsNoPniAdapter) {
     EXPECT_EQ(Collect().size(), 1U);
 }
 
-TEST_F(AdaptersCollection, SilentHostCostsOnlyTheEthernetAdapters) {
+TEST_F(AdaptersModel, SilentHostCostsOnlyTheEthernetAdapters) {
     Plug("03:00.0", 0x8086, 0x1521, 0x0200);
     Plug("04:00.0", 0x10DF, 0xF100, 0x0C04);
     EXPECT_EQ(Collect().size(), 2U);
@@ -88,33 +97,17 @@ TEST_F(AdaptersCollection, SilentHostCostsOnlyTheEthernetAdapters) {
     EXPECT_THROW(Collect(), std::runtime_error);
 }
 
-TEST_F(AdaptersCollection, GroupsFunctionsByDevice) {
-    std::vector<CSystemAdapter> adapters;
-    for (const PciAddress& address :
-         {PciAddress{0, 5, 0, 1}, PciAddress{1, 5, 0, 0}, PciAddress{0, 0xFF, 0xFF, 0xFF},
-          PciAddress{0, 5, 0, 0}, PciAddress{0, 5, 0, 1}}) {
-        const auto number = static_cast<std::uint32_t>(adapters.size());
-        adapters.push_back(Adapter(nicFacts(address, number)));
-    }
-    const auto devices = groupByDevice(adapters);
+TEST_F(AdaptersModel, GroupsFunctionsByDevice) {
+    const auto devices =
+        groupByDevice({Adapter(nicFacts({0, 5, 0, 1}, 1)), Adapter(nicFacts({1, 5, 0, 0}, 2)),
+                       Adapter(nicFacts({0, 0xFF, 0xFF, 0xFF}, 3)),
+                       Adapter(nicFacts({0, 5, 0, 0}, 4)), Adapter(nicFacts({0, 5, 0, 1}, 5))});
     ASSERT_EQ(devices.size(), 2U);
     EXPECT_EQ(devices[0].Id().Key(), 0x0500U);
     EXPECT_EQ(devices[1].Id().Key(), 0x10500U);
     ASSERT_EQ(devices[0].Functions().size(), 2U);
-    EXPECT_EQ(devices[0].Functions().at(1).Facts().slot, 0U);
+    EXPECT_EQ(devices[0].Functions().at(1).Facts().slot, 1U);
 }
-
-struct AdaptersModel : AdaptersFixture {
-    AdaptersModel() {
-        host.answers[{0x1700, 0, 0}] = reply("1");
-        host.Ethernet(0, {2, 0, 0, 0, 2, 0});
-        host.answers[{0x170C, 0, 0}] = reply("25000000");
-    }
-    NIC_LocalPniPortFunctionArea Function(const AdapterFacts& of) {
-        return {0, Adapter(of), true, &context};
-    }
-    const AdapterFacts facts = nicFacts({0, 3, 0, 0});
-};
 
 TEST_F(AdaptersModel, ModuleFollowsTheFirstKnownSlot) {
     const auto typeOf = [this](std::uint32_t first, std::uint32_t second) {
@@ -166,7 +159,6 @@ TEST_F(AdaptersModel, ClonesLiveWithoutTheirOriginals) {
 TEST_F(AdaptersModel, AdaptersThatAreNotWhole) {
     NIC_LocalPniAdapter adapter(Device({facts}), &host, 0);
     EXPECT_THROW((void)adapter.ToPniFruDataStreamModule(), std::logic_error);
-    EXPECT_THROW(adapter.AddLocalPniPortArea(nullptr), std::logic_error);
     adapter.Collect();
     adapter.GetLocalPniPortAreaList()[0]->CleanupAll();
     EXPECT_THROW((void)adapter.GetLocalPniPortAreaList(), std::logic_error);
@@ -180,27 +172,10 @@ TEST_F(AdaptersModel, AdaptersThatAreNotWhole) {
                  std::runtime_error);
 }
 
-struct AdaptersStream : AdaptersFixture {
-    // Of a record that is valid with it.
-    Bytes StreamOf(const std::vector<AdapterFacts>& functions) {
-        const LocalPniAdapterHandle handle(Device(functions), &host, 0);
-        Bytes stream = handle.Get().ToPniFruDataStreamModule();
-        const std::uint8_t flags = std::exchange(stream[0], test::byteOf(stream[0] | 0x80U));
-        const Bytes image = test::recordImage(12, {stream});
-        EXPECT_EQ(pniValidateFru(image.data(), image.size()), PNI_SUCCESS);
-        stream[0] = flags;
-        return stream;
-    }
-};
-
-TEST_F(AdaptersStream, EthernetModule) {
-    host.answers[{0x1700, 0, 0}] = reply("2");
-    host.Ethernet(0, {2, 0, 0, 0, 9, 9});
+TEST_F(AdaptersModel, EthernetModule) {
     host.Ip(1, 0, 0, {10, 9, 9, 9});
-    host.Ethernet(1, {2, 0, 0, 0, 2, 0});
     host.Ip(1, 0, 1, ipv6);
     host.Ip(2, 0, 1, {10, 0, 0, 1});
-    host.answers[{0x170C, 0, 1}] = reply("10000000");
     AdapterFacts full = nicFacts({1, 3, 0, 0}, 5);
     full.optionRom = std::string(40, 'r');
     AdapterFacts bare = nicFacts({1, 3, 0, 1}, 5);
@@ -212,7 +187,7 @@ TEST_F(AdaptersStream, EthernetModule) {
     const Bytes label = textBytes("Unknown", 10);
     Bytes ids = {0x21, 0x15, 0x86, 0x80, 0, 3, 1, 0, 1, 0, 0xD9, 0x15};
     const Bytes first =
-        joined({{0x40, 4, 1, 0, 0xC0, 25, 34, 0}, label, {0, 1, 0x80, 0, 0, 0, 0, 0}, ids});
+        joined({{0x40, 4, 1, 0, 0xC0, 25, 34, 0}, label, {0, 2, 0x80, 0, 0, 0, 0, 0}, ids});
     const Bytes macs = {2, 0, 0, 0, 1, 0, 2, 0, 0, 0, 2, 0};
     const Bytes addresses = joined({{0x11, 10, 0, 0, 1}, ipv6, {0}});
     ids[4] = 1;
@@ -222,7 +197,7 @@ TEST_F(AdaptersStream, EthernetModule) {
                               second, Bytes(12), textBytes("N/A", 34)}));
 }
 
-TEST_F(AdaptersStream, FibreChannelModule) {
+TEST_F(AdaptersModel, FibreChannelModule) {
     AdapterFacts fibre;
     fibre.address = {0, 4, 2, 1};
     fibre.ids = {0x10DF, 0xF100, 0x10DF, 0xF101};
@@ -240,7 +215,7 @@ TEST_F(AdaptersStream, FibreChannelModule) {
               joined({module, {0xC0, 4, 1, 0}, common, ids, names, names, textBytes("N/A", 34)}));
 }
 
-TEST_F(AdaptersStream, SizesOfTheEthernetArea) {
+TEST_F(AdaptersModel, SizesOfTheEthernetArea) {
     const struct {
         std::size_t ipv4, ipv6, size;
         unsigned counters;

@@ -24,15 +24,10 @@ class HotplugTest : public ModuleFixture {
     static constexpr const char* changed = "1";
     static constexpr const char* removed = "2";
 
-    static void Send(CPniExtModule& module, const std::string& action) {
-        CKrcpMessage event =
-            parsedMessage(R"({"SIP":{"CMD":[{"OC":5150,"ST":255,"DA":)" + action + "}]}}");
-        module.ModuleReply(event);
-    }
     // Exactly one cycle on the controller's record after these events; how many writes it took.
     int Cycle(const std::vector<std::string>& actions) {
         for (const std::string& action : actions) {
-            Send(module_, action);
+            Send(module_, krcp::deviceDataChanged, action);
         }
         const int before = host_.Count(krcp::writeFru);
         module_.OnSwitchStarted();
@@ -99,17 +94,12 @@ TEST_F(HotplugTest, CardsComeAndGoAndNothingElseIsTouched) {
     EXPECT_EQ(host_.Image().size(), size) << "never shorter than it was read";
 }
 
-TEST_F(HotplugTest, PluggedAndPulledAgainLeavesTheFirstBytes) {
+TEST_F(HotplugTest, PulledCardsLeaveTheFirstBytesAndExchangedOnesGetTheNextId) {
     Plug(5, 1);
     EXPECT_EQ(Cycle({added}), 1);
-    EXPECT_NE(host_.Image(), original_);
     Pull(5);
     EXPECT_EQ(Cycle({removed}), 1);
     EXPECT_EQ(host_.Image(), original_);
-    EXPECT_EQ(Cycle({added, removed}), 0) << "in quick succession";
-}
-
-TEST_F(HotplugTest, AnExchangedCardGetsTheNextIdWhileTheOldOneStillHoldsItsOwn) {
     Plug(5, 1);
     Plug(6, 2);
     Cycle({added});
@@ -154,10 +144,15 @@ TEST_F(HotplugTest, ARefusedChangeLeavesRecordAndFlags) {
     fixChecksums(untracked);
     host_.Put(untracked);
     Plug(5, 1);
-    EXPECT_EQ(Cycle({added}), 0);
-    EXPECT_TRUE(
-        trace_.Has("CRITICAL ERROR! Exception when calling "
-                   "UpdatePlatformNetworkInventoryStructure! map::at"));
+    Send(module_, krcp::deviceDataChanged, added);
+    module_.OnSwitchStarted();
+    ASSERT_TRUE(soon([&] { return trace_.Has("event not reset! Retry 1 more time(s)."); }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    module_.Stop();
+    const int tries = trace_.Count(
+        "CRITICAL ERROR! Exception when calling UpdatePlatformNetworkInventoryStructure! map::at");
+    EXPECT_TRUE(tries >= 3 && tries <= 6) << tries << ", then it sleeps again";
+    EXPECT_EQ(host_.Image(), untracked);
     // The flag has stayed: without another event the card is added once that is possible.
     host_.Put(original_);
     EXPECT_EQ(Cycle({}), 1);
@@ -174,7 +169,7 @@ TEST_F(HotplugTest, AWriteThatIsTooLongIsTriedAgainWithoutGrowing) {
         krcp::setStatus(message, krcp::SET_STRING_TOOLONG);
     });
     Plug(5, 1);
-    Send(module_, added);
+    Send(module_, krcp::deviceDataChanged, added);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return host_.Count(krcp::writeFru) >= 3; }));
     module_.Stop();
@@ -182,39 +177,37 @@ TEST_F(HotplugTest, AWriteThatIsTooLongIsTriedAgainWithoutGrowing) {
     EXPECT_TRUE(trace_.Has("FAILED to write PNI FRU data (KRCP status 0xA)"));
 }
 
-class ManyCardsTest : public HotplugTest, public testing::WithParamInterface<unsigned> {};
-
 // Thirty cards get ids behind those of the old ones, which go. For sixty there are not enough ids,
 // so the old modules stay and get the new cards' addresses, as they sit in the same places.
-TEST_P(ManyCardsTest, AllAreReplacedAtOnce) {
-    const ManyCards rack{.cards = GetParam(), .ports = 4};
-    CFakeMachine machine;
-    rack.Plug(machine, 2);
-    CScriptedHost host(rack.Record(1));
-    CScriptedNetwork network(host);
-    network.interfaces = rack.Interfaces(2);
-    const auto module = NewModule(machine);
-    module->Start(&host, 0);
-    Send(*module, removed);
-    Send(*module, added);
-    module->OnSwitchStarted();
-    ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
-    module->Stop();
-    EXPECT_LE(host.Count(krcp::macAddress), 3 * 2 * static_cast<int>(network.interfaces.size()))
-        << "not the product of cards and interfaces";
-    // A module for each new card and none for an old one.
-    const CPniFruData record(host.Image());
-    Bytes ids(rack.cards);
-    std::iota(ids.begin(), ids.end(), rack.cards == 30 ? 31 : 1);
-    ASSERT_EQ(record.GetModuleIds(), ids);
-    for (unsigned card = 1; card <= rack.cards; ++card) {
-        const std::vector<Bytes> macs = {ManyCards::Mac(2, card, 0), ManyCards::Mac(2, card, 1),
-                                         ManyCards::Mac(2, card, 2), ManyCards::Mac(2, card, 3)};
-        EXPECT_EQ(record.GetModuleMacAddresses(byteOf(card - 1)), macs) << card;
+TEST_F(HotplugTest, AllOfManyCardsAreReplacedAtOnce) {
+    for (const unsigned cards : {30U, 60U}) {
+        const ManyCards rack{.cards = cards, .ports = 2};
+        CFakeMachine machine;
+        rack.Plug(machine, 2);
+        CScriptedHost host(rack.Record(1));
+        CScriptedNetwork network(host);
+        network.interfaces = rack.Interfaces(2);
+        const auto module = NewModule(machine);
+        module->Start(&host, 0);
+        Send(*module, krcp::deviceDataChanged, removed);
+        Send(*module, krcp::deviceDataChanged, added);
+        module->OnSwitchStarted();
+        ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
+        module->Stop();
+        EXPECT_LE(host.Count(krcp::macAddress), 3 * 2 * static_cast<int>(cards * rack.ports))
+            << "not the product of cards and interfaces";
+        // A module for each new card and none for an old one.
+        const CPniFruData record(host.Image());
+        Bytes ids(cards);
+        std::iota(ids.begin(), ids.end(), cards == 30 ? 31 : 1);
+        ASSERT_EQ(record.GetModuleIds(), ids);
+        for (unsigned card = 1; card <= cards; ++card) {
+            const std::vector<Bytes> macs = {ManyCards::Mac(2, card, 0),
+                                             ManyCards::Mac(2, card, 1)};
+            EXPECT_EQ(record.GetModuleMacAddresses(byteOf(card - 1)), macs) << card;
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Hotplug, ManyCardsTest, testing::Values(30U, 60U));
 
 }  // namespace
 }  // namespace em_pni::test

@@ -49,11 +49,9 @@ struct ManyCards {
     }
     [[nodiscard]] std::vector<HostInterface> Interfaces(unsigned generation) const {
         std::vector<HostInterface> interfaces;
-        for (unsigned card = 1; card <= cards; ++card) {
-            for (unsigned p = 0; p < ports; ++p) {
-                interfaces.push_back(
-                    {.mac = Mac(generation, card, p), .primary = {}, .transient = {}});
-            }
+        for (unsigned i = 0; i < cards * ports; ++i) {
+            interfaces.push_back(
+                {.mac = Mac(generation, 1 + i / ports, i % ports), .primary = {}, .transient = {}});
         }
         return interfaces;
     }

@@ -83,10 +83,7 @@ inline Bytes nicModule(unsigned id, bool last) {
 
 inline void fixSum(Bytes& image, std::size_t checksum, std::size_t begin, std::size_t end) {
     image[checksum] = 0;
-    const auto at = [&image](std::size_t place) {
-        return image.begin() + static_cast<std::ptrdiff_t>(place);
-    };
-    image[checksum] = byteOf(0U - std::accumulate(at(begin), at(end), 0U));
+    image[checksum] = byteOf(0U - std::accumulate(image.data() + begin, image.data() + end, 0U));
 }
 
 // For images with the internal use area at 8 and the record at 16, as recordImage makes them.
