@@ -46,19 +46,6 @@ struct AdaptersModel : AdaptersFixture {
     const AdapterFacts facts = nicFacts({0, 3, 0, 0});
 };
 
-TEST_F(AdaptersModel, EveryFunctionOfACardIsAPort) {
-    EXPECT_TRUE(Collect().empty());
-    Plug("03:00.1", 0x8086, 0x1521, 0x0200);
-    machine.Net(Plug("03:00.0", 0x8086, 0x1521, 0x0200), "eth0",
-                {.mac = {2, 9}, .permanent = {2, 0, 0, 0, 0, 1}});
-    const auto handles = Collect();
-    ASSERT_EQ(handles.size(), 1U);
-    const auto addresses = handles[0].Get().GetFuncPhysicalAddress();
-    ASSERT_EQ(addresses.size(), 2U);
-    EXPECT_EQ(addresses[0].mac, (Bytes{2, 0, 0, 0, 0, 1}));
-    EXPECT_TRUE(addresses[1].mac.empty());
-}
-
 TEST_F(AdaptersModel, ConvergedCardIsAFibreChannelAdapter) {
     Plug("03:00.0", 0x10DF, 0x0720, 0x0200);
     Plug("03:00.2", 0x10DF, 0x0722, 0x0100);

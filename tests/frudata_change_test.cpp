@@ -90,7 +90,7 @@ TEST(Addresses, WhatDoesNotFitIsRefusedAndChangesNothing) {
     EXPECT_TRUE(refusesIpv6(functionImage(function(0, true, 0, fifteen)), 15))
         << "a sixteenth could not be counted";
     Bytes longest = nicAddresses(1);
-    longest.resize(254 * 4 - 34);
+    longest.resize(252 * 4 - 34);
     EXPECT_TRUE(refusesIpv6(functionImage(function(0, true, 0, longest)), 0))
         << "the length of the function would overflow";
     const Bytes lying = functionImage(function(0, true, 0, nicAddresses(1, ipv4, 0x3F)));
@@ -191,7 +191,9 @@ TEST(Modules, RecordsAreNeitherFilledBeyondTheirLengthNorTheirCount) {
         modules.push_back(module(m % 30, m == 254, 3, {}));
     }
     CPniFruData many(recordImage(12, modules));
-    EXPECT_FALSE(adds(many, module(40, false, 3, {})));
+    Bytes stream = module(3, false, 3, {});
+    EXPECT_FALSE(many.AddPniModule(stream));
+    EXPECT_EQ(stream, module(3, false, 3, {})) << "refused before anything is changed";
     std::vector<Bytes> functions;
     for (unsigned f = 0; f < 32; ++f) {
         functions.push_back(function(f, f == 31, 0, Bytes(930)));
@@ -203,8 +205,18 @@ TEST(Modules, RecordsAreNeitherFilledBeyondTheirLengthNorTheirCount) {
     const Bytes before = full.GetImage();
     Bytes third = big;
     EXPECT_FALSE(full.AddPniModule(third));
-    EXPECT_EQ(third, big) << "refused before anything is changed";
+    EXPECT_EQ(third, big);
     EXPECT_EQ(full.GetImage(), before);
+}
+
+TEST(Modules, BytesBetweenTheLastModuleAndTheEndOfTheRecordSurvive) {
+    Bytes image = joined({recordImage(12, {nicModule(0, false), nicModule(3, true)}), {0, 0, 9}});
+    setRecordLength(image, image.size() - 22);
+    CPniFruData record(image);
+    ASSERT_TRUE(adds(record, nicModule(5, false)));
+    EXPECT_EQ(record.GetModuleIds(), (Bytes{0, 3, 5}));
+    ASSERT_TRUE(record.RemoveModule(2));
+    EXPECT_EQ(record.GetImage(), image);
 }
 
 TEST(Modules, AnOnboardModuleLeavesTheLockWithTheCaller) {
