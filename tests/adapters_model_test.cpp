@@ -23,7 +23,7 @@ struct AdaptersModel : AdaptersFixture {
     }
     // Puts the function there and returns its path.
     std::string Plug(const std::string& address, unsigned vendor, unsigned id, unsigned classCode) {
-        const std::string path = "pci0000:00/0000:00:01.0/0000:" + address;
+        std::string path = "pci0000:00/0000:00:01.0/0000:" + address;
         machine.Pci(path, vendor, id, classCode);
         return path;
     }
@@ -36,7 +36,7 @@ struct AdaptersModel : AdaptersFixture {
     // Of a record that is valid with it.
     Bytes StreamOf(const std::vector<AdapterFacts>& functions) {
         const LocalPniAdapterHandle handle(Device(functions), &host, 0);
-        const Bytes stream = handle.Get().ToPniFruDataStreamModule();
+        Bytes stream = handle.Get().ToPniFruDataStreamModule();
         Bytes image = test::recordImage(12, {stream});
         image[26] |= 0x80;
         test::fixChecksums(image);
