@@ -254,6 +254,9 @@ class CEditing {
         CutRecord now = Now();
         stream.front() &= 0x7F;
         require(before.isWhole && now.isWhole, "only a whole record grows");
+        if (before.modules.back().empty()) {
+            return;  // behind a module without a byte of its own is in front of it, too
+        }
         require(now.modules.back() == stream, "the module is the stream");
         require(now.behind.empty(), "what stands behind the record is cut off");
         now.modules.pop_back();

@@ -1,64 +1,123 @@
-#include <gtest/gtest.h>
-
-#include "tests/adapters_fake_cards.h"
-#include "tests/adapters_scripted_connection.h"
+// From the machine's functions to the bytes of a module.
+#include "adapters/function_specific_area.h"
+#include "frudata/pni_fru.h"
+#include "tests/adapters_fixture.h"
 
 namespace em_pni {
 namespace {
 
-struct AdaptersModel : testing::Test {
+using test::joined;
+using test::textBytes;
+
+const Bytes ipv6{0xFE, 0x80, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0xFF, 0xFE, 0, 2, 0};
+
+// The host's second interface is the one of the function that `facts` tell of.
+struct AdaptersModel : AdaptersFixture {
     AdaptersModel() {
-        host.Count(1);
-        host.Ethernet(0, {2, 0, 0, 0, 2, 0});
-        host.On(0x170C, 0, 0, "25000000");
+        machine.Pci("pci0000:00/0000:00:01.0", 0x8086, 0x1901, 0x0604, "pcieport");
+        host.answers[{0x1700, 0, 0}] = reply("2");
+        host.Ethernet(0, {2, 0, 0, 0, 9, 9});
+        host.Ethernet(1, {2, 0, 0, 0, 2, 0});
+        host.answers[{0x170C, 0, 0}] = reply("1000");
+        host.answers[{0x170C, 0, 1}] = reply("25000000");
+    }
+    // Puts the function there and returns its path.
+    std::string Plug(const std::string& address, unsigned vendor, unsigned id, unsigned classCode) {
+        std::string path = "pci0000:00/0000:00:01.0/0000:" + address;
+        machine.Pci(path, vendor, id, classCode);
+        return path;
+    }
+    std::vector<LocalPniAdapterHandle> Collect() {
+        return LocalPniAdapterHandle::GetLocalNetworkAdapters(machine.Machine(), &host, 0);
     }
     NIC_LocalPniPortFunctionArea Function(const AdapterFacts& of) {
-        return {0, CSystemAdapter(of, machine.Machine()), true, &context};
+        return {0, Adapter(of), true, &context};
     }
-    NIC_LocalPniPortArea Port(const AdapterFacts& of) {
-        return {0, CSystemAdapter(of, machine.Machine()), true, &context};
+    // Of a record that is valid with it.
+    Bytes StreamOf(const std::vector<AdapterFacts>& functions) {
+        const LocalPniAdapterHandle handle(Device(functions), &host, 0);
+        Bytes stream = handle.Get().ToPniFruDataStreamModule();
+        Bytes image = test::recordImage(12, {stream});
+        image[26] |= 0x80;
+        test::fixChecksums(image);
+        EXPECT_EQ(pniValidateFru(image.data(), image.size()), PNI_SUCCESS);
+        return stream;
     }
-    CFakeMachine machine;
-    CScriptedConnection host;
-    NetInterfaceConnectionContext context{&host, 0};
     const AdapterFacts facts = nicFacts({0, 3, 0, 0});
 };
 
+TEST_F(AdaptersModel, ConvergedCardIsAFibreChannelAdapter) {
+    Plug("03:00.0", 0x10DF, 0x0720, 0x0200);
+    Plug("03:00.2", 0x10DF, 0x0722, 0x0100);
+    machine.FcHost(Plug("03:00.3", 0x10DF, 0x0724, 0x0C04), "host9", "0x20000090fa942779",
+                   "0x10000090fa942779");
+    const auto handles = Collect();
+    ASSERT_EQ(handles.size(), 1U);
+    EXPECT_NE(dynamic_cast<const FC_LocalPniAdapter*>(&handles[0].Get()), nullptr);
+    const auto addresses = handles[0].Get().GetFuncPhysicalAddress();
+    ASSERT_EQ(addresses.size(), 3U);
+    EXPECT_EQ(addresses[2].wwpn, 0x10000090FA942779U);
+}
+
+TEST_F(AdaptersModel, SkipsWhatIsNoPniAdapter) {
+    machine.File("sys/devices/" + Plug("03:00.0", 0x15B3, 0x1003, 0x0280) +
+                     "/infiniband/mlx4_0/ports/1/link_layer",
+                 "InfiniBand\n");
+    Plug("04:00.0", 0x15B3, 0x1003, 0x0C06);
+    EXPECT_TRUE(Collect().empty());
+    // One Ethernet function does not make a card with an InfiniBand function a network card.
+    Plug("03:00.1", 0x15B3, 0x1003, 0x0200);
+    EXPECT_TRUE(Collect().empty());
+    Plug("05:00.0", 0x8086, 0x1521, 0x0200);
+    EXPECT_EQ(Collect().size(), 1U);
+}
+
+TEST_F(AdaptersModel, SilentHostCostsOnlyTheEthernetAdapters) {
+    Plug("03:00.0", 0x8086, 0x1521, 0x0200);
+    Plug("04:00.0", 0x10DF, 0xF100, 0x0C04);
+    EXPECT_EQ(Collect().size(), 2U);
+    host.answers[{0x1700, 0, 0}] = "";
+    const auto handles = Collect();
+    ASSERT_EQ(handles.size(), 1U);
+    EXPECT_EQ(handles[0].DeviceId().bus, 4);
+    machine.Remove("sys/bus/pci/devices");
+    EXPECT_THROW(Collect(), std::runtime_error);
+}
+
+TEST_F(AdaptersModel, GroupsFunctionsByDevice) {
+    const auto devices =
+        groupByDevice({Adapter(nicFacts({0, 5, 0, 1}, 1)), Adapter(nicFacts({1, 5, 0, 0}, 2)),
+                       Adapter(nicFacts({0, 0xFF, 0xFF, 0xFF}, 3)),
+                       Adapter(nicFacts({0, 5, 0, 0}, 4)), Adapter(nicFacts({0, 5, 0, 1}, 5))});
+    ASSERT_EQ(devices.size(), 2U);
+    EXPECT_EQ(devices[0].Id().Key(), 0x0500U);
+    EXPECT_EQ(devices[1].Id().Key(), 0x10500U);
+    ASSERT_EQ(devices[0].Functions().size(), 2U);
+    EXPECT_EQ(devices[0].Functions().at(1).Facts().slot, 1U);
+}
+
 TEST_F(AdaptersModel, ModuleFollowsTheFirstKnownSlot) {
-    const struct {
-        std::uint32_t first, second;
-        std::uint8_t type;
-    } cases[] = {
-        {unknownSlot, 3, 2},
-        {7, 0, 2},
-        {0, 7, 0},
+    const auto typeOf = [this](std::uint32_t first, std::uint32_t second) {
+        const auto device = Device({nicFacts({0, 3, 0, 0}, first), nicFacts({0, 3, 0, 1}, second)});
+        return FC_LocalPniModuleArea(2, device.Functions(), {}).GetModuleType();
     };
-    for (const auto& one : cases) {
-        const auto device = deviceOf(
-            machine, {nicFacts({0, 3, 0, 0}, one.first), nicFacts({0, 3, 0, 1}, one.second)});
-        const FC_LocalPniModuleArea module(2, device.Functions(), {});
-        EXPECT_EQ(module.GetModuleType(), one.type);
-    }
+    EXPECT_EQ(typeOf(unknownSlot, 3), LocalPniModuleArea::pciAddIn);
+    EXPECT_EQ(typeOf(7, 0), LocalPniModuleArea::pciAddIn);
+    EXPECT_EQ(typeOf(0, 7), LocalPniModuleArea::onboard);
 }
 
 TEST_F(AdaptersModel, IdsThatAreMissing) {
-    const struct {
-        PciIds ids;
-        std::uint8_t headerType;
-        std::uint32_t device, subDevice;
-    } cases[] = {
-        {{0xFFFF, 0x1521, 0xFFFF, 0x0001}, 0, 0, 0},
-        {{0, 0x1521, 0, 0x0001}, 0, 0, 0},
-        {{0xFFFE, 0, 0x0001, 0}, 0, 0xFFFE0000, 0x00010000},
-        {{0x8086, 0x1901, 0x15D9, 0x0001}, 0x81, 0x80861901, 0},
-    };
-    for (const auto& one : cases) {
+    using Ids = std::pair<std::uint32_t, std::uint32_t>;
+    const auto idsOf = [this](const PciIds& ids, std::uint8_t headerType) {
         AdapterFacts changed = facts;
-        changed.ids = one.ids;
-        changed.headerType = one.headerType;
-        EXPECT_EQ(Function(changed).GetVendorDeviceId(), one.device);
-        EXPECT_EQ(Function(changed).GetSubVendorDeviceId(), one.subDevice);
-    }
+        changed.ids = ids;
+        changed.headerType = headerType;
+        return Ids(Function(changed).GetVendorDeviceId(), Function(changed).GetSubVendorDeviceId());
+    };
+    EXPECT_EQ(idsOf({0xFFFF, 0x1521, 0xFFFF, 0x0001}, 0), Ids(0, 0));
+    EXPECT_EQ(idsOf({0, 0x1521, 0, 0x0001}, 0), Ids(0, 0));
+    EXPECT_EQ(idsOf({0xFFFE, 0, 0x0001, 0}, 0), Ids(0xFFFE0000, 0x00010000));
+    EXPECT_EQ(idsOf({0x8086, 0x1901, 0x15D9, 0x0001}, 0x81), Ids(0x80861901, 0));
 }
 
 TEST_F(AdaptersModel, AddressesAndSpeed) {
@@ -68,57 +127,98 @@ TEST_F(AdaptersModel, AddressesAndSpeed) {
     // Nobody's address is not the one of the host's first interface.
     AdapterFacts silent = facts;
     silent.activeMac.reset();
-    silent.permanentMac.reset();
     EXPECT_EQ(Function(silent).GetSpeed(), 0);
 }
 
 TEST_F(AdaptersModel, ClonesLiveWithoutTheirOriginals) {
-    auto original = std::make_unique<LocalPniAdapterHandle>(
-        deviceOf(machine, {facts, nicFacts({0, 3, 0, 1})}), &host, 0);
+    auto original =
+        std::make_unique<LocalPniAdapterHandle>(Device({facts, nicFacts({0, 3, 0, 1})}), &host, 0);
     const LocalPniAdapterHandle copy(*original);
-    const std::vector<std::uint8_t> stream = original->Get().ToPniFruDataStreamModule();
+    const Bytes stream = original->Get().ToPniFruDataStreamModule();
     original->Get().CleanupAll();
     original.reset();
     EXPECT_EQ(copy.Get().ToPniFruDataStreamModule(), stream);
+    const LocalPniAdapterHandle empty(DeviceToAdaptersMap({0, 3, 0}), &host, 0);
+    EXPECT_FALSE(LocalPniAdapterHandle(empty).HasAdapter());
+    EXPECT_THROW((void)empty.Get(), std::logic_error);
 }
 
 TEST_F(AdaptersModel, AdaptersThatAreNotWhole) {
-    const auto device = deviceOf(machine, {facts});
-    NIC_LocalPniAdapter adapter(device, &host, 0);
-    const auto function = Function(facts);
-    auto port = Port(facts);
-    port.AddLocalPniPortFunctionArea(&function);
-    EXPECT_THROW((void)adapter.GetLocalPniModuleArea(), std::logic_error);
+    NIC_LocalPniAdapter adapter(Device({facts}), &host, 0);
     EXPECT_THROW((void)adapter.ToPniFruDataStreamModule(), std::logic_error);
-    const NIC_LocalPniModuleArea area(1, device.Functions(), &context);
-    adapter.SetLocalPniModuleArea(&area);
-    adapter.AddLocalPniPortArea(&port);
-    adapter.AddLocalPniPortArea(&port);
-    const auto& ports = adapter.GetLocalPniPortAreaList();
-    ASSERT_EQ(ports.size(), 2U);
-    ports[1]->CleanupAll();
-    EXPECT_EQ(ports[0]->GetLocalPniPortFunctionAreaList().size(), 1U);
+    adapter.Collect();
+    adapter.GetLocalPniPortAreaList()[0]->CleanupAll();
     EXPECT_THROW((void)adapter.GetLocalPniPortAreaList(), std::logic_error);
     // Collecting again puts it right and leaves nothing of before.
     adapter.Collect();
     EXPECT_EQ(adapter.GetLocalPniPortAreaList().size(), 1U);
-    host.OnDocument(0x1700, 0, 0, "unanswered");
+    host.answers[{0x1700, 0, 0}] = "";
     EXPECT_THROW(adapter.Collect(), std::runtime_error);
     EXPECT_TRUE(adapter.IsValid());
+    EXPECT_THROW((void)LocalPniAdapter::ToPniFruDataPortFnCommon(Function(facts), 97),
+                 std::runtime_error);
 }
 
-TEST_F(AdaptersModel, RefusesWhatCannotBeTakenOver) {
-    NIC_LocalPniAdapter adapter(deviceOf(machine, {facts}), &host, 0);
-    auto port = Port(facts);
-    EXPECT_THROW(adapter.SetLocalPniModuleArea(nullptr), std::logic_error);
-    EXPECT_THROW(adapter.AddLocalPniPortArea(nullptr), std::logic_error);
-    EXPECT_THROW(port.AddLocalPniPortFunctionArea(nullptr), std::logic_error);
-    int clones = 2;
-    const COddFunction odd(CSystemAdapter(facts, machine.Machine()), 98, "", &clones);
-    port.AddLocalPniPortFunctionArea(&odd);
-    adapter.AddLocalPniPortArea(&port);
-    EXPECT_THROW(port.AddLocalPniPortFunctionArea(&odd), std::logic_error);
-    EXPECT_THROW((void)adapter.Clone(), std::logic_error);
+TEST_F(AdaptersModel, EthernetModule) {
+    host.Ip(1, 0, 0, {10, 9, 9, 9});
+    host.Ip(1, 0, 1, ipv6);
+    host.Ip(2, 0, 1, {10, 0, 0, 1});
+    AdapterFacts full = nicFacts({1, 3, 0, 0}, 5);
+    full.optionRom = std::string(40, 'r');
+    AdapterFacts bare = nicFacts({1, 3, 0, 1}, 5);
+    bare.activeMac.reset();
+    bare.permanentMac.reset();
+    const Bytes stream = StreamOf({full, bare});
+    const Bytes module =
+        joined({{0x45, 56, 2}, textBytes("LAN PCI Card", 19), {3, 2}, textBytes("N/A", 32)});
+    const Bytes label = textBytes("Unknown", 10);
+    Bytes ids = {0x21, 0x15, 0x86, 0x80, 0, 3, 1, 0, 1, 0, 0xD9, 0x15};
+    const Bytes first =
+        joined({{0x40, 4, 1, 0, 0xC0, 25, 34, 0}, label, {0, 2, 0x80, 0, 0, 0, 0, 0}, ids});
+    const Bytes macs = {2, 0, 0, 0, 1, 0, 2, 0, 0, 0, 2, 0};
+    const Bytes addresses = joined({{0x11, 10, 0, 0, 1}, ipv6, {0}});
+    ids[4] = 1;
+    // Without an address, and without anybody else's.
+    const Bytes second = joined({{0xC1, 4, 1, 0, 0xC0, 20, 34, 0}, label, Bytes(8), ids});
+    EXPECT_EQ(stream, joined({module, first, macs, textBytes(std::string(31, 'r'), 32), addresses,
+                              second, Bytes(12), textBytes("N/A", 34)}));
+}
+
+TEST_F(AdaptersModel, FibreChannelModule) {
+    AdapterFacts fibre;
+    fibre.address = {0, 4, 2, 1};
+    fibre.ids = {0x10DF, 0xF100, 0x10DF, 0xF101};
+    fibre.classCode = 0x0C04;
+    fibre.nodeName = WorldWideName{0x20, 0, 0, 0x90, 0xFA, 0x94, 0x27, 0x79};
+    fibre.portName = WorldWideName{0x10, 0, 0, 0x90, 0xFA, 0x94, 0x27, 0x79};
+    const Bytes stream = StreamOf({fibre});
+    const Bytes names = textBytes("20000090FA94277910000090FA942779");
+    const Bytes module =
+        joined({{0x40, 56, 1}, textBytes("LAN", 19), {1, 255}, textBytes("N/A", 32)});
+    const Bytes common =
+        joined({{0xC0, 33, 34, 0}, textBytes("Unknown", 10), {1, 0, 0, 0, 0, 0, 0, 0}});
+    const Bytes ids = {0, 0xF1, 0xDF, 0x10, 0x11, 4, 0, 0, 1, 0xF1, 0xDF, 0x10};
+    EXPECT_EQ(stream,
+              joined({module, {0xC0, 4, 1, 0}, common, ids, names, names, textBytes("N/A", 34)}));
+}
+
+TEST_F(AdaptersModel, SizesOfTheEthernetArea) {
+    const struct {
+        std::size_t ipv4, ipv6, size;
+        unsigned counters;
+    } cases[] = {
+        {0, 0, 46, 0},      {1, 0, 50, 0x01},    {0, 1, 62, 0x10}, {15, 0, 106, 0x0F},
+        {0, 15, 286, 0xF0}, {14, 15, 342, 0xFE}, {0, 19, 46, 0},   {16, 0, 46, 0},
+        {0, 16, 46, 0},     {15, 15, 0, 0},
+    };
+    for (const auto& one : cases) {
+        std::vector<IpAddressBytes> addresses(one.ipv6, ipv6);
+        addresses.insert(addresses.end(), one.ipv4, {10, 0, 0, 1});
+        addresses.push_back({1, 2, 3});
+        const Bytes area = nicSpecificArea(nicFacts({0, 3, 0, 0}), addresses);
+        ASSERT_EQ(area.size(), one.size) << one.ipv4 << " " << one.ipv6;
+        EXPECT_EQ(area.empty() ? 0 : area[44], one.counters);
+    }
 }
 
 }  // namespace

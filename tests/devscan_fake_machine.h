@@ -2,20 +2,12 @@
 #pragma once
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <vector>
 
 #include "devscan/scan.h"
 #include "tests/temp_directory.h"
@@ -62,76 +54,64 @@ class CScriptedInterfaces final : public CInterfaceControl {
         if (onCall) {
             onCall(data.ifr_name);
         }
-        ++calls;
         if (found == interfaces.end()) {
             return ENODEV;
         }
         const FakeInterface& one = found->second;
-        if (one.error != 0) {
-            return one.error;
-        }
         if (request == SIOCGIFHWADDR) {
             data.ifr_hwaddr.sa_family = one.type;
             std::memcpy(data.ifr_hwaddr.sa_data, one.mac.data(), one.mac.size());
         } else if (request == SIOCGIFINDEX) {
             data.ifr_ifindex = one.index;
-        } else {
-            return Ethtool(one, data.ifr_data);
+        } else if (one.error == 0) {
+            Ethtool(one, data.ifr_data);
         }
-        return 0;
+        return one.error;
     }
 
     std::map<std::string, FakeInterface> interfaces;
     std::function<void(const std::string& name)> onCall;
-    int calls = 0;
 
   private:
-    template <std::size_t size>
-    static void Fill(char (&field)[size], const std::string& text) {
-        std::memcpy(field, text.data(), std::min(size, text.size()));
-    }
-
-    static int Ethtool(const FakeInterface& one, char* raw) {
+    static void Ethtool(const FakeInterface& one, char* raw) {
         std::uint32_t command = 0;
         std::memcpy(&command, raw, sizeof(command));
         if (command == ETHTOOL_GPERMADDR) {
             const std::uint32_t size = static_cast<std::uint32_t>(one.permanent.size());
             std::memcpy(raw + offsetof(ethtool_perm_addr, size), &size, sizeof(size));
             std::memcpy(raw + sizeof(ethtool_perm_addr), one.permanent.data(), size);
-            return 0;
+            return;
         }
+        // With its NUL where there is room for that.
+        const auto fill = [](auto& field, const std::string& text) {
+            std::memcpy(field, text.c_str(), std::min(sizeof(field), text.size() + 1));
+        };
         ethtool_drvinfo info{};
         std::memset(&info, 'x', sizeof(info));
-        Fill(info.driver, std::string("fake\0", 5));
-        Fill(info.fw_version, one.firmware + '\0');
-        Fill(info.erom_version, one.optionRom + '\0');
-        Fill(info.bus_info, one.busAddress + '\0');
+        fill(info.driver, "fake");
+        fill(info.fw_version, one.firmware);
+        fill(info.erom_version, one.optionRom);
+        fill(info.bus_info, one.busAddress);
         std::memcpy(raw, &info, sizeof(info));
-        return 0;
     }
 };
 
 class CFakeMachine {
   public:
-    void File(const std::string& path, const std::string& text) {
-        const auto full = std::filesystem::path(root_.Path()) / path;
-        std::filesystem::create_directories(full.parent_path());
-        std::ofstream(full, std::ios::binary) << text;
-    }
+    void File(const std::string& path, const std::string& text) { root_.Write(path, text); }
     void Link(const std::string& path, const std::string& target) {
-        const auto full = std::filesystem::path(root_.Path()) / path;
-        std::filesystem::create_directories(full.parent_path());
-        std::filesystem::create_symlink(target, full);
+        std::filesystem::create_directories(std::filesystem::path(Path(path)).parent_path());
+        std::filesystem::create_symlink(target, Path(path));
     }
-    void Remove(const std::string& path) {
-        std::filesystem::remove_all(std::filesystem::path(root_.Path()) / path);
-    }
+    void Remove(const std::string& path) { std::filesystem::remove_all(Path(path)); }
     [[nodiscard]] std::string Path(const std::string& path) const { return root_.File(path); }
-    // Bytes at an address of physical memory.
-    void Memory(std::size_t address, const std::string& bytes) {
-        memory_.resize(std::max({memory_.size(), std::size_t{0x100000}, address + bytes.size()}));
-        memory_.replace(address, bytes.size(), bytes);
-        File("dev/mem", memory_);
+    // Bytes by their address in physical memory.
+    void Memory(const std::map<std::size_t, std::string>& parts) {
+        std::string memory(0x110000, '\0');
+        for (const auto& [address, bytes] : parts) {
+            memory.replace(address, bytes.size(), bytes);
+        }
+        File("dev/mem", memory);
     }
 
     // `device` is a path below sys/devices, "pci0000:00/0000:00:01.0/0000:03:00.0".
@@ -139,8 +119,9 @@ class CFakeMachine {
              const std::string& driver = "") {
         const std::string path = "sys/devices/" + device;
         char modalias[96];
-        std::snprintf(modalias, sizeof(modalias), "pci:v%08Xd%08Xsv%08Xsd%08Xbc%02Xsc%02Xi00\n",
-                      vendor, id, 0x15D9U, 0x0001U, classCode >> 8U, classCode & 0xFFU);
+        std::snprintf(modalias, sizeof(modalias),
+                      "pci:v%08Xd%08Xsv000015D9sd00000001bc%02Xsc%02Xi00\n", vendor, id,
+                      classCode >> 8U, classCode & 0xFFU);
         File(path + "/modalias", modalias);
         std::string config(64, '\0');
         config[0x0E] = '\x80';
@@ -152,80 +133,58 @@ class CFakeMachine {
              "../../../devices/" + device);
     }
     void Net(const std::string& device, const std::string& name, const FakeInterface& facts) {
-        const std::string path = "sys/devices/" + device + "/net/" + name;
-        File(path + "/dev_port", std::to_string(facts.port) + "\n");
-        Link("sys/class/net/" + name, "../../devices/" + device + "/net/" + name);
+        const std::string path = "devices/" + device + "/net/" + name;
+        File("sys/" + path + "/dev_port", std::to_string(facts.port) + "\n");
+        Link("sys/class/net/" + name, "../../" + path);
         interfaces->interfaces[name] = facts;
     }
     void FcHost(const std::string& device, const std::string& name, const std::string& nodeName,
                 const std::string& portName) {
-        const std::string path = device + "/" + name + "/fc_host/" + name;
-        File("sys/devices/" + path + "/node_name", nodeName + "\n");
-        File("sys/devices/" + path + "/port_name", portName + "\n");
-        Link("sys/class/fc_host/" + name, "../../devices/" + path);
+        const std::string path = "devices/" + device + "/" + name + "/fc_host/" + name;
+        File("sys/" + path + "/node_name", nodeName + "\n");
+        File("sys/" + path + "/port_name", portName + "\n");
+        Link("sys/class/fc_host/" + name, "../../" + path);
     }
 
     CMachine& Machine() { return machine_; }
     std::vector<CSystemAdapter> Scan() { return ScanSystemAdapters(machine_).value(); }
 
-  private:
-    test::CTempDirectory root_;
-    std::string memory_;
-
-  public:
     CScriptedCommands* const commands = new CScriptedCommands;        // owned by machine_
     CScriptedInterfaces* const interfaces = new CScriptedInterfaces;  // likewise
 
   private:
+    test::CTempDirectory root_;
     CMachine machine_{root_.Path(), std::unique_ptr<CCommandRunner>(commands),
                       std::unique_ptr<CInterfaceControl>(interfaces)};
 };
 
+// The low eight bits of each number.
+inline std::string bytesText(std::initializer_list<std::size_t> numbers) {
+    std::string bytes;
+    for (const std::size_t number : numbers) {
+        bytes += static_cast<char>(number);
+    }
+    return bytes;
+}
+
 // SMBIOS structures for tests, without strings.
 inline std::string smbiosStructure(std::uint8_t type, const std::string& body) {
-    std::string bytes{static_cast<char>(type), static_cast<char>(body.size() + 4), '\1', '\0'};
-    return bytes + body + std::string(2, '\0');
+    return bytesText({type, body.size() + 4, 1, 0}) + body + std::string(2, '\0');
 }
 
 inline std::string smbiosAddress(const PciAddress& at) {
-    return {static_cast<char>(at.segment & 0xFFU), static_cast<char>(at.segment >> 8U),
-            static_cast<char>(at.bus), static_cast<char>(at.device << 3U | at.function)};
+    return bytesText(
+        {at.segment, std::size_t{at.segment} >> 8U, at.bus, at.device * 8U + at.function});
 }
 
-inline std::string smbiosSlot(std::uint16_t id, const PciAddress& at,
+inline std::string smbiosSlot(std::size_t id, const PciAddress& at,
                               const std::vector<PciAddress>& peers = {}) {
     std::string body(5, '\1');  // designation, type, width, usage, length
-    body += {static_cast<char>(id & 0xFFU), static_cast<char>(id >> 8U), '\0', '\0'};
-    body += smbiosAddress(at) + '\4' + static_cast<char>(peers.size());
+    body += bytesText({id, id >> 8U, 0, 0}) + smbiosAddress(at) + bytesText({4, peers.size()});
     for (const PciAddress& peer : peers) {
         body += smbiosAddress(peer) + '\4';
     }
     return smbiosStructure(9, body);
-}
-
-inline std::string smbiosOnboard(const PciAddress& at, bool enabled) {
-    return smbiosStructure(41,
-                           std::string{'\1', enabled ? '\x85' : '\x05', '\1'} + smbiosAddress(at));
-}
-
-inline std::string withChecksum(std::string bytes, std::size_t at) {
-    unsigned sum = 0;
-    for (const char c : bytes) {
-        sum += static_cast<unsigned char>(c);
-    }
-    bytes[at] = static_cast<char>(static_cast<unsigned char>(bytes[at]) - sum);
-    return bytes;
-}
-
-// "$PIR" with one entry.
-inline std::string pciRouting(std::uint8_t bus, std::uint8_t device, std::uint8_t slot) {
-    std::string table(0x30, '\0');
-    table.replace(0, 4, "$PIR");
-    table[6] = 0x30;
-    table[0x20] = static_cast<char>(bus);
-    table[0x21] = static_cast<char>(device << 3U);
-    table[0x2E] = static_cast<char>(slot);
-    return withChecksum(table, 0x1F);
 }
 
 }  // namespace em_pni

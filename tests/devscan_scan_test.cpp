@@ -1,12 +1,18 @@
+// What a scan finds, what an adapter tells of itself, and the texts that both read.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <thread>
 
+#include "devscan/adapter_names.h"
+#include "devscan/hardware_address.h"
+#include "devscan/pci_text.h"
 #include "tests/devscan_fake_machine.h"
+#include "tests/trace_capture.h"
 
 namespace em_pni {
 namespace {
 
-constexpr const char* rootPort = "pci0000:00/0000:00:01.0";
+const std::string rootPort = "pci0000:00/0000:00:01.0";
 constexpr const char* dmiTable = "sys/firmware/dmi/tables/DMI";
 
 MacAddress mac(std::uint8_t last) {
@@ -14,17 +20,22 @@ MacAddress mac(std::uint8_t last) {
 }
 
 std::string cardFunction(int function) {
-    return std::string(rootPort) + "/0000:03:00." + std::to_string(function);
+    return rootPort + "/0000:03:00." + std::to_string(function);
 }
 
 struct DevscanScan : testing::Test {
+    // The functions 0 to `count` - 1 of an Ethernet card.
+    void PlugNic(int count) {
+        for (int function = 0; function < count; ++function) {
+            machine.Pci(cardFunction(function), 0x8086, 0x1521, 0x0200, "igb");
+        }
+    }
     CFakeMachine machine;
 };
 
 TEST_F(DevscanScan, DualPortNic) {
     machine.Pci(rootPort, 0x8086, 0x1901, 0x0604, "pcieport");
-    machine.Pci(cardFunction(0), 0x8086, 0x1521, 0x0200, "igb");
-    machine.Pci(cardFunction(1), 0x8086, 0x1521, 0x0200, "igb");
+    PlugNic(2);
     machine.Net(cardFunction(1), "eth0", {.mac = mac(9), .permanent = mac(2)});
     // The driver fills its field to the last byte.
     const std::string firmware(ETHTOOL_FWVERS_LEN, 'f');
@@ -44,17 +55,17 @@ TEST_F(DevscanScan, DualPortNic) {
     EXPECT_EQ(adapters[1].Facts().interfaces, std::vector<std::string>{"eth0"});
 }
 
-TEST_F(DevscanScan, FourPortNicBehindItsOwnBridge) {
-    const std::string bridge = std::string(rootPort) + "/0000:03:00.0/0000:04:02.0";
-    for (int port = 0; port < 4; ++port) {
-        machine.Pci(bridge + "/0000:05:00." + std::to_string(port), 0x8086, 0x10BC, 0x0200);
-    }
+TEST_F(DevscanScan, SlotsOfCardsBehindABridgeOfTheirOwnAndOfOnboardDevices) {
+    machine.Pci(rootPort + "/0000:03:00.0/0000:04:02.0/0000:05:00.3", 0x8086, 0x10BC, 0x0200);
     machine.File(dmiTable, smbiosSlot(3, {0, 0, 1, 0}));
+    const std::string virtio = "pci0000:00/0000:00:03.0";
+    machine.Pci(virtio, 0x1AF4, 0x1041, 0x0200, "virtio-pci");
+    machine.Net(virtio + "/virtio2", "eth0", {.mac = mac(1)});
     const auto adapters = machine.Scan();
-    ASSERT_EQ(adapters.size(), 4U);
-    for (const CSystemAdapter& adapter : adapters) {
-        EXPECT_EQ(adapter.Facts().slot, 3U);
-    }
+    ASSERT_EQ(adapters.size(), 2U);
+    EXPECT_EQ(adapters[0].Facts().permanentMac, mac(1));
+    EXPECT_EQ(adapters[0].Facts().slot, 0U);
+    EXPECT_EQ(adapters[1].Facts().slot, 3U);
 }
 
 TEST_F(DevscanScan, ConvergedCardAndItsStorageFunction) {
@@ -62,7 +73,6 @@ TEST_F(DevscanScan, ConvergedCardAndItsStorageFunction) {
     machine.Pci(cardFunction(0), 0x10DF, 0x0720, 0x0200);
     machine.Pci(cardFunction(2), 0x10DF, 0x0722, 0x0100);
     machine.Pci(cardFunction(3), 0x10DF, 0x0724, 0x0C04);
-    machine.Net(cardFunction(0), "eth0", {.mac = mac(1), .permanent = mac(1)});
     machine.FcHost(cardFunction(3), "host9", "0x20000090fa942779", "0x90fa942779");
     machine.FcHost(cardFunction(3) + "/host9/rport-9:0-1/vport-9:0-0", "host2", "0x3", "0x4");
     machine.File("sys/class/scsi_host/host9/optrom_bios_version", "\n");
@@ -76,18 +86,8 @@ TEST_F(DevscanScan, ConvergedCardAndItsStorageFunction) {
     EXPECT_EQ(fibre.firmware, "11.4.204");
 }
 
-TEST_F(DevscanScan, VirtioNic) {
-    const std::string device = "pci0000:00/0000:00:03.0";
-    machine.Pci(device, 0x1AF4, 0x1041, 0x0200, "virtio-pci");
-    machine.Net(device + "/virtio2", "eth0", {.mac = mac(1)});
-    EXPECT_EQ(machine.Scan().at(0).Facts().permanentMac, mac(1));
-    EXPECT_EQ(machine.Scan().at(0).Facts().slot, 0U);
-}
-
 TEST_F(DevscanScan, PermanentAddressOfBondMembers) {
-    for (int function = 0; function < 3; ++function) {
-        machine.Pci(cardFunction(function), 0x8086, 0x1521, 0x0200);
-    }
+    PlugNic(3);
     machine.Net(cardFunction(0), "eth0", {.mac = mac(7), .permanent = mac(1)});
     machine.Net(cardFunction(1), "eth1", {.mac = mac(7)});
     machine.File("sys/devices/" + cardFunction(1) + "/net/eth1/bonding_slave/perm_hwaddr",
@@ -114,7 +114,6 @@ TEST_F(DevscanScan, SeveralInterfacesOnOneFunction) {
 }
 
 TEST_F(DevscanScan, VirtualFunctionsAndHighSegmentsAreLeftOut) {
-    machine.Pci(cardFunction(0), 0x8086, 0x1521, 0x0200);
     machine.Pci(cardFunction(4), 0x8086, 0x1520, 0x0200);
     machine.Link("sys/devices/" + cardFunction(4) + "/physfn", "../0000:03:00.0");
     machine.Net(cardFunction(4), "vf0", {.mac = mac(5)});
@@ -122,18 +121,15 @@ TEST_F(DevscanScan, VirtualFunctionsAndHighSegmentsAreLeftOut) {
     machine.Pci(host, 0x8086, 0x201D, 0x0200);
     machine.Pci(host + "/pci10000:00/10000:00:00.0", 0x8086, 0x1521, 0x0200);
     machine.Net(host + "/pci10000:00/10000:00:00.0", "eth5", {.mac = mac(6)});
+    machine.interfaces->onCall = [](const std::string& name) { ADD_FAILURE() << name; };
     const auto adapters = machine.Scan();
-    ASSERT_EQ(adapters.size(), 2U);
+    ASSERT_EQ(adapters.size(), 1U);
     EXPECT_EQ(adapters[0].Address(), (PciAddress{0, 0, 14, 0}));
     EXPECT_TRUE(adapters[0].Facts().interfaces.empty());
-    EXPECT_EQ(adapters[1].Address(), (PciAddress{0, 3, 0, 0}));
-    EXPECT_EQ(machine.interfaces->calls, 0);
 }
 
 TEST_F(DevscanScan, WhatVanishesOrFailsTakesNothingElseAlong) {
-    for (int function = 0; function < 3; ++function) {
-        machine.Pci(cardFunction(function), 0x8086, 0x1521, 0x0200);
-    }
+    PlugNic(3);
     machine.Net(cardFunction(0), "gone", {.mac = mac(1), .permanent = mac(1)});
     machine.Net(cardFunction(1), "stays", {.mac = mac(3), .permanent = mac(3)});
     machine.interfaces->onCall = [&](const std::string& name) {
@@ -152,30 +148,162 @@ TEST_F(DevscanScan, WhatVanishesOrFailsTakesNothingElseAlong) {
     EXPECT_EQ(adapters[1].Facts().permanentMac, mac(3));
 }
 
+// In each of the lists there is one function that can be used.
 TEST_F(DevscanScan, OtherSourcesWithoutSysfs) {
-    CFakeMachine proc;
-    proc.File("proc/bus/pci/devices", "0300\t80861521\t0\n0301\t80861520\t0\n");
+    const auto found = [this] {
+        const auto adapters = machine.Scan();
+        EXPECT_EQ(adapters.size(), 1U);
+        return adapters.at(0).Facts();
+    };
+    std::string& lspci = machine.commands->answers["/sbin/lspci -D -n -vmm"];
+    lspci =
+        "Slot:\t10000:01:00.0\nClass:\t0200\nVendor:\t8086\nDevice:\t1521\n\n"
+        "Slot:\t0001:03:00.0\nClass:\t0c04\nVendor:\t10df\nDevice:\tf100\nSVendor:\t10df\n"
+        "SDevice:\tf120\n\n"
+        "Slot:\t0000:04:00.0\nClass:\t0200\nVendor:\t8086\n";
+    EXPECT_EQ(found().address, (PciAddress{1, 3, 0, 0}));
+    EXPECT_EQ(found().ids.subDevice, 0xF120);
+
+    lspci = "0000:04:00.0 Network controller: Intel\n";  // in another language
+    std::string& localcli = machine.commands->answers["/sbin/localcli hardware pci list"];
+    localcli =
+        "0000:03:00.0\n   Address: 0000:03:00.0\n   Segment: 0x0000\n   Bus: 0x03\n   Slot: 0x1f\n"
+        "   Function: 0x1\n   VMkernel Name: vmnic0\n   Vendor Name: Intel: the maker\n"
+        "   Vendor ID: 0x8086\n   Device ID: 0x1521\n   SubVendor ID: 0x15d9\n"
+        "   Device Class: 0x0200\n   Module Name: igbn\n   Physical Slot: 2\n\n"
+        "10000:01:00.0\nSegment: 0x10000\nBus: 0x01\nSlot: 0x00\nFunction: 0x0\n"
+        "Vendor ID: 0x8086\nDevice ID: 0x1\nDevice Class: 0x0200\n";
+    EXPECT_EQ(found().address, (PciAddress{0, 3, 31, 1}));
+    EXPECT_EQ(found().ids.subVendor, 0x15D9);
+    EXPECT_EQ(found().interfaces, std::vector<std::string>{"vmnic0"});
+    EXPECT_EQ(found().slot, 2U);
+    localcli.replace(localcli.find("Slot: 2"), 7, "Slot: 4294967295");
+    EXPECT_EQ(found().slot, unknownSlot);
+
+    std::string line = "0319\t80861521\t1f";
+    for (int i = 0; i < 14; ++i) {
+        line += "\t        f7a00000";
+    }
+    machine.File("proc/bus/pci/devices", line + "\tigb\njunk\n\n0301\t80861520\t0\n");
     std::string config(64, '\0');
     config.replace(0, 4, "\x86\x80\x21\x15");
-    config[0x0B] = 2;
-    proc.File("proc/bus/pci/03/00.0", config);
-    proc.File("proc/bus/pci/03/00.1", std::string(64, '\xFF'));  // a virtual function
-    proc.File("proc/net/dev", "Inter-| Receive\n face |bytes\n    lo: 0 0\n  eth0: 1 2\n");
-    proc.interfaces->interfaces["eth0"] = {.permanent = mac(1), .busAddress = "0000:03:00.0"};
-    const auto found = proc.Scan();
-    ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(found[0].Facts().permanentMac, mac(1));
+    config.replace(0x0A, 5, std::string("\x00\x02\x10\x00\x80", 5));
+    config.replace(0x2C, 4, "\xD9\x15\x34\x12");
+    machine.File("proc/bus/pci/03/03.1", config);
+    machine.File("proc/bus/pci/03/00.1", std::string(64, '\xFF'));  // a virtual function
+    machine.File("proc/net/dev", "Inter-| Receive\n face |bytes\n    lo: 0 0\n  eth0: 1 2\n");
+    machine.interfaces->interfaces["eth0"] = {.permanent = mac(1), .busAddress = "0000:03:03.1"};
+    EXPECT_EQ(found().address, (PciAddress{0, 3, 3, 1}));
+    EXPECT_EQ(found().driver, "igb");
+    EXPECT_EQ(found().classCode, 0x0200);
+    EXPECT_EQ(found().ids.subDevice, 0x1234);
+    EXPECT_EQ(found().permanentMac, mac(1));
+}
 
-    std::string& lspci = machine.commands->answers["/sbin/lspci -D -n -vmm"];
-    lspci = "Slot:\t0000:03:00.0\nClass:\t0c04\nVendor:\t10df\nDevice:\tf100\n";
-    EXPECT_EQ(machine.Scan().at(0).Address().bus, 3);
-    // A host whose lspci speaks another language.
-    lspci = "0000:04:00.0 Network controller: Intel\n";
-    machine.commands->answers["/sbin/localcli hardware pci list"] =
-        "0000:04:00.0\nSegment: 0x0\nBus: 0x4\nSlot: 0x0\nFunction: 0x0\nVMkernel Name: vmnic0\n"
-        "Vendor ID: 0x8086\nDevice ID: 0x1521\nDevice Class: 0x0200\nPhysical Slot: 2\n";
-    EXPECT_EQ(machine.Scan().at(0).Facts().slot, 2U);
-    EXPECT_EQ(machine.Scan().at(0).Facts().interfaces, std::vector<std::string>{"vmnic0"});
+TEST_F(DevscanScan, InfinibandAdapters) {
+    const std::string infiniband = "sys/devices/" + cardFunction(0) + "/infiniband";
+    const std::string ports = infiniband + "/mlx5_0/ports/";
+    machine.Pci(cardFunction(0), 0x15B3, 0x1017, 0x0207);
+    machine.File(ports + "0/state", "4: ACTIVE\n");  // a port of an old kernel
+    const CSystemAdapter card = machine.Scan().at(0);
+    const test::CTraceCapture trace(5);
+    EXPECT_FALSE(card.IsInfinibandAdapter());
+    EXPECT_TRUE(trace.Has("No matched link_layer files. Not an infiniband adapter."));
+
+    machine.File(ports + "1/link_layer", "Ethernet\n");
+    std::filesystem::create_directories(machine.Path(ports + "2/link_layer"));
+    EXPECT_FALSE(card.IsInfinibandAdapter());
+    EXPECT_TRUE(trace.Has("ERROR ## Could not open file "));
+    machine.File(ports + "3/link_layer", "InfiniBand\n");
+    EXPECT_TRUE(card.IsInfinibandAdapter());
+
+    AdapterFacts facts;
+    facts.classCode = pciClassInfiniband;
+    EXPECT_TRUE(CSystemAdapter(facts, machine.Machine()).IsInfinibandAdapter());
+
+    // A directory that cannot be listed is no "no".
+    machine.Remove(infiniband);
+    machine.Link(infiniband, "infiniband");
+    EXPECT_FALSE(card.IsInfinibandAdapter());
+    EXPECT_TRUE(trace.Has("Could not glob infiniband node on device! Glob = "));
+}
+
+TEST_F(DevscanScan, NamesFromTheNameFile) {
+    machine.File("opt/QuillonRT/vital/etc/qlagent/Adapter.ini",
+                 "[8086]\nVendor =  Intel \n1521=I350\n15210001=I350 of a board\n"
+                 "[15D9]\nvendor=Supermicro\n[ABCD]\nVendor=" +
+                     std::string(300, 'n') + "\n");
+    CAdapterNames& names = machine.Machine().Names();
+    const AdapterNames exact = names.Find({0x8086, 0x1521, 0x15D9, 0x0001});
+    EXPECT_EQ(exact.vendor, "Intel");
+    EXPECT_EQ(exact.subVendor, "Supermicro");
+    EXPECT_EQ(exact.device, "I350 of a board");
+    EXPECT_EQ(names.Find({0x8086, 0x1521, 0x15D9, 0x0002}).device, "I350");
+    EXPECT_TRUE(machine.commands->runs.empty());
+    EXPECT_EQ(names.Find({0xABCD, 1, 0, 0}).vendor.size(), 260U);
+}
+
+TEST_F(DevscanScan, NamesFromLspciAreAskedForOnce) {
+    const std::string command = "/sbin/lspci -nn -d 8086:5";
+    machine.commands->answers[command + "2"] =
+        "03:00.0 Ethernet controller [0200]: Intel I350 [8086:0052]\nmore\n";
+    CAdapterNames& names = machine.Machine().Names();
+    const test::CTraceCapture trace(2);
+    EXPECT_EQ(names.Find({0x8086, 0x52, 0x15D9, 0xA}).device, "Intel I350");
+    for (const char* const wrong : {"", "]:", "]: ", "03:00.0 X [0207]: no id", "[0207]"}) {
+        EXPECT_EQ(deviceNameOfLspciLine(wrong), "") << wrong;
+    }
+    EXPECT_TRUE(
+        trace.Has("WARNING! No vendor name found for vendor ID 0x8086 sub vendor ID 0x15D9!"));
+    EXPECT_TRUE(trace.Has("GetPrivateProfileString: Cannot open "));
+    const auto ask = [&names] {
+        EXPECT_EQ(names.Find({0x8086, 0x52, 0, 0}).device, "Intel I350");
+        EXPECT_EQ(names.Find({0x8086, 0x53, 0, 0}).device, "");
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
+    EXPECT_EQ(machine.commands->runs,
+              (std::map<std::string, int>{{command + "2", 1}, {command + "3", 1}}));
+}
+
+template <class Parser>
+void expectRefused(Parser parse, const std::vector<const char*>& texts) {
+    for (const char* const text : texts) {
+        EXPECT_FALSE(parse(text)) << text;
+    }
+}
+
+TEST(DevscanText, Addresses) {
+    EXPECT_EQ(parsePciAddress("0000:03:1f.7"), (PciAddress{0, 3, 31, 7}));
+    EXPECT_EQ(parsePciAddress("ffff:ff:00.0"), (PciAddress{0xFFFF, 0xFF, 0, 0}));
+    expectRefused(parsePciAddress,
+                  {"", "0000:03:00", "0000:03:20.0", "0000:03:00.8", "0000:100:00.0",
+                   "10000:03:00.0", "0000:03:00.0 ", "0x00:03:00.0", "-1:03:00.0", ":::."});
+    const std::string behind = "../../devices/pci0000:00/0000:00:01.0/0000:02:00.0/0000:03:04.1";
+    EXPECT_EQ(pciAddressOfPath(behind + "/virtio2/net/eth0"), (PciAddress{0, 3, 4, 1}));
+    EXPECT_EQ(pciBridgesOfPath(behind), (std::vector<PciAddress>{{0, 2, 0, 0}, {0, 0, 1, 0}}));
+    // A function of a segment that cannot be represented is not the one that the segment hangs on.
+    EXPECT_FALSE(pciAddressOfPath("pci0000:00/0000:00:0e.0/pci10000:e0/10000:e0:01.0/net/eth5"));
+
+    EXPECT_EQ(parseMacAddress("02:fc:00:A0:00:01"), (MacAddress{2, 0xFC, 0, 0xA0, 0, 1}));
+    expectRefused(parseMacAddress, {"00:00:00:00:00:00", "02:fc:00:00:00", "02:fc:00:00:00:01:02",
+                                    "2:fc:00:00:00:001"});
+    EXPECT_EQ(parseWorldWideName("0x10000090fa942779"),
+              (WorldWideName{0x10, 0, 0, 0x90, 0xFA, 0x94, 0x27, 0x79}));
+    expectRefused(parseWorldWideName,
+                  {"0xffffffffffffffff", "0x0", "0x", "10000090fa942779", "0x110000090fa942779"});
+}
+
+TEST(DevscanText, Modalias) {
+    const std::string good = "pci:v00001AF4d00001041sv00001AF5sd00001042bc02sc07i00\n";
+    const auto function = parseModalias(good);
+    ASSERT_TRUE(function);
+    EXPECT_EQ(function->ids.subDevice, 0x1042);
+    EXPECT_EQ(function->classCode, 0x0207);
+    for (std::size_t length = 0; length < good.find('i', 4); ++length) {
+        EXPECT_FALSE(parseModalias(good.substr(0, length))) << length;
+    }
 }
 
 }  // namespace

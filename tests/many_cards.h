@@ -1,8 +1,6 @@
 // A machine full of Ethernet cards, one in each slot from 1 on, and the record that fits it.
 #pragma once
 
-#include <cstdio>
-
 #include "tests/scripted_network.h"
 
 namespace em_pni::test {
@@ -13,8 +11,7 @@ struct ManyCards {
 
     // The cards of one generation have other addresses than those of another one.
     [[nodiscard]] static Bytes Mac(unsigned generation, unsigned card, unsigned port) {
-        return {2, static_cast<std::uint8_t>(generation), 0,
-                0, static_cast<std::uint8_t>(card),       static_cast<std::uint8_t>(port)};
+        return {2, byteOf(generation), 0, 0, byteOf(card), byteOf(port)};
     }
 
     // The last `others` cards are of another generation.
@@ -23,12 +20,9 @@ struct ManyCards {
         for (unsigned card = 1; card <= cards; ++card) {
             std::vector<Bytes> areas;
             for (unsigned p = 0; p < ports; ++p) {
-                Bytes addresses = nicAddresses(0);
                 const Bytes mac = Mac(generation + (card + others > cards ? 1 : 0), card, p);
-                put(addresses, 0, mac);
-                put(addresses, 6, mac);
-                Bytes area = function(0, true, 0, addresses);
-                put(area, 26, {static_cast<std::uint8_t>(p), static_cast<std::uint8_t>(card)});
+                Bytes area = function(0, true, 0, joined({mac, mac, textBytes("N/A", 33)}));
+                put(area, 26, {byteOf(p), byteOf(card)});
                 areas.push_back(port(p, p + 1 == ports, {area}));
             }
             modules.push_back(module(card % 64, card == cards, 3, areas));
@@ -40,42 +34,26 @@ struct ManyCards {
     void Plug(CFakeMachine& machine, unsigned generation) const {
         std::string slots;
         for (unsigned card = 1; card <= cards; ++card) {
-            slots += smbiosSlot(static_cast<std::uint16_t>(card),
-                                {0, static_cast<std::uint8_t>(card), 0, 0});
+            slots += smbiosSlot(card, {0, byteOf(card), 0, 0});
             for (unsigned p = 0; p < ports; ++p) {
                 char path[64];
                 std::snprintf(path, sizeof path, "pci0000:00/0000:00:%02x.%x/0000:%02x:00.%x",
                               card >> 3U, card & 7U, card, p);
                 machine.Pci(path, 0x8086, 0x1572, 0x0200, "i40e");
-                machine.Net(path, Name(card, p), {});
+                machine.Net(
+                    path, "ens" + std::to_string(card) + "f" + std::to_string(p),
+                    fakeInterface(Mac(generation, card, p), static_cast<int>(card * 8 + p)));
             }
         }
         machine.File("sys/firmware/dmi/tables/DMI", slots);
-        Exchange(machine, generation);
-    }
-    // Other cards of the same kind in the same slots.
-    void Exchange(CFakeMachine& machine, unsigned generation) const {
-        for (unsigned card = 1; card <= cards; ++card) {
-            for (unsigned p = 0; p < ports; ++p) {
-                machine.interfaces->interfaces[Name(card, p)] =
-                    fakeInterface(Mac(generation, card, p), static_cast<int>(card * 8 + p));
-            }
-        }
     }
     [[nodiscard]] std::vector<HostInterface> Interfaces(unsigned generation) const {
         std::vector<HostInterface> interfaces;
-        for (unsigned card = 1; card <= cards; ++card) {
-            for (unsigned p = 0; p < ports; ++p) {
-                interfaces.push_back(
-                    {.mac = Mac(generation, card, p), .primary = {}, .transient = {}});
-            }
+        for (unsigned i = 0; i < cards * ports; ++i) {
+            interfaces.push_back(
+                {.mac = Mac(generation, 1 + i / ports, i % ports), .primary = {}, .transient = {}});
         }
         return interfaces;
-    }
-
-  private:
-    static std::string Name(unsigned card, unsigned port) {
-        return "ens" + std::to_string(card) + "f" + std::to_string(port);
     }
 };
 

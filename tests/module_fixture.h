@@ -26,6 +26,11 @@ class ModuleFixture : public ::testing::Test {
                       .dumpFile = directory_.File("pnidump")},
             std::shared_ptr<CMachine>(std::shared_ptr<void>(), &machine.Machine()));
     }
+    static void Send(CPniExtModule& module, std::uint16_t opcode, const std::string& data = "0") {
+        CKrcpMessage event = parsedMessage(R"({"SIP":{"CMD":[{"ST":255,"OC":)" +
+                                           std::to_string(opcode) + ",\"DA\":" + data + "}]}}");
+        module.ModuleReply(event);
+    }
     void Configure(const std::string& cycle, const std::string& place = "current") const {
         directory_.Write(place + "/em_pni.ini", "[EM_PNI]\nFruUpdateCycle=" + cycle + "\n");
     }

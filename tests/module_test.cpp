@@ -10,11 +10,6 @@ using namespace std::chrono_literals;
 class ModuleTest : public ModuleFixture {
   protected:
     ModuleTest() : ModuleFixture(4) { module_.SetCabinetNumber(-3); }
-
-    CKrcpMessage Event(std::uint16_t opcode, const char* data = "0") {
-        return parsedMessage(R"({"SIP":{"CMD":[{"ST":255,"OC":)" + std::to_string(opcode) +
-                             ",\"DA\":" + data + "}]}}");
-    }
     // Cycles that the thread has gone through.
     [[nodiscard]] int Cycles() const { return trace_.Count("PNI FRU record not modified"); }
 };
@@ -30,16 +25,13 @@ TEST_F(ModuleTest, FetchesCropsAndWritesPadded) {
     EXPECT_EQ(read.timeout, 60000U);
 
     EXPECT_TRUE(module_.WritePniDataOnThisMachine(record));
-    EXPECT_EQ(host_.Image(), sample("three-modules-in-2k-device.fru"));
+    EXPECT_EQ(host_.Image(), original_);
     EXPECT_EQ(host_.Last(krcp::writeFru).timeout, 5000U);
     EXPECT_TRUE(trace_.Has("Extend initial FRU (826) bytes by (1222). New size = (2048) bytes."));
-    for (const int status : {12, 21, 255}) {
+    for (const int status : {12, 21, 255, 1, 22, 256}) {
         host_.OnStatus(krcp::writeFru, status);
-        EXPECT_TRUE(module_.WritePniDataOnThisMachine(record)) << status;
-    }
-    for (const int status : {1, 22, 256}) {
-        host_.OnStatus(krcp::writeFru, status);
-        EXPECT_FALSE(module_.WritePniDataOnThisMachine(record)) << status;
+        const bool isTaken = status == 12 || status == 21 || status == 255;
+        EXPECT_EQ(module_.WritePniDataOnThisMachine(record), isTaken) << status;
     }
     host_.On(krcp::writeFru, [](CKrcpMessage&) {});
     EXPECT_FALSE(module_.WritePniDataOnThisMachine(record)) << "no status";
@@ -53,8 +45,15 @@ TEST_F(ModuleTest, FetchesCropsAndWritesPadded) {
 TEST_F(ModuleTest, AFailedFetchLeavesTheModulePassive) {
     module_.Start(&host_, 0);
     const std::pair<int, const char*> answers[] = {
-        {0, ""},    {22, "{\"RAW\":[1]}"}, {0, "{\"RAW\":[]}"}, {0, "{\"RAW\":[1,300]}"},
-        {0, "[1]"}, {0, "\"text\""},       {0, "{\"RAW\":{}}"}, {9, ""},
+        {0, ""},
+        {22, "{\"RAW\":[1]}"},
+        {0, "{\"RAW\":[]}"},
+        {0, "{\"RAW\":[1,300]}"},
+        {0, "[1]"},
+        {0, "\"text\""},
+        {0, "{\"RAW\":{}}"},
+        {9, ""},
+        {0, "{\"RAW\":[1,2,3]}"},
     };
     for (const auto& [status, data] : answers) {
         host_.OnStatus(krcp::readFru, status, data);
@@ -62,11 +61,7 @@ TEST_F(ModuleTest, AFailedFetchLeavesTheModulePassive) {
     }
     EXPECT_EQ(trace_.Count("FAILED to request PNI FRU data (KRCP status 0x"), 3);
     EXPECT_EQ(trace_.Count("PNI FRU data request FAILED (No data)!"), 5);
-    host_.OnStatus(krcp::readFru, 0, "{\"RAW\":[1,2,3]}");
-    module_.OnSwitchStarted();
-    EXPECT_TRUE(trace_.Has("PNI FRU data are invalid!"));
-    host_.On(krcp::readFru, [](CKrcpMessage& message) { message.document.SetNull(); });
-    module_.OnSwitchStarted();
+    EXPECT_EQ(trace_.Count("PNI FRU data are invalid!"), 1);
     host_.On(krcp::readFru, [](CKrcpMessage&) { throw std::runtime_error("host"); });
     EXPECT_EQ(module_.OnSwitchStarted(), 40U);
     EXPECT_FALSE(trace_.Has("Starting a PNI FRU data update thread"));
@@ -81,32 +76,28 @@ TEST_F(ModuleTest, PeriodComesFromTheFirstConfigurationFile) {
     EXPECT_TRUE(trace_.Has("update check is done every 70000 msec"));
     Configure("50", "program");
     module_.Start(&host_, 0);
-    EXPECT_TRUE(trace_.Has("done every 50 msec"));
     Configure("80000");
     module_.Start(&host_, 0);
     EXPECT_EQ(trace_.Count("done every 50 msec"), 2) << "the stored period is too short to change";
 
     const auto other = NewModule();
-    for (const char* nonsense : {"soon", "-1", "4294967296", ""}) {
+    for (const char* nonsense : {"soon", "-1", "4294967296", "", "4294967295"}) {
         Configure(nonsense);
         other->Start(&host_, 0);
     }
     EXPECT_EQ(trace_.Count("done every 120000 msec"), 4);
-    Configure("4294967295");
-    other->Start(&host_, 0);
     EXPECT_TRUE(trace_.Has("update check is done on CM_NetworkInfoIpAddressChanged KRCP event"));
     EXPECT_TRUE(trace_.Has("Register event log source \"Quillon Agentless Service\" ..."));
 }
 
-TEST_F(ModuleTest, ThreadRunsACycleAtStartPerEventAndPerPeriod) {
+TEST_F(ModuleTest, ThreadRunsACycleAtStartAndPerEvent) {
     Configure("4294967295");
     module_.Start(&host_, 0);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(Cycles(), 1) << "no period: it sleeps";
-    CKrcpMessage event = Event(krcp::ipAddressChanged);
-    module_.ModuleReply(event);
+    Send(module_, krcp::ipAddressChanged);
     EXPECT_TRUE(soon([&] { return Cycles() == 2; }));
     EXPECT_EQ(host_.Count(krcp::clearNetworkSnapshot), 1);
     EXPECT_EQ(host_.Last(krcp::clearNetworkSnapshot).cabinet, -3);
@@ -114,56 +105,23 @@ TEST_F(ModuleTest, ThreadRunsACycleAtStartPerEventAndPerPeriod) {
     EXPECT_EQ(module_.Stop(), 1U);
     EXPECT_TRUE(trace_.Has("THREAD_RETURN: ## INFO: Thread = 0x"));
     EXPECT_EQ(host_.Count(krcp::writeFru), 0);
-
-    Configure("60");
-    const auto periodic = NewModule();
-    periodic->Start(&host_, 0);
-    periodic->OnSwitchStarted();
-    const int before = Cycles();
-    EXPECT_TRUE(soon([&] { return Cycles() > before + 2; }));
 }
 
-TEST_F(ModuleTest, StopRightAfterTheStartStillCompletesOneCycle) {
+TEST_F(ModuleTest, StartingAgainReplacesTheThreadAndTheRecord) {
     module_.Start(&host_, 0);
     for (int i = 1; i <= 50; ++i) {
         module_.OnSwitchStarted();
         module_.Stop();
         ASSERT_EQ(trace_.Count("THREAD_RETURN"), i);
-        ASSERT_EQ(Cycles(), i);
+        ASSERT_EQ(Cycles(), i) << "right after the start: it still completes one";
     }
-}
-
-TEST_F(ModuleTest, StartingAgainReplacesTheThreadAndTheRecord) {
-    module_.Start(&host_, 0);
     module_.OnSwitchStarted();
     module_.OnSwitchStarted();
-    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 1);
+    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 51);
     host_.OnStatus(krcp::readFru, 9);
     module_.OnSwitchStarted();
-    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 2);
-    EXPECT_EQ(trace_.Count("Starting a PNI FRU data update thread"), 2);
-}
-
-TEST_F(ModuleTest, PendingHotplugIsTriedTwiceMore) {
-    Configure("4294967295");
-    module_.Start(&host_, 0);
-    module_.OnSwitchStarted();
-    ASSERT_TRUE(soon([&] { return Cycles() == 1; }));
-    machine_.Remove("sys/bus/pci");  // the scan fails, and the update with it
-    host_.On(krcp::clearNetworkSnapshot, [](CKrcpMessage&) { throw std::runtime_error("host"); });
-    for (const char* data : {"2", "7"}) {
-        CKrcpMessage event = Event(krcp::deviceDataChanged, data);
-        module_.ModuleReply(event);
-    }
-    EXPECT_TRUE(trace_.Has("CMV_DEVINFO_INSTANCE_REMOVED received."));
-    EXPECT_TRUE(trace_.Has("ERROR # Invalid CM_DeviceInfoDeviceDataChanged Action!"));
-    ASSERT_TRUE(soon([&] { return trace_.Has("event not reset! Retry 1 more time(s)."); }));
-    EXPECT_TRUE(trace_.Has("event not reset! Retry 2 more time(s)."));
-    std::this_thread::sleep_for(100ms);
-    const int tries =
-        trace_.Count("Exception when calling UpdatePlatformNetworkInventoryStructure! ");
-    EXPECT_TRUE(tries >= 3 && tries <= 6) << tries << ", then it sleeps again";
-    module_.Stop();
+    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 52);
+    EXPECT_EQ(trace_.Count("Starting a PNI FRU data update thread"), 52);
 }
 
 TEST_F(ModuleTest, EventsAreNoneWithoutTheEventStatus) {
@@ -176,9 +134,13 @@ TEST_F(ModuleTest, EventsAreNoneWithoutTheEventStatus) {
     }
     EXPECT_EQ(host_.Count(krcp::clearNetworkSnapshot), 0);
     host_.OnStatus(krcp::clearNetworkSnapshot, 0, "{}");
-    CKrcpMessage event = Event(krcp::deviceDataChanged, "\"no number\"");
-    module_.ModuleReply(event);
+    Send(module_, krcp::ipAddressChanged);
     EXPECT_TRUE(trace_.Has("Could not clear Network Interface Snapshot tree."));
+    for (const char* action : {"2", "7", "\"no number\""}) {
+        Send(module_, krcp::deviceDataChanged, action);
+    }
+    EXPECT_TRUE(trace_.Has("CMV_DEVINFO_INSTANCE_REMOVED received."));
+    EXPECT_TRUE(trace_.Has("ERROR # Invalid CM_DeviceInfoDeviceDataChanged Action!"));
     EXPECT_TRUE(trace_.Has("CMV_DEVINFO_INSTANCE_ADDED received."));
 }
 
@@ -189,31 +151,6 @@ TEST_F(ModuleTest, NotificationsAreTracedByName) {
     EXPECT_TRUE(trace_.Has("EM_PNI              :   ... OnModuleNotification() completed"));
     module_.Notify(0x40005, 0);
     EXPECT_EQ(trace_.Count("***"), 2);
-}
-
-// The module is destroyed without Stop, straight after events and requests of other threads.
-TEST_F(ModuleTest, RunsBesideEventsAndRequestsAndIsJoinedAtTheEnd) {
-    module_.SetCabinetNumber(0);
-    module_.Start(&host_, 0);
-    module_.OnSwitchStarted();
-    CKrcpMessage event = Event(krcp::ipAddressChanged);
-    std::thread eventThread([&] {
-        for (int i = 0; i < 200; ++i) {
-            module_.ModuleReply(event);
-        }
-    });
-    std::thread requestThread([&] {
-        for (int i = 0; i < 50; ++i) {
-            CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
-            module_.ModuleRequest(request);
-            ASSERT_EQ(krcp::status(request), krcp::SUCCESS);
-        }
-    });
-    eventThread.join();
-    requestThread.join();
-    owner_.reset();
-    EXPECT_EQ(trace_.Count("THREAD_RETURN"), 1);
-    EXPECT_EQ(host_.Count(krcp::writeFru), 0);
 }
 
 }  // namespace

@@ -1,7 +1,4 @@
-#include <chrono>
 #include <gtest/gtest.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 #include "module/krcp_trace.h"
 #include "query/pni_data.h"
@@ -29,11 +26,14 @@ std::string query(const Bytes& image, const std::string& filterText = "") {
     return krcp::jsonText(answer);
 }
 
-// What stands in an answer for the only function of a record with just this function.
-std::string queryFunction(const Bytes& functionBytes, unsigned version = 12) {
-    const std::string json =
-        query(recordImage(version, {module(0, true, 3, {port(0, true, {functionBytes})})}));
-    const std::string start = "\"PhysicalFunctions\":[";
+bool has(const std::string& whole, const std::string& part) {
+    return whole.find(part) != std::string::npos;
+}
+
+// What stands behind `start` in an answer for the only function of a record.
+std::string queryFunction(const Bytes& functionBytes, unsigned version = 12,
+                          const std::string& start = "\"PhysicalFunctions\":[") {
+    const std::string json = query(functionImage(functionBytes, version));
     const std::size_t at = json.find(start) + start.size();
     return json.substr(at, json.rfind("]}]}]}") - at);
 }
@@ -45,10 +45,8 @@ TEST(Query, TellsModulesAndPortsInTheirOrder) {
         R"("ModuleType":"Onboard","ModuleName":"Onboard LAN","FirmwareVersion":"N/A",)"
         R"("PhysicalPorts":[{"PortId":0,"WolBehavior":"Disabled","PhysicalFunctions":[)"
         R"({"PhyFunctionId":0,"BootOptionId":0,)";
-    const std::string end = R"("ActiveMAC":"02-00-00-00-01-02","OPROMversion":"N/A",)"
-                            R"("Ipv4Addresses":[],"Ipv6Addresses":[]}]}]}]})";
-    EXPECT_TRUE(json.starts_with(start)) << json;
-    EXPECT_TRUE(json.ends_with(end)) << json;
+    EXPECT_TRUE(json.starts_with(start) && json.ends_with("]}]}]}]}")) << json;
+    EXPECT_EQ(query(Bytes(20)), "failed");
 }
 
 TEST(Query, ReadsEachFieldFromItsPlace) {
@@ -72,53 +70,44 @@ TEST(Query, ReadsEachFieldFromItsPlace) {
     EXPECT_EQ(queryFunction(bytes), expected);
 
     // Format 10: two bytes more for the technology, everything behind it further on.
-    Bytes shifted = joined({Bytes(bytes.begin(), bytes.begin() + 15),
-                            {0, 0},
-                            Bytes(bytes.begin() + 15, bytes.end()),
-                            {0, 0}});
-    shifted[1] = static_cast<std::uint8_t>(shifted.size() / 4);
+    Bytes shifted = bytes;
+    shifted.insert(shifted.begin() + 15, 2, 0);
+    shifted.resize(bytes.size() + 4);
+    ++shifted[1];
     shifted[2] = 36;
     put(shifted, 14, textBytes("FC"));
     const std::string fc = queryFunction(shifted, 10);
-    EXPECT_NE(fc.find(R"("TechnologyType":"FC","Bandwidth":50,"RateLimit":60,"Speed":25,)"),
-              std::string::npos)
+    EXPECT_TRUE(has(fc, R"("TechnologyType":"FC","Bandwidth":50,"RateLimit":60,"Speed":25,)"))
         << fc;
-    EXPECT_NE(fc.find(R"("PciFunction":5)"), std::string::npos);
+    EXPECT_TRUE(has(fc, R"("PciFunction":5)"));
 
     put(bytes, 15, {0x01, 0xC0});  // unit 3 has no word
-    EXPECT_EQ(queryFunction(bytes).find("\"Speed"), std::string::npos);
+    EXPECT_FALSE(has(queryFunction(bytes), "\"Speed"));
 }
 
 TEST(Query, ReadsTheAddressBlockOfEachTechnology) {
-    const Bytes names =
-        textBytes("200000109b0000011000001A2B3C4D5E20000010FFFFFFFF10000010EEEEEEEE");
+    Bytes names = textBytes("200000109b0000011000001A2B3C4D5E20000010FFFFFFFF10000010EEEEEEEE");
+    const Bytes guids(names.begin(), names.begin() + 32);
     const Bytes macs = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2};
-    Bytes rom = textBytes("1.2.3");
-    rom.resize(32);
-    Bytes initiator = textBytes("iqn.2026-01.example:host");
-    initiator.resize(224);
-    const auto tail = [](unsigned technology, const Bytes& addresses) {
-        const std::string json = queryFunction(function(0, true, technology, addresses));
-        const std::string last = "\"RemoteDeploySupport\":false,";
-        return json.substr(json.find(last) + last.size());
+    const Bytes rom = textBytes("1.2.3", 32);
+    const auto tail = [](unsigned technology, const std::vector<Bytes>& addresses) {
+        return queryFunction(function(0, true, technology, joined(addresses)), 12,
+                             "\"RemoteDeploySupport\":false,");
     };
-    const std::string wwns = R"("ManufactureWWNN":"20:00:00:10:9B:00:00:01",)"
-                             R"("ManufactureWWPN":"10:00:00:1A:2B:3C:4D:5E",)"
-                             R"("ActiveWWNN":"20:00:00:10:FF:FF:FF:FF",)"
-                             R"("ActiveWWPN":"10:00:00:10:EE:EE:EE:EE",)";
+    const std::string wwns =
+        R"("ManufactureWWNN":"20:00:00:10:9B:00:00:01","ManufactureWWPN":"10:00:00:1A:2B:3C:4D:5E",)"
+        R"("ActiveWWNN":"20:00:00:10:FF:FF:FF:FF","ActiveWWPN":"10:00:00:10:EE:EE:EE:EE",)";
     const std::string macTexts =
         R"("ManufactureMAC":"02-00-00-00-00-01","ActiveMAC":"02-00-00-00-00-02",)";
     const std::string romText = R"("OPROMversion":"1.2.3"})";
-    EXPECT_EQ(tail(1, joined({names, rom})), wwns + romText);
-    EXPECT_EQ(tail(2, joined({names, macs, rom})), wwns + macTexts + romText);
-    EXPECT_EQ(tail(3, joined({macs, initiator, rom})),
+    EXPECT_EQ(tail(1, {names, rom}), wwns + romText);
+    EXPECT_EQ(tail(2, {names, macs, rom}), wwns + macTexts + romText);
+    EXPECT_EQ(tail(3, {macs, textBytes("iqn.2026-01.example:host", 224), rom}),
               macTexts + R"("InitiatorName":"iqn.2026-01.example:host",)" + romText);
-    EXPECT_EQ(tail(4, joined({Bytes(names.begin(), names.begin() + 32), rom})),
+    EXPECT_EQ(tail(4, {guids, rom}),
               R"("ManufactureGUID":"200000109B000001","ActiveGUID":"1000001A2B3C4D5E",)" + romText);
-
-    Bytes noHex = names;
-    noHex[20] = 'G';
-    EXPECT_EQ(tail(1, joined({noHex, rom})).find("ManufactureWWPN"), std::string::npos);
+    names[20] = 'G';
+    EXPECT_FALSE(has(tail(1, {names, rom}), "ManufactureWWPN"));
 }
 
 TEST(Query, LeavesOutWhatIsNotWhollyThere) {
@@ -126,20 +115,19 @@ TEST(Query, LeavesOutWhatIsNotWhollyThere) {
     Bytes addresses = nicAddresses(1);
     addresses.resize(34);
     const std::string cut = queryFunction(function(0, true, 0, addresses));
-    EXPECT_NE(cut.find("ActiveMAC"), std::string::npos);
-    EXPECT_EQ(cut.find("OPROMversion"), std::string::npos);
-    EXPECT_EQ(cut.find("Ipv4"), std::string::npos);
+    EXPECT_TRUE(has(cut, "ActiveMAC"));
+    EXPECT_FALSE(has(cut, "OPROMversion") || has(cut, "Ipv4"));
 
     // One IPv4 address fits, the three IPv6 addresses that are promised do not.
     const std::string lists =
         queryFunction(function(0, true, 0, nicAddresses(1, {192, 0, 2, 1}, 0x31)));
-    EXPECT_NE(lists.find(R"("Ipv4Addresses":[{"Address":"192.0.2.1"}])"), std::string::npos);
-    EXPECT_EQ(lists.find("Ipv6"), std::string::npos);
+    EXPECT_TRUE(has(lists, R"("Ipv4Addresses":[{"Address":"192.0.2.1"}])"));
+    EXPECT_FALSE(has(lists, "Ipv6"));
 
     // Addresses that would begin behind the function, and a function of no length at all.
     Bytes far = function(0, true, 0, nicAddresses(1));
     far[2] = 255;
-    EXPECT_EQ(queryFunction(far).find("MAC"), std::string::npos);
+    EXPECT_FALSE(has(queryFunction(far), "MAC"));
     Bytes empty = function(0, true, 0, {});
     empty[1] = 0;
     EXPECT_EQ(queryFunction(empty), R"({"PhyFunctionId":0,"Enabled":true})");
@@ -151,46 +139,41 @@ TEST(Query, LeavesOutWhatIsNotWhollyThere) {
     fixChecksums(odd);
     const std::string json = query(odd);
     for (const char* member : {"TechnologyType", "ModuleType", "WolBehavior", "MAC", "WWNN"}) {
-        EXPECT_EQ(json.find(member), std::string::npos) << member;
+        EXPECT_FALSE(has(json, member)) << member;
     }
     // A module header of three bytes.
-    Bytes shortHeader = recordImage(12, {Bytes{0xC2, 3, 0}});
+    const Bytes shortHeader = recordImage(12, {Bytes{0xC2, 3, 0}});
     EXPECT_EQ(
         query(shortHeader),
         R"({"NumberOfModules":1,"Modules":[{"ModuleId":2,"Enabled":true,"PhysicalPorts":[]}]})");
     EXPECT_EQ(query(shortHeader, R"({"ResultFilter":["Speed"]})"),
-              R"({"NumberOfModules":1,"Modules":[]})")
-        << "nothing of it was selected";
+              R"({"NumberOfModules":1,"Modules":[]})");
 }
 
 TEST(Query, WakeOnLanWordsDependOnTheFormat) {
     const CTraceCapture trace(5);
     const auto behaviour = [](unsigned version, std::uint8_t code) {
-        Bytes image = recordImage(version, {module(0, true, 3, {port(0, true, {})})});
-        image[26 + 56 + 3] = code;
-        const std::string json = query(image);
-        const std::size_t at = json.find("\"WolBehavior\":\"");
-        return at == std::string::npos ? ""
-                                       : json.substr(at + 15, json.find('"', at + 15) - at - 15);
+        return query(recordImage(version, {module(0, true, 3, {{0xC0, 4, 0, code}})}),
+                     R"({"ResultFilter":["WolBehavior"]})");
     };
-    EXPECT_EQ(behaviour(10, 0), "DriverEnabled");
-    EXPECT_EQ(behaviour(10, 2), "ForceEnabled");
-    EXPECT_EQ(behaviour(10, 3), "");
-    EXPECT_EQ(behaviour(11, 2), "ForceLanBoot");
-    const int before = trace.Count("unknown wolbeh");
-    EXPECT_EQ(behaviour(12, 3), "AcpiControlled");
-    EXPECT_EQ(trace.Count("unknown wolbeh"), before + 1);
+    EXPECT_TRUE(has(behaviour(10, 0), R"("DriverEnabled")"));
+    EXPECT_TRUE(has(behaviour(10, 2), R"("ForceEnabled")"));
+    EXPECT_TRUE(has(behaviour(11, 2), R"("ForceLanBoot")"));
+    EXPECT_EQ(trace.Count("unknown wolbeh"), 0);
+    EXPECT_TRUE(has(behaviour(12, 3), R"("AcpiControlled")"));
+    EXPECT_FALSE(has(behaviour(10, 3), "WolBehavior"));
+    EXPECT_GT(trace.Count("unknown wolbeh"), 0);
 }
 
 TEST(Query, ModuleFilterKeepsOneTechnology) {
+    // The ids of the modules that are left.
     const auto ids = [](const std::string& file, const std::string& technology) {
         const std::string json =
             query(sample(file), R"({"F":{"ModuleFilter":{"TechnologyType":")" + technology +
                                     R"("},"ResultFilter":["ModuleName"]}})");
         std::string found;
-        for (std::size_t at = 0; (at = json.find("\"ModuleId\":", at)) != std::string::npos;) {
-            at += 11;
-            found += json[at];
+        for (const char* id : {"0", "3", "4"}) {
+            found += has(json, std::string("\"ModuleId\":") + id) ? id : "";
         }
         return found;
     };
@@ -200,9 +183,10 @@ TEST(Query, ModuleFilterKeepsOneTechnology) {
         EXPECT_EQ(ids(file, "fc"), "4") << file;
         EXPECT_EQ(ids(file, "IB"), "") << file;
     }
-    EXPECT_EQ(query(sample("text-technology-v10.fru"), R"({"ResultFilter":["TechnologyType"]})")
-                  .find(R"("ModuleId":0,"PhysicalPorts")"),
-              std::string("{\"NumberOfModules\":3,\"Modules\":[{").size());
+    EXPECT_TRUE(
+        has(query(sample("text-technology-v10.fru"), R"({"ResultFilter":["TechnologyType"]})"),
+            R"([{"ModuleId":0,"PhysicalPorts")"))
+        << "format 10 has none for a module";
 }
 
 TEST(Query, ResultFilterNamesMembersInAnyCase) {
@@ -215,8 +199,6 @@ TEST(Query, ResultFilterNamesMembersInAnyCase) {
         R"("PhysicalFunctions":[{"PhyFunctionId":0,"SpeedUnit":"Gb/s","Ipv4Addresses":)"
         R"([{"Address":"192.0.2.10"}]}]},{"PortId":1,"PhysicalFunctions":[{"PhyFunctionId":0,)"
         R"("SpeedUnit":"Mb/s","Ipv4Addresses":[]}]}]}]})");
-    const std::string complete = query(sample("three-modules.fru"));
-    EXPECT_EQ(query(sample("three-modules.fru"), R"({"ResultFilter":[]})"), complete);
 }
 
 TEST(Filter, RefusesWhatItCannotUseAndIgnoresWhatIsNone) {
@@ -249,9 +231,8 @@ TEST(Filter, RefusesWhatItCannotUseAndIgnoresWhatIsNone) {
 }
 
 TEST(Filter, RawBytesReadLikeTheText) {
-    const std::string text = R"({"ResultFilter":["Speed","BootName"]})";
     CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
-    krcp::setRawBytes(request, Bytes(text.begin(), text.end()));
+    krcp::setRawBytes(request, textBytes(R"({"ResultFilter":["Speed","BootName"]})"));
     CPNI_DataFilter filter;
     ASSERT_TRUE(filter.Read(request));
     EXPECT_EQ(filter.Description(), "\nResultFilter:\n-Speed\n-BootName");
@@ -259,23 +240,6 @@ TEST(Filter, RawBytesReadLikeTheText) {
     CPNI_DataFilter broken;
     ASSERT_TRUE(broken.Read(request));
     EXPECT_EQ(broken.Description(), "No filter");
-}
-
-TEST(Query, DamagedRecordsGiveJsonOrNothing) {
-    const Bytes good = sample("three-modules.fru");
-    const CGuardedBytes guarded(good);
-    for (std::size_t bit = 0; bit < good.size() * 8; ++bit) {
-        Bytes image = good;
-        image[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
-        std::memcpy(guarded.Data(), image.data(), image.size());
-        rapidjson::Document answer;
-        if (CPNI_Data({guarded.Data(), image.size()}, nullptr).PniGetAllData(answer)) {
-            rapidjson::Document parsed;
-            ASSERT_FALSE(parsed.Parse(krcp::jsonText(answer).c_str()).HasParseError()) << bit;
-        }
-    }
-    rapidjson::Document answer;
-    EXPECT_FALSE(CPNI_Data(Bytes(20), nullptr).PniGetAllData(answer));
 }
 
 }  // namespace
