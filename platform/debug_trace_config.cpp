@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <dirent.h>
+#include <limits>
 #include <memory>
 #include <string_view>
 
@@ -14,7 +15,7 @@ namespace {
 
 constexpr std::size_t maxSettingFileSize = 1024 * 1024;
 constexpr std::size_t maxDirectoryLength = 256;  // characters; longer values are cut
-constexpr std::uint64_t maxLevel = 1000;
+constexpr std::uint64_t maxLevel = std::numeric_limits<int>::max();
 constexpr std::uint64_t maxNumber = 0xFFFFFFFF;
 constexpr std::uint64_t maxLogSize = std::uint64_t{1} << 40;
 

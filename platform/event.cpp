@@ -174,7 +174,7 @@ CEvent::CEvent(std::string_view name, bool isManual, bool isSignaled) noexcept :
                 state_ = static_cast<State*>(known->second);
                 ++state_->refCount;
                 PNI_TRACE(3, "refCount for event %p <%s> incremented (IsSignaled=%d)\n",
-                          static_cast<void*>(state_), state_->Name(), Check());
+                          static_cast<void*>(state_), state_->Name(), state_->Signaled());
                 if (state_->IsManual != isManual) {
                     PNI_TRACE(1, "WARNING: manual setting mismatch for event %p <%s>\n",
                               static_cast<void*>(state_), state_->Name());

@@ -156,7 +156,9 @@ bool WritePrivateProfileString(const char* section, const char* key, const char*
         PNI_TRACE(2, "WritePrivateProfileString: ## WARNING: invalid pointer to FileName\n");
         return false;
     }
-    if (!CFileDescriptor(::open(fileName, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644))) {
+    // O_NONBLOCK only matters for a pipe, which is refused: opening it must not wait for a reader.
+    if (!CFileDescriptor(::open(
+            fileName, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644))) {
         PNI_TRACE(2, "WritePrivateProfileString: ## WARNING: append open error: %s\n", fileName);
         return false;
     }
