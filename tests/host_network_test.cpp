@@ -12,7 +12,6 @@
 #include "host/kernel_network.h"
 #include "host/network_answers.h"
 #include "host/network_watch.h"
-#include "tests/host_program.h"
 #include "tests/network_namespace.h"
 
 namespace em_pni::host_test {
@@ -184,33 +183,6 @@ TEST_F(HostNetworkNamespace, AnOverrunIsAChange) {
     ASSERT_TRUE(Ip(lines));
     EXPECT_TRUE(watch.TakeReports());
     EXPECT_FALSE(watch.TakeReports());
-}
-
-// With the real module, which is found beside the program.
-TEST_F(HostNetworkNamespace, ABurstOfChangesReachesTheImageAsOneEvent) {
-    ASSERT_TRUE(Ip("link set v0 address 02:00:00:00:03:01"));  // of module 3
-    const std::string event = "event: IP address changed\n";
-    const std::string address("\xC0\x00\x02\x4D", 4);
-    for (const bool watching : {false, true}) {
-        const test::CTempDirectory folder;
-        const std::string image = folder.Write(
-            "a.fru",
-            test::contentOf(std::string(EM_PNI_TEST_DATA) + "/three-modules-in-2k-device.fru"));
-        CProgram program({"run", "--fru", image, watching ? "--watch" : "--no-watch"});
-        ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
-        ASSERT_TRUE(
-            Ip("addr add 192.0.2.78/24 dev v0\naddr add 192.0.2.77/24 dev v0\n"
-               "addr del 192.0.2.78/24 dev v0\naddr add 192.0.2.77/32 dev v0"));
-        const std::chrono::seconds limit(watching ? 2 : 1);
-        EXPECT_EQ(test::holdsWithin(limit, image, address), watching);
-        std::this_thread::sleep_for(std::chrono::milliseconds(700));
-        program.Signal(SIGTERM);
-        EXPECT_EQ(program.Wait(), 0) << program.Errors();
-        const std::size_t found = program.Output().find(event);
-        EXPECT_EQ(found != std::string::npos, watching) << program.Output();
-        EXPECT_EQ(program.Output().find(event, found + 1), std::string::npos) << program.Output();
-        ASSERT_TRUE(Ip("addr flush dev v0"));
-    }
 }
 
 }  // namespace
