@@ -1,10 +1,5 @@
 // The command line without the module: exit codes and messages.
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "host/command_line.h"
 #include "tests/temp_directory.h"

@@ -1,8 +1,6 @@
 // The controller that pni-host plays: what it does to the file for good and for broken messages.
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <numeric>
-#include <sstream>
 
 #include "host/played_host.h"
 #include "tests/temp_directory.h"

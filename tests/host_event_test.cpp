@@ -1,14 +1,10 @@
 // Events on their way to the module: from the kernel's queue and from `pni-host event`.
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <sstream>
-#include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <vector>
 
 #include "host/device_watch.h"
 #include "host/event_socket.h"

@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 #include <linux/if.h>
 #include <linux/if_arp.h>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "frudata/address_text.h"
 #include "host/kernel_facts.h"

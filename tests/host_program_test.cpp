@@ -1,7 +1,6 @@
 // pni-host as a whole, with a module that changes the record and with the real one.
 #include "tests/host_program.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
@@ -104,15 +103,6 @@ TEST(HostEndToEnd, ARefusalIsToldByTheNameOfItsStatus) {
         EXPECT_EQ(program.Wait(), 1) << testing::PrintToString(arguments);
         EXPECT_TRUE(contains(program.Errors(), status)) << program.Errors();
     }
-}
-
-TEST(HostEndToEnd, ARecordThatIsTrueIsNotWritten) {
-    const test::CTempDirectory folder;
-    const std::string image = folder.Write("a.fru", sample("three-modules-in-2k-device.fru"));
-    EXPECT_EQ(CProgram({"run", "--fru", image, "--once"}).Wait(), 0);  // now it is
-    CProgram program({"run", "--fru", image, "--once"});
-    EXPECT_EQ(program.Wait(), 0) << program.Errors();
-    EXPECT_TRUE(program.Output().ends_with("\nread: 2048 bytes\nunchanged\nstopped\n"));
 }
 
 }  // namespace

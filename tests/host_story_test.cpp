@@ -2,7 +2,6 @@
 // on a made-up server.
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <memory>
 
 #include "tests/host_program.h"
 #include "tests/made_up_server.h"

@@ -1,7 +1,6 @@
 #include <chrono>
 #include <gtest/gtest.h>
 #include <regex>
-#include <sstream>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>

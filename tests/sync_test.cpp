@@ -145,21 +145,6 @@ TEST_F(SyncTest, NothingIsAskedOrWrittenWhileTheHostShutsDown) {
     EXPECT_FALSE(trace_.Has("Start PNI update..."));
 }
 
-TEST_F(SyncTest, AFailedWriteIsTriedAgainInTheNextCycle) {
-    Configure("20");
-    module_.Start(&host_, 0);
-    network_.interfaces[0].primary = {{10, 0, 0, 1}};
-    std::atomic<int> attempts{0};
-    host_.On(krcp::writeFru, [&](CKrcpMessage& message) {
-        krcp::setStatus(message, ++attempts < 3 ? krcp::DEVICE_BUSY : krcp::SUCCESS);
-    });
-    module_.OnSwitchStarted();
-    ASSERT_TRUE(soon([&] { return trace_.Has("PNI FRU updated successfully."); }));
-    ASSERT_TRUE(soon([&] { return trace_.Has("PNI FRU record not modified"); }));
-    module_.Stop();
-    EXPECT_EQ(attempts, 3);
-}
-
 // The host sits on a request when Stop gives up; the thread is joined before its module goes.
 TEST_F(SyncTest, AModuleOutlivesTheRequestsOfItsThread) {
     CEvent release("", true, false);
