@@ -74,7 +74,7 @@ TEST_F(RequestTest, RefusalsHaveTheirStatus) {
     EXPECT_TRUE(trace_.Has("Result filter error - unknown field 'Colour'"));
     EXPECT_TRUE(trace_.Has("ModuleRequest() Error! - INVALID_CMD"));
 
-    for (const std::string cabinet : {"", R"("CA":6,)"}) {
+    for (const std::string cabinet : {"", R"("CA":8,)"}) {
         CKrcpMessage other = parsedMessage(R"({"SIP":{"CMD":[{)" + cabinet + R"("OC":5952}]}})");
         EXPECT_EQ(module_.ModuleRequest(other), 0U);
         EXPECT_EQ(krcp::status(other), krcp::INVALID_CABINET_NUMBER) << cabinet;
