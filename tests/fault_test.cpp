@@ -1,7 +1,6 @@
-// A host that fails at any one of its answers, and a process that has run out of descriptors.
+// A host that fails at any one of its answers.
 #include <gtest/gtest.h>
 #include <set>
-#include <sys/resource.h>
 
 #include "module/krcp_trace.h"
 #include "tests/module_fixture.h"
@@ -99,40 +98,6 @@ TEST_F(FaultTest, OfEveryAnswerInTurn) {
             ExpectWhole("fault " + std::to_string(static_cast<int>(fault)) + " of request " +
                         std::to_string(n));
         }
-    }
-}
-
-// A host that tells nothing of its network has no addresses; all else stays as it is.
-TEST_F(FaultTest, OfAllAnswersAboutTheNetwork) {
-    Bytes silent = Bare(original_);
-    silent.resize(original_.size());
-    for (const Fault fault : {Fault::errorStatus, Fault::noAnswer, Fault::wrongType, Fault::late}) {
-        Begin();
-        host_.Intercept([&](int, CKrcpMessage& message) {
-            return krcp::opcode(message) >= krcp::interfaceCount && Fail(fault, message);
-        });
-        TwoCycles();
-        EXPECT_EQ(host_.Image(), silent) << static_cast<int>(fault);
-    }
-}
-
-TEST_F(FaultTest, WithoutFileDescriptors) {
-    if (isSanitized) {
-        GTEST_SKIP() << "sanitizers look at memory through a pipe";
-    }
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    const CFileDescriptor first(::dup(0));  // the lowest that is free
-    for (rlim_t spare = 0; spare < 8; ++spare) {
-        Begin();
-        rlimit few = before;
-        few.rlim_cur = static_cast<rlim_t>(first.Get()) + spare;
-        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
-        TwoCycles();
-        const std::string answer = Ask();
-        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
-        EXPECT_TRUE(answers_.contains(answer)) << spare;
-        ExpectWhole(std::to_string(spare) + " descriptors");
     }
 }
 

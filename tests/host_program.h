@@ -21,12 +21,10 @@ class CProgram {
     explicit CProgram(std::vector<std::string> arguments,
                       std::vector<std::string> environment = {}) {
         arguments.insert(arguments.begin(), EM_PNI_BINARY_DIR "/pni-host");
-        std::vector<char*> argv = Pointers(arguments);
-        std::vector<char*> variables = Pointers(environment);
+        const std::vector<char*> argv = Pointers(arguments);
+        const std::vector<char*> variables = Pointers(environment);
         int ends[2] = {-1, -1};
-        if (::pipe2(ends, O_CLOEXEC) != 0) {
-            return;
-        }
+        (void)!::pipe2(ends, O_CLOEXEC);  // without a pipe the program is silent
         pipe_ = CFileDescriptor(ends[0]);
         const CFileDescriptor writeEnd(ends[1]);
         posix_spawn_file_actions_t actions;

@@ -2,7 +2,6 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <set>
 
 #include "tests/sanitizer.h"
 #include "tests/scripted_host.h"
@@ -19,10 +18,6 @@ class CLoadedLibrary {
         if (handle_ == nullptr) {
             throw std::runtime_error(::dlerror());
         }
-        create = Find<EM_CreateFunction>("EM_Create");
-        destroy = Find<EM_DeleteFunction>("EM_Delete");
-        name = Find<EM_GetModuleNameFunction>("EM_GetModuleName");
-        setup = Find<EM_SetupActionFunction>("EM_SetupAction");
     }
     ~CLoadedLibrary() { ::dlclose(handle_); }
     CLoadedLibrary(const CLoadedLibrary&) = delete;
@@ -33,28 +28,19 @@ class CLoadedLibrary {
         return handle != nullptr && ::dlclose(handle) == 0;
     }
 
-    EM_CreateFunction create;
-    EM_DeleteFunction destroy;
-    EM_GetModuleNameFunction name;
-    EM_SetupActionFunction setup;
-
   private:
     template <class Function>
     Function Find(const char* symbol) {
         return reinterpret_cast<Function>(::dlsym(handle_, symbol));
     }
     void* handle_;
-};
 
-std::string outputOf(const std::string& command) {
-    std::string output;
-    FILE* const pipe = ::popen(command.c_str(), "r");
-    for (int c = 0; (c = std::fgetc(pipe)) != EOF;) {
-        output.push_back(static_cast<char>(c));
-    }
-    ::pclose(pipe);
-    return output;
-}
+  public:
+    EM_CreateFunction create = Find<EM_CreateFunction>("EM_Create");
+    EM_DeleteFunction destroy = Find<EM_DeleteFunction>("EM_Delete");
+    EM_GetModuleNameFunction name = Find<EM_GetModuleNameFunction>("EM_GetModuleName");
+    EM_SetupActionFunction setup = Find<EM_SetupActionFunction>("EM_SetupAction");
+};
 
 std::size_t threadCount() {
     return static_cast<std::size_t>(
@@ -62,12 +48,15 @@ std::size_t threadCount() {
 }
 
 TEST(Library, ExportsFourFunctionsAndNeedsOnlyTheRuntime) {
-    EXPECT_EQ(outputOf("nm -D --defined-only " + libraryPath + " | awk '{print $NF}' | sort"),
-              "EM_Create\nEM_Delete\nEM_GetModuleName\nEM_SetupAction\n");
+    const auto isOutput = [](const std::string& command, const std::string& expected) {
+        return std::system(("test \"$(" + command + ")\" = '" + expected + "'").c_str()) == 0;
+    };
+    EXPECT_TRUE(isOutput("nm -D --defined-only " + libraryPath + " | awk '{print $NF}' | sort",
+                         "EM_Create\nEM_Delete\nEM_GetModuleName\nEM_SetupAction"));
     if (!isSanitized) {
-        EXPECT_EQ(outputOf("readelf -d " + libraryPath +
-                           " | sed -n 's/.*NEEDED.*\\[\\(.*\\)\\]/\\1/p' | sort"),
-                  "libc.so.6\nlibgcc_s.so.1\nlibstdc++.so.6\n");
+        EXPECT_TRUE(isOutput(
+            "readelf -d " + libraryPath + " | sed -n 's/.*NEEDED.*\\[\\(.*\\)\\]/\\1/p' | sort",
+            "libc.so.6\nlibgcc_s.so.1\nlibstdc++.so.6"));
     }
 }
 
@@ -81,21 +70,18 @@ std::size_t slotOf(Function function) {
 }
 
 TEST(Library, InterfacesKeepTheirSlots) {
-    EXPECT_EQ(slotOf(&CIExtensionModule::GetModuleInfo), 2U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::Init), 3U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::Start), 4U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::Stop), 5U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::OnSwitchStarted), 6U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::ModuleReply), 7U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::ModuleRequest), 8U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::SetCabinetNumber), 10U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::Notify), 13U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::GetModuleName), 14U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::Reserved22), 22U);
-    EXPECT_EQ(slotOf(&CIExtensionModule::OnModuleNotification), 23U);
-    EXPECT_EQ(slotOf(&CIHostInterface::SendRequest), 0U);
-    EXPECT_EQ(slotOf(&CIHostInterface::SwitchStartFinished), 1U);
-    EXPECT_EQ(slotOf(&CIHostInterface::GetHostKind), 2U);
+    using Module = CIExtensionModule;
+    using Host = CIHostInterface;
+    EXPECT_EQ((std::vector{slotOf(&Module::GetModuleInfo), slotOf(&Module::Init),
+                           slotOf(&Module::Start), slotOf(&Module::Stop),
+                           slotOf(&Module::OnSwitchStarted), slotOf(&Module::ModuleReply),
+                           slotOf(&Module::ModuleRequest), slotOf(&Module::SetCabinetNumber),
+                           slotOf(&Module::Notify), slotOf(&Module::GetModuleName),
+                           slotOf(&Module::Reserved22), slotOf(&Module::OnModuleNotification)}),
+              (std::vector<std::size_t>{2, 3, 4, 5, 6, 7, 8, 10, 13, 14, 22, 23}));
+    EXPECT_EQ((std::vector{slotOf(&Host::SendRequest), slotOf(&Host::SwitchStartFinished),
+                           slotOf(&Host::GetHostKind)}),
+              (std::vector<std::size_t>{0, 1, 2}));
 }
 
 TEST(Library, KeepsOneModule) {
@@ -111,9 +97,7 @@ TEST(Library, KeepsOneModule) {
     EXPECT_STREQ(first->GetModuleName(), "EM_PNI");
     EXPECT_EQ(library.destroy(), 1U);
     EXPECT_EQ(library.destroy(), 0U);
-    for (std::uint32_t action = 0; action < 6; ++action) {
-        EXPECT_EQ(library.setup(action), 1U);
-    }
+    EXPECT_EQ(library.setup(5), 1U);
 }
 
 TEST(Library, DescribesItselfAndLeavesOtherBytesAlone) {
@@ -122,13 +106,11 @@ TEST(Library, DescribesItselfAndLeavesOtherBytesAlone) {
     ASSERT_TRUE(library.create(&module, nullptr));
     Bytes block(250, 0xA5);
     put(block, 0, {245, 0, 0, 0});
-    const Bytes before = block;
+    Bytes expected = block;
     EXPECT_EQ(module->GetModuleInfo(block.data()), 0U);
-    EXPECT_EQ(block, before);
-    put(block, 0, {246, 0, 0, 0});
+    EXPECT_EQ(block, expected);
+    block[0] = expected[0] = 246;
     EXPECT_EQ(module->GetModuleInfo(block.data()), 1U);
-    Bytes expected(250, 0xA5);
-    put(expected, 0, {246, 0, 0, 0});
     expected[8] = 0xA6;
     expected[21] = 0xA5;
     put(expected, 42, {3, 0, 0, 0});
@@ -136,20 +118,17 @@ TEST(Library, DescribesItselfAndLeavesOtherBytesAlone) {
     put(expected, 46, textBytes("EM_PNI"));
     put(expected, 146, textBytes("Platform Network Inventory extension module"));
     EXPECT_EQ(block, expected);
-    CModuleDescription description;
-    EXPECT_EQ(module->GetModuleInfo(description.Data()), 1U);
-    EXPECT_EQ(description.Name(), "EM_PNI");
     EXPECT_EQ(module->GetModuleInfo(nullptr), 0U);
     library.destroy();
 }
 
-TEST(Library, LoadsAndUnloadsAThousandTimes) {
+TEST(Library, LoadsAndUnloadsManyTimes) {
     // Without addresses, since this host tells of no interfaces.
     CScriptedHost host(recordImage(12, {nicModule(0, true)}));
     std::thread([] {}).join();  // brings up what a sanitizer runs beside the first thread
     const std::size_t threadsBefore = threadCount();
     [[maybe_unused]] std::size_t heapBefore = 0;
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 300; ++i) {
         {
             CLoadedLibrary library;
             CIExtensionModule* module = nullptr;

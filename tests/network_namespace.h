@@ -102,10 +102,4 @@ bool isTrueWithin(std::chrono::milliseconds limit, Condition condition) {
     return true;
 }
 
-// For what must have reached an image file by then: the bytes of an address, for example.
-inline bool holdsWithin(std::chrono::milliseconds limit, const std::string& path,
-                        const std::string& bytes) {
-    return isTrueWithin(limit, [&] { return contentOf(path).find(bytes) != std::string::npos; });
-}
-
 }  // namespace em_pni::test

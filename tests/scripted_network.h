@@ -32,11 +32,9 @@ class CScriptedNetwork {
             Number(message, interface.state);
         });
         On(host, 0x1703, [](CKrcpMessage& message, const HostInterface& interface) {
-            std::vector<Bytes> list = interface.primary;
             const std::int64_t kind = krcp::GetValue(message, 0, "OE", 0);
-            if (kind == 2) {
-                list = interface.transient;
-            } else if (kind == 0) {
+            std::vector<Bytes> list = kind == 2 ? interface.transient : interface.primary;
+            if (kind == 0) {
                 list.insert(list.end(), interface.transient.begin(), interface.transient.end());
             }
             const auto index = static_cast<std::size_t>(krcp::GetValue(message, 0, "OI", 0) >> 16);

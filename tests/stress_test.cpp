@@ -29,17 +29,12 @@ class StressTest : public ModuleFixture {
     }
     bool SlowAndFailing(CKrcpMessage& message) {
         std::this_thread::sleep_for(std::chrono::microseconds(Random(50) == 0 ? 30000 : 300));
-        switch (Random(12)) {
-            case 0:
-                return true;  // no answer
-            case 1:
-                return krcp::setStatus(message, krcp::EXEC_FAILED);
-            case 2:
-                krcp::setMember(message, "DA", rapidjson::Value("text"));
-                return krcp::setStatus(message, krcp::SUCCESS);
-            default:
-                return false;
+        const unsigned way = Random(12);
+        if (way == 1 || way == 2) {
+            krcp::setMember(message, "DA", rapidjson::Value("text"));
+            krcp::setStatus(message, way == 1 ? krcp::EXEC_FAILED : krcp::SUCCESS);
         }
+        return way <= 2;  // 0: no answer
     }
     void Request() {
         static constexpr const char* filters[] = {"", R"({"ResultFilter":["ActiveMAC"]})",

@@ -27,22 +27,20 @@ class SyncTest : public ModuleFixture {
         return machine_.interfaces->interfaces.at(name);
     }
     [[nodiscard]] CPniFruData Record() { return CPniFruData(host_.Image()); }
+    void ExchangePort() {
+        std::copy(newMac_.begin(), newMac_.end(), Interface("ens3f1").permanent.begin());
+    }
+    const Bytes newMac_ = {0x0A, 1, 2, 3, 4, 5};
 };
 
-TEST_F(SyncTest, AMachineThatFitsItsRecordLeadsToNoWrite) {
-    EXPECT_EQ(Cycle(), 0);
-    EXPECT_EQ(Cycle(), 0);
-    EXPECT_TRUE(trace_.Has("Found 3 valid PNI local devices."));
-    EXPECT_FALSE(trace_.Has("mismatch"));
-    EXPECT_FALSE(trace_.Has("SKIP"));
-}
-
 TEST_F(SyncTest, ExchangedCardsGiveTheirAddressesToTheRecord) {
-    const Bytes newMac = {0x0A, 1, 2, 3, 4, 5};
-    std::copy(newMac.begin(), newMac.end(), Interface("ens3f1").permanent.begin());
+    EXPECT_EQ(Cycle(), 0) << "the machine fits its record";
+    EXPECT_TRUE(trace_.Has("Found 3 valid PNI local devices."));
+    EXPECT_FALSE(trace_.Has("mismatch") || trace_.Has("SKIP"));
+    ExchangePort();
     machine_.File("sys/class/fc_host/host1/port_name", "0x10000000c9abcdef\n");
     EXPECT_EQ(Cycle(), 1);
-    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac}));
+    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac_}));
     const auto names = Record().GetModulePhysicalAddresses(2);
     EXPECT_EQ(names[0].wwpn, 0x100000109B000001U);
     EXPECT_EQ(names[1].wwpn, 0x10000000C9ABCDEFU);
@@ -50,20 +48,14 @@ TEST_F(SyncTest, ExchangedCardsGiveTheirAddressesToTheRecord) {
     EXPECT_TRUE(trace_.Has("CheckPhysicalAddrs : MAC address mismatch for adapter slot #3"));
     EXPECT_TRUE(trace_.Has("CheckPhysicalAddrs : WWPN address mismatch for adapter slot #4"));
     EXPECT_EQ(Cycle(), 0) << "it is true now";
-
-    std::copy_n(sampleMac(3, 2).begin(), 6, Interface("ens3f1").permanent.begin());
-    machine_.File("sys/class/fc_host/host1/port_name", "0x100000109b000002\n");
-    EXPECT_EQ(Cycle(), 1);
-    EXPECT_EQ(host_.Image(), original_) << "undone, byte for byte";
 }
 
 TEST_F(SyncTest, AnAddressThatTheMachineDoesNotTellStaysInTheRecord) {
     machine_.Remove("sys/class/net/ens3f0");  // its driver has gone
     machine_.File("sys/class/fc_host/host0/port_name", "0xffffffffffffffff\n");
-    const Bytes newMac = {0x0A, 1, 2, 3, 4, 5};
-    std::copy(newMac.begin(), newMac.end(), Interface("ens3f1").permanent.begin());
+    ExchangePort();
     EXPECT_EQ(Cycle(), 1);
-    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac}));
+    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac_}));
     EXPECT_EQ(Record().GetModulePhysicalAddresses(2)[0].wwpn, 0x100000109B000001U);
 }
 
@@ -85,33 +77,26 @@ TEST_F(SyncTest, OnlyTheSameCardInTheSamePlaceIsCompared) {
     Bytes image = sample("three-modules.fru");
     image[254 + 56 + 4 + 27] = 0x05;  // bus of the card's first function
     fixChecksums(image);
-    host_.OnStatus(krcp::writeFru, 6);
-    host_.On(krcp::readFru, [image](CKrcpMessage& message) {
-        krcp::setRawBytes(message, image);
-        krcp::setStatus(message, krcp::SUCCESS);
-    });
-    EXPECT_EQ(Cycle(), 0);
+    host_.Put(image);
+    Cycle();
+    EXPECT_EQ(Record().GetModuleMacAddresses(1)[0], sampleMac(3, 1));
     EXPECT_TRUE(trace_.Has("PCI location does not match - SKIP."));
 }
 
 TEST_F(SyncTest, ARecordWithTextTechnologyKeepsItsPhysicalAddresses) {
-    CScriptedHost host(sample("text-technology-v10.fru"));
-    CScriptedNetwork network(host);
-    network.interfaces = sampleInterfaces();
+    host_.Put(sample("text-technology-v10.fru"));
     Interface("ens3f0").permanent = {0x0A, 9, 9, 9, 9, 9};
-    module_.Start(&host, 0);
-    module_.OnSwitchStarted();
-    module_.Stop();
-    EXPECT_EQ(CPniFruData(host.Image()).GetModuleMacAddresses(1)[0], sampleMac(3, 1));
+    Cycle();
+    EXPECT_EQ(Record().GetModuleMacAddresses(1)[0], sampleMac(3, 1));
     EXPECT_FALSE(trace_.Has("mismatch"));
 }
 
 TEST_F(SyncTest, IpAddressesFollowTheInterfaces) {
-    const Bytes first = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1};
-    const Bytes second = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2};
-    const Bytes third = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 3};
-    network_.interfaces[1].primary = {{10, 0, 0, 1}, first, {10, 0, 0, 2}};
-    network_.interfaces[1].transient = {{10, 0, 0, 3}, second, first, third};
+    const auto ipv6 = [](std::uint8_t last) {
+        return Bytes{0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, last};
+    };
+    network_.interfaces[1].primary = {{10, 0, 0, 1}, ipv6(1), {10, 0, 0, 2}};
+    network_.interfaces[1].transient = {{10, 0, 0, 3}, ipv6(2), ipv6(1), ipv6(3)};
     network_.interfaces[2].state = 2;
     network_.interfaces.push_back(
         {.mac = Bytes(6, 0), .primary = {{10, 9, 9, 9}}, .transient = {}});
@@ -160,21 +145,6 @@ TEST_F(SyncTest, NothingIsAskedOrWrittenWhileTheHostShutsDown) {
     EXPECT_FALSE(trace_.Has("Start PNI update..."));
 }
 
-TEST_F(SyncTest, AFailedWriteIsTriedAgainInTheNextCycle) {
-    Configure("20");
-    module_.Start(&host_, 0);
-    network_.interfaces[0].primary = {{10, 0, 0, 1}};
-    std::atomic<int> attempts{0};
-    host_.On(krcp::writeFru, [&](CKrcpMessage& message) {
-        krcp::setStatus(message, ++attempts < 3 ? krcp::DEVICE_BUSY : krcp::SUCCESS);
-    });
-    module_.OnSwitchStarted();
-    ASSERT_TRUE(soon([&] { return trace_.Has("PNI FRU updated successfully."); }));
-    ASSERT_TRUE(soon([&] { return trace_.Has("PNI FRU record not modified"); }));
-    module_.Stop();
-    EXPECT_EQ(attempts, 3);
-}
-
 // The host sits on a request when Stop gives up; the thread is joined before its module goes.
 TEST_F(SyncTest, AModuleOutlivesTheRequestsOfItsThread) {
     CEvent release("", true, false);
@@ -183,7 +153,6 @@ TEST_F(SyncTest, AModuleOutlivesTheRequestsOfItsThread) {
     const auto start = std::chrono::steady_clock::now();
     module_.Stop();
     EXPECT_GE(std::chrono::steady_clock::now() - start, 4900ms);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
     EXPECT_FALSE(trace_.Has("THREAD_RETURN"));
     std::thread later([&] {
         std::this_thread::sleep_for(300ms);
