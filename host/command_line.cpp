@@ -128,7 +128,8 @@ void addCreate(CLI::App& app, Action& action) {
         "create", "Make a FRU image file with a record of this machine's adapters");
     command->add_option("FILE", options->file, "The file to make")->required()->type_name("");
     addFormatOptions(*command, options->format);
-    command->add_flag("--force", options->force, "Replace the file when it is there");
+    command->add_flag("--force", options->force,
+                      "Replace the file when it is there, unless a run is at work on it");
     command->footer(
         "Exit code: 0 done, 1 the machine has no adapters or they cannot be read, 2 the file\n"
         "cannot be made or the size is too small. Nothing is written then.\n\n"

@@ -7,6 +7,7 @@
 
 #include "adapters/local_pni_adapter_handle.h"
 #include "host/direct_connection.h"
+#include "host/event_socket.h"
 #include "host/fru_image.h"
 #include "host/kernel_network.h"
 #include "platform/file.h"
@@ -29,6 +30,7 @@ void requireReplaceable(const CreateOptions& options) {
         throw CHostError(options.file + ": exists already, --force replaces it");
     }
     static_cast<void>(readFruFile(options.file, options.file));  // no device, no folder
+    requireNoRunningHost(CFruImage(options.file));
 }
 
 // A link stays and its target is replaced.

@@ -116,8 +116,11 @@ TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
         EXPECT_TRUE(run.ReadUntil("event: " + line + " (pni-host event)\nwritten: 1 bytes\n" +
                                   "changed: module 0 FirstByte: " + change + "\n"));
     }
-    for (const char* const once : {"--no-watch", "--once"}) {
-        CProgram other = scripted({"run", "--fru", link, once});
+    const std::string module = EM_PNI_BINARY_DIR "/host_scripted_module.so";
+    for (const Texts& arguments : {Texts{"run", "--fru", link, "--module", module},
+                                   Texts{"run", "--fru", link, "--module", module, "--once"},
+                                   Texts{"create", link, "--force"}}) {
+        CProgram other(arguments);
         EXPECT_EQ(other.Wait(), 2);
         EXPECT_EQ(other.Errors(),
                   "pni-host: " + link + ": another pni-host run is at work on it\n");
