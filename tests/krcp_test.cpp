@@ -102,7 +102,7 @@ TEST(Krcp, TraceShowsTheCommandByWhatItHolds) {
     CKrcpMessage deep = krcp::makeRequest(1, 0, 0, 0);
     auto& allocator = deep.document.GetAllocator();
     rapidjson::Value nested(rapidjson::kObjectType);
-    for (int i = 0; i < 1000000; ++i) {
+    for (int i = 0; i < 300000; ++i) {
         rapidjson::Value outer(rapidjson::kObjectType);
         outer.AddMember("x", nested, allocator);
         nested = outer;
