@@ -96,6 +96,7 @@ TEST_F(AdaptersContext, AsksFurtherUntilBothFamiliesAreKnown) {
               (std::vector<IpAddressBytes>{ipv4, {10, 0, 0, 2}, ipv6}));
     host.Ip(1, 3, 0, ipv6);
     EXPECT_EQ(context.GetIpAddresses(first).size(), 3U);
+    EXPECT_EQ((host.asked[{0x1703, 1}]), 2 * 4);
     EXPECT_EQ((host.asked[{0x1703, 2}]), 2);
 }
 

@@ -123,6 +123,11 @@ TEST(DevscanSlot, TablesOfMachines) {
     inMemory.Memory({{0x100000, table},
                      {0xF0010, entryPoint64(bytesText({table.size()}), bytesText({0, 0, 0x10}))}});
     EXPECT_EQ(inMemory.Scan().at(0).Facts().slot, 2U);
+
+    CFakeMachine unreadable;
+    unreadable.Pci("pci0000:00/0000:00:01.0/0000:03:00.0", 0x8086, 0x1521, 0x0200);
+    unreadable.File("dev/mem/folder", "");
+    EXPECT_EQ(unreadable.Scan().at(0).Facts().slot, unknownSlot);
 }
 
 }  // namespace

@@ -33,6 +33,7 @@ TEST(Validation, AcceptsTheSamples) {
     EXPECT_EQ(validate(sample("cut-short.fru")), PNI_INSUFFICENT_DATA_ERR);
     EXPECT_EQ(pniValidateFru(nullptr, 0), PNI_PARAMETER_ERR);
     EXPECT_EQ(validate(Bytes(7)), PNI_INSUFFICENT_DATA_ERR);
+    EXPECT_EQ(validate(Bytes(8)), PNI_FORMAT_ERR);
 }
 
 TEST(Validation, NoSingleBitChangesUnnoticed) {
@@ -109,6 +110,11 @@ TEST(Validation, AcceptsWhatIsOnlyOdd) {
     beyond.resize(22 + length);
     EXPECT_EQ(validate(beyond), PNI_FORMAT_ERR);
     EXPECT_EQ(pni_findPniModuleArea(beyond.data(), beyond.size(), 1, false), nullptr);
+    setRecordLength(beyond, 4);
+    beyond.resize(26);
+    EXPECT_EQ(pni_findPniModuleArea(beyond.data(), beyond.size(), 0, false), nullptr);
+    beyond[1] = 0;
+    EXPECT_EQ(pni_findOemInternalUseArea(beyond.data(), beyond.size()), nullptr);
 }
 
 TEST(Search, GoesOnBehindDamagedListsUnlessTold) {

@@ -93,11 +93,6 @@ TEST(HostDeviceWatch, HearsTheKernelAndLosesNoChange) {
                      "device added: events lost"}));
 }
 
-CProgram scripted(Texts arguments) {
-    arguments.insert(arguments.end(), {"--module", EM_PNI_BINARY_DIR "/host_scripted_module.so"});
-    return CProgram(std::move(arguments));
-}
-
 TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
     const test::CTempDirectory folder;
     const std::string deep = std::string(200, 'd') + "/" + std::string(200, 'e') + "/";
@@ -116,10 +111,9 @@ TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
         EXPECT_TRUE(run.ReadUntil("event: " + line + " (pni-host event)\nwritten: 1 bytes\n" +
                                   "changed: module 0 FirstByte: " + change + "\n"));
     }
-    const std::string module = EM_PNI_BINARY_DIR "/host_scripted_module.so";
-    for (const Texts& arguments : {Texts{"run", "--fru", link, "--module", module},
-                                   Texts{"run", "--fru", link, "--module", module, "--once"},
-                                   Texts{"create", link, "--force"}}) {
+    for (const Texts& arguments :
+         {Texts{"run", "--fru", link}, Texts{"run", "--fru", link, "--once"},
+          Texts{"create", link, "--force"}}) {
         CProgram other(arguments);
         EXPECT_EQ(other.Wait(), 2);
         EXPECT_EQ(other.Errors(),
@@ -140,10 +134,9 @@ TEST(HostEventSocket, OneOfManyTakesThePlaceOfAKilledHost) {
     killed.Wait();
     ASSERT_TRUE(std::filesystem::is_socket(image + ".events"));
     EXPECT_EQ(CProgram({"event", "added", image}).Wait(), 2);
-    const std::string module = EM_PNI_BINARY_DIR "/host_scripted_module.so";
     std::array<std::unique_ptr<CProgram>, 6> programs;
     for (auto& program : programs) {
-        program = std::make_unique<CProgram>(Texts{"run", "--fru", image, "--module", module});
+        program = std::make_unique<CProgram>(Texts{"run", "--fru", image});
     }
     EXPECT_EQ(std::count_if(programs.begin(), programs.end(),
                             [](const auto& program) { return program->ReadUntil("started: "); }),

@@ -106,4 +106,11 @@ class CProgram {
     std::string output_;
 };
 
+// The program with a module that changes the record.
+inline CProgram scripted(std::vector<std::string> arguments,
+                         std::vector<std::string> environment = {}) {
+    arguments.insert(arguments.end(), {"--module", EM_PNI_BINARY_DIR "/host_scripted_module.so"});
+    return CProgram(std::move(arguments), std::move(environment));
+}
+
 }  // namespace em_pni::host_test

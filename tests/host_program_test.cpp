@@ -13,11 +13,6 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-CProgram scripted(std::vector<std::string> arguments, std::vector<std::string> environment = {}) {
-    arguments.insert(arguments.end(), {"--module", EM_PNI_BINARY_DIR "/host_scripted_module.so"});
-    return CProgram(std::move(arguments), std::move(environment));
-}
-
 TEST(HostRun, OnceTellsWhatItWroteAndWhatChangedAndQueryWritesNothing) {
     const test::CTempDirectory folder;
     const std::string image = folder.Write("a.fru", "A rest");

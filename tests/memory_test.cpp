@@ -200,6 +200,18 @@ TEST_P(MemoryTest, OfAnAddressThatMakesTheRecordLonger) {
     }
 }
 
+// A member that finds no room must not be counted: the next one would be written behind its object.
+TEST_P(MemoryTest, OfADocument) {
+    const std::string before = R"({"SIP":{"CMD":[{"OC":1}]}})";
+    CKrcpMessage message = parsedMessage(before);
+    auto& allocator = message.document.GetAllocator();
+    allocator.Malloc(allocator.Capacity() - allocator.Size());
+    Short(1, [&] { guarded("the test", false, [&] { return krcp::setStatus(message, 7); }); });
+    EXPECT_EQ(krcp::jsonText(message.document), before);
+    EXPECT_TRUE(krcp::setStatus(message, 7));
+    EXPECT_EQ(krcp::jsonText(message.document), R"({"SIP":{"CMD":[{"OC":1,"ST":7}]}})");
+}
+
 // It stays off then, and the process goes on.
 TEST_P(MemoryTest, OfTheTrace) {
     trace_.End();

@@ -51,7 +51,7 @@ TEST(Query, TellsModulesAndPortsInTheirOrder) {
 
 TEST(Query, ReadsEachFieldFromItsPlace) {
     Bytes bytes =
-        function(0, true, 0, nicAddresses(7, joined({{10, 0, 0, 1}, Bytes(15), {1}}), 0x11));
+        function(0, true, 0, nicAddresses(7, joined({{10, 0, 0, 1}, Bytes(31), {1}}), 0x21));
     bytes[3] = 9;
     put(bytes, 4, textBytes("Boot\x01\xFF\"\\xy"));
     put(bytes, 15, {0x19, 0x80});                // unit 2, magnitude 25
@@ -66,7 +66,8 @@ TEST(Query, ReadsEachFieldFromItsPlace) {
         R"("PciBus":42,"PciDevice":31,"PciFunction":5,"Enabled":true,"BootStatus":true,)"
         R"("UefiSupport":false,"RemoteDeploySupport":true,"ManufactureMAC":"02-00-00-00-01-07",)"
         R"("ActiveMAC":"02-00-00-00-02-07","OPROMversion":"N/A",)"
-        R"("Ipv4Addresses":[{"Address":"10.0.0.1"}],"Ipv6Addresses":[{"Address":"0:0:0:0:0:0:0:1"}]})";
+        R"("Ipv4Addresses":[{"Address":"10.0.0.1"}],"Ipv6Addresses":[{"Address":"0:0:0:0:0:0:0:0"},)"
+        R"({"Address":"0:0:0:0:0:0:0:1"}]})";
     EXPECT_EQ(queryFunction(bytes), expected);
 
     // Format 10: two bytes more for the technology, everything behind it further on.
@@ -141,7 +142,10 @@ TEST(Query, LeavesOutWhatIsNotWhollyThere) {
     for (const char* member : {"TechnologyType", "ModuleType", "WolBehavior", "MAC", "WWNN"}) {
         EXPECT_FALSE(has(json, member)) << member;
     }
-    // A module header of three bytes.
+    // Headers of three bytes.
+    Bytes shortPort = recordImage(12, {module(0, true, 3, {{0xC0, 3, 0}})});
+    shortPort.push_back(0);
+    EXPECT_FALSE(has(query(shortPort), "WolBehavior"));
     const Bytes shortHeader = recordImage(12, {Bytes{0xC2, 3, 0}});
     EXPECT_EQ(
         query(shortHeader),
@@ -236,10 +240,13 @@ TEST(Filter, RawBytesReadLikeTheText) {
     CPNI_DataFilter filter;
     ASSERT_TRUE(filter.Read(request));
     EXPECT_EQ(filter.Description(), "\nResultFilter:\n-Speed\n-BootName");
-    request.document["SIP"]["CMD"][0]["DA"]["RAW"][3].SetString("x");
-    CPNI_DataFilter broken;
-    ASSERT_TRUE(broken.Read(request));
-    EXPECT_EQ(broken.Description(), "No filter");
+    rapidjson::Value& raw = request.document["SIP"]["CMD"][0]["DA"]["RAW"];
+    for (rapidjson::Value* const broken : {&raw[3], &raw}) {
+        broken->SetString("x");
+        CPNI_DataFilter none;
+        ASSERT_TRUE(none.Read(request));
+        EXPECT_EQ(none.Description(), "No filter");
+    }
 }
 
 }  // namespace

@@ -121,6 +121,8 @@ TEST_F(SyncTest, IpAddressesFollowTheInterfaces) {
     network_.interfaces = sampleInterfaces();
     EXPECT_EQ(Cycle(), 1);
     EXPECT_EQ(host_.Image(), original_) << "undone, byte for byte";
+    network_.interfaces.resize(1);
+    EXPECT_EQ(Cycle(), 1);
     network_.interfaces.clear();
     EXPECT_EQ(Cycle(), 1);
     EXPECT_EQ(host_.Image().size(), original_.size()) << "never written shorter than it was read";
