@@ -39,8 +39,9 @@ TEST_F(DevscanScan, DualPortNic) {
     machine.Net(cardFunction(1), "eth0", {.mac = mac(9), .permanent = mac(2)});
     // The driver fills its field to the last byte.
     const std::string firmware(ETHTOOL_FWVERS_LEN, 'f');
-    machine.Net(cardFunction(0), "eth1",
-                {.mac = mac(1), .permanent = mac(1), .firmware = firmware, .optionRom = "1.2 "});
+    machine.Net(
+        cardFunction(0), "eth1",
+        {.mac = mac(1), .permanent = mac(1), .firmware = firmware, .optionRom = "1.2 \x1Fx"});
     machine.File(dmiTable, smbiosSlot(4, {0, 3, 0, 0}));
     const auto adapters = machine.Scan();
     ASSERT_EQ(adapters.size(), 2U);

@@ -121,6 +121,13 @@ TEST_F(HotplugTest, OnlyAddInCardsComeAndGo) {
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
     EXPECT_TRUE(
         trace_.Has("Module 0 type not supported for hot-unplug : Onboard (location id - 0)"));
+    Bytes mezzanine = original_;
+    mezzanine[254 + 23] = 1;
+    fixChecksums(mezzanine);
+    host_.Put(mezzanine);
+    PullSampleCard();
+    EXPECT_EQ(Cycle({removed}), 0);
+    EXPECT_EQ(Ids(), (Bytes{0, 3, 4})) << "it has a slot, but is no add-in card";
 }
 
 TEST_F(HotplugTest, ACardThatIsThereButDoesNotTellItsAddressesStays) {
