@@ -4,6 +4,7 @@
 #include "frudata/address_text.h"
 #include "host/adapter_report.h"
 #include "host/adapter_text.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -44,11 +45,6 @@ class CMembers {
     rapidjson::PrettyWriter<rapidjson::StringBuffer>& writer_;
 };
 
-template <class Address>
-std::string addressText(const std::optional<Address>& address, const char* separator) {
-    return address ? hexPairs(*address, separator) : std::string();
-}
-
 void writeIds(CMembers& members, const AdapterReport& adapter) {
     const PciIds& ids = adapter.facts.ids;
     members.Text("VendorId", knownIdText(ids.vendor));
@@ -61,10 +57,10 @@ void writeIds(CMembers& members, const AdapterReport& adapter) {
 }
 
 void writeAddresses(CMembers& members, const AdapterFacts& facts) {
-    members.Text("PermanentMAC", addressText(facts.permanentMac, "-"));
-    members.Text("ActiveMAC", addressText(facts.activeMac, "-"));
-    members.Text("WWNN", addressText(facts.nodeName, ":"));
-    members.Text("WWPN", addressText(facts.portName, ":"));
+    members.Text("PermanentMAC", macText(facts.permanentMac));
+    members.Text("ActiveMAC", macText(facts.activeMac));
+    members.Text("WWNN", knownNameText(facts.nodeName));
+    members.Text("WWPN", knownNameText(facts.portName));
 }
 
 }  // namespace

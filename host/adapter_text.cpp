@@ -3,25 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <rapidjson/encodings.h>
-#include <rapidjson/memorystream.h>
+
+#include "frudata/worldwide_name.h"
 
 namespace em_pni {
-
 namespace {
-
-struct NoOutput {
-    using Ch = char;
-    void Put(char /*character*/) const noexcept {}
-};
-
-// Bytes of the character that `text` begins with, 0 when it begins with none.
-std::size_t characterLength(std::string_view text) {
-    rapidjson::MemoryStream input(text.data(), text.size());
-    NoOutput output;
-    const bool valid = rapidjson::UTF8<>::Validate(input, output);
-    return valid && input.Tell() <= text.size() ? input.Tell() : 0;
-}
 
 std::size_t characterCount(std::string_view text) {
     return static_cast<std::size_t>(
@@ -40,14 +26,8 @@ std::string knownIdText(std::uint16_t id) {
     return id == 0 ? std::string() : idText(id);
 }
 
-std::string validUtf8(std::string_view text) {
-    std::string result;
-    while (!text.empty()) {
-        const std::size_t length = characterLength(text);
-        result += length > 0 ? text.substr(0, length) : "\xEF\xBF\xBD";
-        text.remove_prefix(std::max<std::size_t>(length, 1));
-    }
-    return result;
+std::string knownNameText(WorldWideName name) {
+    return name == 0 ? std::string() : worldwideNameText(name);
 }
 
 std::vector<std::string> wrapWords(std::string_view text, std::size_t width) {

@@ -7,15 +7,16 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/address.h"
+
 namespace em_pni {
 
 // Four hexadecimal digits.
 std::string idText(std::uint16_t id);
 // Likewise; empty for 0, which no vendor and no device has.
 std::string knownIdText(std::uint16_t id);
-
-// `text` with U+FFFD for each byte that is not part of a UTF-8 character.
-std::string validUtf8(std::string_view text);
+// Empty for 0, which is no name.
+std::string knownNameText(WorldWideName name);
 
 // Lines of at most `width` characters, broken at blanks; a longer word has a line of its own. At
 // least one line.

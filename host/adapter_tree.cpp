@@ -2,6 +2,7 @@
 #include "host/adapter_report.h"
 #include "host/adapter_text.h"
 #include "host/inventory_text.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -53,15 +54,11 @@ std::string classFact(const AdapterReport& adapter) {
 }
 
 std::string macFact(const AdapterFacts& facts) {
-    if (!facts.activeMac || !facts.permanentMac || facts.activeMac == facts.permanentMac) {
-        const auto& known = facts.activeMac ? facts.activeMac : facts.permanentMac;
-        return known ? macText(*known) : std::string();
+    if (facts.activeMac.IsEmpty() || facts.permanentMac.IsEmpty() ||
+        facts.activeMac == facts.permanentMac) {
+        return macText(facts.activeMac.IsEmpty() ? facts.permanentMac : facts.activeMac);
     }
-    return macText(*facts.activeMac) + " (made as " + macText(*facts.permanentMac) + ")";
-}
-
-std::string wwnFact(const std::optional<WorldWideName>& name) {
-    return name ? hexPairs(*name, ":") : std::string();
+    return macText(facts.activeMac) + " (made as " + macText(facts.permanentMac) + ")";
 }
 
 std::string joined(const std::vector<std::string>& texts) {
@@ -90,8 +87,8 @@ std::string factLines(const AdapterReport& adapter, const std::string& indent) {
     lines.Add("driver", facts.driver);
     lines.Add("interfaces", joined(facts.interfaces));
     lines.Add("MAC", macFact(facts));
-    lines.Add("WWNN", wwnFact(facts.nodeName));
-    lines.Add("WWPN", wwnFact(facts.portName));
+    lines.Add("WWNN", knownNameText(facts.nodeName));
+    lines.Add("WWPN", knownNameText(facts.portName));
     lines.Add("firmware", facts.firmware);
     lines.Add("option ROM", facts.optionRom);
     return lines.Text();

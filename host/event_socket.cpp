@@ -15,6 +15,7 @@
 
 #include "host/adapter_text.h"
 #include "host/inventory_text.h"
+#include "platform/text.h"
 
 namespace em_pni {
 

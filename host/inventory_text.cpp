@@ -6,6 +6,7 @@
 #include <rapidjson/writer.h>
 
 #include "em_pni/krcp_message.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -16,20 +17,6 @@ std::string_view viewOf(const rapidjson::Value& text) {
 }
 
 }  // namespace
-
-std::string printable(std::string_view text) {
-    std::string result(text);
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(result[i]);
-        if (byte < 0x20 || byte == 0x7F) {
-            result[i] = '?';
-        } else if (byte == 0xC2 && i + 1 < result.size() &&
-                   static_cast<unsigned char>(result[i + 1]) - 0x80U < 0x20U) {
-            result.replace(i, 2, "?");  // U+0080 to U+009F, controls as well
-        }
-    }
-    return result;
-}
 
 std::string valueText(const rapidjson::Value& value) {
     if (value.IsString()) {

@@ -22,10 +22,6 @@ inline constexpr std::array<InventoryLevel, 3> inventoryLevels{{
     {"PhysicalFunctions", "PhyFunctionId", "function"},
 }};
 
-// `text` with '?' for each control character: names in a record come from the adapter's maker and
-// must not steer the terminal.
-std::string printable(std::string_view text);
-
 // A text as it is, an object {"Address": text} as that text, any other value as compact JSON; all
 // printable.
 std::string valueText(const rapidjson::Value& value);

@@ -10,12 +10,10 @@ namespace em_pni {
 
 namespace {
 
-constexpr std::size_t ipv6Length = 16;
-
 bool isTransient(const KernelAddress& address) noexcept {
     // For IPv4 the bit of IFA_F_TEMPORARY says that the address is not the first of its network.
     const bool temporary =
-        address.bytes.size() == ipv6Length && (address.flags & IFA_F_TEMPORARY) != 0;
+        address.ip.size() == IpAddress::longSize && (address.flags & IFA_F_TEMPORARY) != 0;
     return temporary || (address.flags & IFA_F_PERMANENT) == 0;
 }
 
@@ -76,13 +74,13 @@ std::uint32_t linkStateOf(unsigned operationalState, unsigned flags) noexcept {
     }
 }
 
-std::vector<IpAddress> tellableAddresses(const std::vector<KernelAddress>& addresses) {
-    std::vector<IpAddress> result;
+std::vector<InterfaceAddress> tellableAddresses(const std::vector<KernelAddress>& addresses) {
+    std::vector<InterfaceAddress> result;
     for (const bool onLink : {false, true}) {
         for (const KernelAddress& address : addresses) {
             const bool usable = (address.flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
             if (usable && (address.scope >= RT_SCOPE_LINK) == onLink) {
-                result.push_back({address.bytes, isTransient(address)});
+                result.push_back({address.ip, isTransient(address)});
             }
         }
     }

@@ -19,13 +19,13 @@ std::uint32_t interfaceTypeOf(unsigned hardwareType, std::span<const std::uint8_
 std::uint32_t linkStateOf(unsigned operationalState, unsigned flags) noexcept;
 
 struct KernelAddress {
-    std::vector<std::uint8_t> bytes;
+    IpAddress ip;
     unsigned flags = 0;  // IFA_F_
     unsigned scope = 0;  // RT_SCOPE_
 };
 
 // Without those that are not yet, or not at all, the interface's own; the ones valid beyond the
 // link first, in the given order otherwise.
-std::vector<IpAddress> tellableAddresses(const std::vector<KernelAddress>& addresses);
+std::vector<InterfaceAddress> tellableAddresses(const std::vector<KernelAddress>& addresses);
 
 }  // namespace em_pni

@@ -60,7 +60,7 @@ AddressesByIndex readAddresses(const NetlinkSocket& socket) {
         const int family = ::rtnl_addr_get_family(address);
         if (family == AF_INET || family == AF_INET6) {
             addresses[::rtnl_addr_get_ifindex(address)].push_back(
-                {bytesOf(::rtnl_addr_get_local(address)), ::rtnl_addr_get_flags(address),
+                {IpAddress(bytesOf(::rtnl_addr_get_local(address))), ::rtnl_addr_get_flags(address),
                  static_cast<unsigned>(::rtnl_addr_get_scope(address))});
         }
     });

@@ -5,24 +5,26 @@
 #include <optional>
 #include <vector>
 
+#include "platform/address.h"
+
 namespace em_pni {
 
-struct IpAddress {
-    std::vector<std::uint8_t> bytes;  // network order; 4 bytes IPv4, 16 bytes IPv6
-    bool transient = false;           // given for a time, else one of the interface's own
+struct InterfaceAddress {
+    IpAddress ip;
+    bool transient = false;  // a temporary address, else one of the interface's own
 
-    friend bool operator==(const IpAddress&, const IpAddress&) = default;
+    friend bool operator==(const InterfaceAddress&, const InterfaceAddress&) = default;
 };
 
 struct NetworkInterface {
     static constexpr std::uint32_t ethernet = 6;
     static constexpr std::uint32_t up = 1;
 
-    std::uint32_t type = 0;              // as in ifType of the interfaces MIB
-    std::uint32_t linkState = 0;         // as in its ifOperStatus
-    std::vector<std::uint8_t> mac;       // the current one; empty = the interface has none
-    std::optional<std::uint64_t> speed;  // kbit/s
-    std::vector<IpAddress> addresses;    // in the order in which they are told
+    std::uint32_t type = 0;                   // as in ifType of the interfaces MIB
+    std::uint32_t linkState = 0;              // as in its ifOperStatus
+    std::vector<std::uint8_t> mac;            // the current one; empty = the interface has none
+    std::optional<std::uint64_t> speed;       // kbit/s
+    std::vector<InterfaceAddress> addresses;  // in the order in which they are told
 };
 
 // The position is the interface's number.

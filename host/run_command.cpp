@@ -16,6 +16,7 @@
 #include "host/network_watch.h"
 #include "host/played_host.h"
 #include "host/run_waiter.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
