@@ -1,4 +1,4 @@
-// The functions of one PCI device, and what kind of card they make it.
+// The functions of one PCI device, and the kind of card that they are.
 #pragma once
 
 #include <cstdint>
@@ -18,10 +18,6 @@ struct DeviceToAdaptersMapID {
     [[nodiscard]] static DeviceToAdaptersMapID Of(const PciAddress& function) noexcept {
         return {.segment = function.segment, .bus = function.bus, .device = function.device};
     }
-    // Segment in the high half, bus in bits 8-15, device in bits 0-7.
-    [[nodiscard]] std::uint32_t Key() const noexcept {
-        return std::uint32_t{segment} << 16U | std::uint32_t{bus} << 8U | device;
-    }
     friend bool operator==(const DeviceToAdaptersMapID&, const DeviceToAdaptersMapID&) = default;
 };
 
@@ -31,20 +27,21 @@ class DeviceToAdaptersMap {
 
     explicit DeviceToAdaptersMap(const DeviceToAdaptersMapID& id) : id_(id) {}
 
-    // Keeps a copy; the first function with a number stays.
+    // Keeps a copy, unless there is a function with this number already.
     void Insert(const CSystemAdapter& adapter);
 
     [[nodiscard]] const DeviceToAdaptersMapID& Id() const noexcept { return id_; }
     [[nodiscard]] const FunctionMap& Functions() const noexcept { return functions_; }
 
-    // Network card or Fibre Channel card. A card with both kinds of functions is a Fibre Channel
-    // card. These look into sysfs for InfiniBand ports.
+    // Whether this is a network card or a Fibre Channel card. Reads sysfs.
     [[nodiscard]] bool IsPniAdapter() const;
-    // All functions are network functions and none is InfiniBand.
+    // Whether all functions are network functions, and no function is InfiniBand or Fibre Channel.
+    // Reads sysfs to find InfiniBand ports.
     [[nodiscard]] bool IsNetworkInterfaceCard() const;
+    // Whether one function is a Fibre Channel function.
     [[nodiscard]] bool IsFibreChannelCard() const noexcept;
 
-    // Several lines for the trace. Looks names up, and may run lspci for that.
+    // Several lines for the trace. Looks up names and may run lspci.
     [[nodiscard]] std::string GetStrDump() const;
 
   private:
@@ -52,8 +49,8 @@ class DeviceToAdaptersMap {
     FunctionMap functions_;
 };
 
-// By device, in the order in which the devices first appear. Functions of unknown address are left
-// out.
+// Groups the functions by device. The order of the devices is that of their first functions. Leaves
+// out functions whose PCI address is not known.
 std::vector<DeviceToAdaptersMap> groupByDevice(const std::vector<CSystemAdapter>& adapters);
 
 }  // namespace em_pni

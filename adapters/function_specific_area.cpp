@@ -15,7 +15,7 @@ using Fc = layout::FC_ADDRESSES;
 constexpr std::size_t maxSize = Nic::size;
 static_assert((Function::commonSize + maxSize) / Function::lengthUnit <= 0xFF);
 
-// Addresses of one family, one behind the other.
+// The addresses of one family, one after the other.
 struct Family {
     std::size_t count = 0;
     std::vector<std::uint8_t> bytes;
@@ -73,7 +73,7 @@ Families storable(const std::vector<IpAddress>& addresses) {
     return families;
 }
 
-// `size` and what it takes to let the function end at a multiple of 4 bytes; 0 when that is too
+// Rounds `size` up until the whole function is a multiple of 4 bytes. Returns 0 when that is too
 // long.
 std::size_t alignedSize(std::size_t size) {
     const std::size_t rest = (Function::commonSize + size) % Function::lengthUnit;
@@ -115,7 +115,7 @@ void traceCreated(std::size_t size, const char* prefix) {
 std::vector<std::uint8_t> nicSpecificArea(const AdapterFacts& facts,
                                           const std::vector<IpAddress>& ipAddresses) {
     const Families families = storable(ipAddresses);
-    // The record's writers count the counter twice.
+    // The size counts the counter byte twice. The record format requires this.
     const std::size_t size = alignedSize(Nic::ipAddresses + families.Size() + 1);
     if (size == 0) {
         return {};

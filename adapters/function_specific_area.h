@@ -1,5 +1,5 @@
-// The part of a port function that depends on its technology: addresses and option ROM, as the
-// record holds them from the function's addressOffset on.
+// The part of a port function that depends on its technology: addresses and option ROM version. It
+// stands at the function's addressOffset in the record.
 #pragma once
 
 #include <cstdint>
@@ -11,15 +11,15 @@
 
 namespace em_pni {
 
-// Both are as long as keeps the whole function a multiple of 4 bytes.
+// Both functions pad the area with zeros until the whole port function is a multiple of 4 bytes.
 
-// A MAC address that is not known is all zeros. Of `ipAddresses`, those of 4 and 16 bytes count; if
-// they are more than the record can hold, none is stored. Empty when the area becomes longer than
-// it may be, which 300 bytes of addresses already do.
+// Writes zeros for a MAC address that is not known. Stores no IP address when there are more than
+// 15 of a family or more than 300 bytes of them. Returns no bytes when the area would be longer
+// than 345 bytes. 300 bytes of IP addresses make it that long.
 std::vector<std::uint8_t> nicSpecificArea(const AdapterFacts& facts,
                                           const std::vector<IpAddress>& ipAddresses);
 
-// The names as 16 hexadecimal digits each; they stand in the record twice.
+// Each name has 16 hexadecimal digits. The record holds both names twice.
 std::vector<std::uint8_t> fcSpecificArea(const std::string& nodeName, const std::string& portName,
                                          const std::string& optionRom);
 

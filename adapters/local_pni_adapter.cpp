@@ -1,9 +1,10 @@
 #include "adapters/local_pni_adapter.h"
 
 #include <algorithm>
+#include <stdexcept>
 
-#include "adapters/clone.h"
-#include "platform/trace.h"
+#include "adapters/area_clone.h"
+#include "adapters/area_fields.h"
 
 namespace em_pni {
 
@@ -89,25 +90,103 @@ std::vector<PhysicalAddress> LocalPniAdapter::GetFuncPhysicalAddress() const {
     return addresses;
 }
 
-template <class Technology>
-LocalPniAdapterOf<Technology>::LocalPniAdapterOf(
-    const DeviceToAdaptersMap& device, CKrcpConnection* connection, std::int32_t cabinet,
-    const std::shared_ptr<SharedHostInterfaces>& shared)
-    : device_(device), context_(connection, cabinet, shared) {
-    PNI_TRACE(5, "\nEM_PNI %s_LocalPniAdapter::Ctor() : Created. Device has %llu ports.",
-              Technology::prefix, static_cast<unsigned long long>(device_.Functions().size()));
+std::vector<std::uint8_t> LocalPniAdapter::ToPniFruDataPortFnCommon(
+    const LocalPniPortFunctionArea& function, std::size_t specificSize) {
+    using Function = layout::PNI_PORT_FUNCTION;
+    const std::size_t size = Function::commonSize + specificSize;
+    if (size % Function::lengthUnit != 0) {
+        throw std::runtime_error(
+            "ToPniFruDataPortFnCommon() : Total length should be multiple of 4 (Spec PortFn size "
+            "not aligned).");
+    }
+    std::vector<std::uint8_t> bytes(Function::commonSize);
+    CByteEditor area(bytes);
+    area.PutU8(Function::flags, areaFlags(function.GetFunctionNumber(), layout::functionIdMask,
+                                          function.IsEnabled(), function.IsLast()));
+    area.PutU8(Function::functionLength, static_cast<std::uint8_t>(size / Function::lengthUnit));
+    area.PutU8(Function::addressOffset, Function::commonSize);
+    area.PutU8(Function::bootOptionId, function.GetFunctionReserved());
+    putAreaText(area, Function::bootName, Function::bootNameSize,
+                function.GetFunctionLabel().substr(0, Function::bootNameSize - 1), "boot name");
+    area.PutU8(Function::technologyType, static_cast<std::uint8_t>(function.GetTechnology()));
+    area.PutU16(Function::speed, function.GetSpeed());
+    area.PutU16(Function::vlanId, function.GetVlanId());
+    area.PutU8(Function::bandwidth, function.GetBandwidth());
+    area.PutU8(Function::rateLimit, function.GetRateLimit());
+    area.PutU8(Function::bootFlags, function.GetBootFlags());
+    area.PutU32(Function::vendorDeviceId, function.GetVendorDeviceId());
+    area.PutU32(Function::pciAddress, function.GetPciPFA());
+    area.PutU32(Function::subVendorDeviceId, function.GetSubVendorDeviceId());
+    return bytes;
+}
+
+void LocalPniAdapter::AppendToDataStream(std::vector<std::uint8_t>& stream,
+                                         std::span<const std::uint8_t> area, const char* areaName) {
+    PNI_TRACE(4, "\nEM_PNI LocalPniAdapter::AppendToDataStream() : Appending %s Area (length = %u)",
+              areaName, static_cast<unsigned>(area.size()));
+    stream.insert(stream.end(), area.begin(), area.end());
+    PNI_TRACE(4, "\nEM_PNI LocalPniAdapter::AppendToDataStream() : Serialized size: %u",
+              static_cast<unsigned>(stream.size()));
+}
+
+void LocalPniAdapter::AppendPortFunction(std::vector<std::uint8_t>& stream,
+                                         const LocalPniPortFunctionArea& function) {
+    const auto specific = function.ToPniFruDataPortFnSpecific();
+    if (specific.empty()) {
+        throw std::runtime_error(
+            "LocalPniAdapter::ToPniFruDataStreamModule() : Collected CPniPortFnSpecificData size "
+            "is 0!");
+    }
+    const auto common = ToPniFruDataPortFnCommon(function, specific.size());
+    AppendToDataStream(stream, common, "COMMON FUNC");
+    AppendToDataStream(stream, specific, "PORT SPECIFIC FU");
+}
+
+void LocalPniAdapter::AppendPort(std::vector<std::uint8_t>& stream, const LocalPniPortArea& port) {
+    AppendToDataStream(stream, port.ToPniFruDataPort(), "PORT");
+    unsigned index = 0;
+    for (const auto& function : port.GetLocalPniPortFunctionAreaList()) {
+        PNI_TRACE(4,
+                  "\nEM_PNI LocalPniAdapter::ToPniFruDataStreamModule() : Processing Port Function "
+                  "#%u...",
+                  index);
+        AppendPortFunction(stream, *function);
+        PNI_TRACE(4, "\nEM_PNI LocalPniAdapter::ToPniFruDataStreamModule() : Port Function #%u OK.",
+                  index);
+        ++index;
+    }
+}
+
+std::vector<std::uint8_t> LocalPniAdapter::ToPniFruDataStreamModule() const {
+    const LocalPniModuleArea& module = GetLocalPniModuleArea();
+    const PortAreaList& ports = GetLocalPniPortAreaList();
+    std::vector<std::uint8_t> stream;
+    AppendToDataStream(stream, module.ToPniFruDataModule(), "MODULE");
+    unsigned index = 0;
+    for (const auto& port : ports) {
+        PNI_TRACE(4, "\nEM_PNI LocalPniAdapter::ToPniFruDataStreamModule() : Processing port #%u",
+                  index);
+        AppendPort(stream, *port);
+        PNI_TRACE(4, "\nEM_PNI LocalPniAdapter::ToPniFruDataStreamModule() : Port #%u OK.", index);
+        ++index;
+    }
+    return stream;
 }
 
 template <class Technology>
-LocalPniAdapterOf<Technology>::LocalPniAdapterOf(const LocalPniAdapterOf& other)
-    : LocalPniAdapter(other), device_(other.device_), context_(other.context_) {
-    AttachAreas();
+LocalPniAdapterOf<Technology>::LocalPniAdapterOf(
+    DeviceToAdaptersMap device, CKrcpConnection* connection, std::int32_t cabinet,
+    const std::shared_ptr<SharedHostInterfaces>& shared)
+    : device_(std::make_shared<const DeviceToAdaptersMap>(std::move(device))),
+      context_(Technology::connect(connection, cabinet, shared)) {
+    PNI_TRACE(5, "\nEM_PNI %s_LocalPniAdapter::Ctor() : Created. Device has %llu ports.",
+              Technology::prefix, static_cast<unsigned long long>(device_->Functions().size()));
 }
 
 template <class Technology>
 LocalPniAdapterOf<Technology>::~LocalPniAdapterOf() {
     PNI_TRACE(5, "\nEM_PNI %s_LocalPniAdapter::Dtor() : Start.", Technology::prefix);
-    CleanupAll();  // before what the areas borrow
+    CleanupAll();
     PNI_TRACE(5, "\nEM_PNI %s_LocalPniAdapter::Dtor() : Done.", Technology::prefix);
 }
 
@@ -116,38 +195,20 @@ std::unique_ptr<LocalPniAdapter> LocalPniAdapterOf<Technology>::Clone() const {
     return std::make_unique<LocalPniAdapterOf>(*this);
 }
 
-// The clones of the other adapter's areas still borrow from that one.
-template <class Technology>
-void LocalPniAdapterOf<Technology>::AttachAreas() noexcept {
-    const auto context = Technology::borrow(context_);
-    using ModuleArea = LocalPniModuleAreaOf<Technology>;
-    if (auto* const own = dynamic_cast<ModuleArea*>(moduleArea_.get())) {
-        own->Attach(device_.Functions(), context);
-    }
-    for (const auto& port : portAreas_) {
-        if (auto* const own = dynamic_cast<LocalPniPortAreaOf<Technology>*>(port.get())) {
-            own->Attach(context);
-        }
-    }
-}
-
 template <class Technology>
 void LocalPniAdapterOf<Technology>::Collect() {
     PNI_TRACE(5, "\nEM_PNI %s_LocalPniAdapter::Collect() : Start.", Technology::prefix);
     PNI_TRACE(5, "\nEM_PNI %s_LocalPniAdapter::Collect() : System network device dump:\n%s",
-              Technology::prefix, device_.GetStrDump().c_str());
-    context_.Refresh();
+              Technology::prefix, device_->GetStrDump().c_str());
+    Technology::refresh(context_);
     CleanupAll();
-    const auto& functions = device_.Functions();
-    const auto context = Technology::borrow(context_);
-    const LocalPniModuleAreaOf<Technology> module(static_cast<std::uint32_t>(functions.size()),
-                                                  functions, context);
+    const LocalPniModuleAreaOf<Technology> module(device_);
     SetLocalPniModuleArea(&module);
+    const auto& functions = device_->Functions();
     std::uint32_t number = 0;
     for (const auto& [pciFunction, adapter] : functions) {
-        const bool last = number + 1 == functions.size();
-        LocalPniPortAreaOf<Technology> port(number, adapter, last, context);
-        const typename Technology::PortFunctionArea function(0, adapter, true, context);
+        LocalPniPortAreaOf<Technology> port(number, number + 1 == functions.size());
+        const typename Technology::PortFunctionArea function(0, adapter, true, context_);
         port.AddLocalPniPortFunctionArea(&function);
         AddLocalPniPortArea(&port);
         ++number;

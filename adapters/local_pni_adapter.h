@@ -1,5 +1,5 @@
-// One network or Fibre Channel device of this machine, in the shape of a module of the record: a
-// module area, and a port area with its function areas for every PCI function.
+// One network or Fibre Channel device of this machine, in the shape of a module of the record: one
+// module area, and for every PCI function a port area with one function area.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +12,9 @@
 
 namespace em_pni {
 
-// Owns its areas: areas handed in are cloned, areas handed out are borrowed. Belongs to one thread
-// at a time. Exceptions are std::logic_error where nothing else is said. The order of the virtual
-// operations is fixed.
+// Owns its areas. It clones the areas that it is given and lends the areas that it returns. An
+// adapter and its clones may be used by one thread at a time. Functions throw std::logic_error
+// unless their comment names another exception. The order of the virtual functions is fixed.
 class LocalPniAdapter {
   public:
     using PortAreaList = std::vector<std::unique_ptr<LocalPniPortArea>>;  // in port order
@@ -23,8 +23,8 @@ class LocalPniAdapter {
     LocalPniAdapter& operator=(const LocalPniAdapter&) = delete;
 
     [[nodiscard]] virtual std::unique_ptr<LocalPniAdapter> Clone() const = 0;
-    // Builds the areas, in place of those that are there, and asks the host about its interfaces.
-    // std::runtime_error when the host does not answer; the areas are then as they were.
+    // Asks the host about its interfaces, then replaces all areas by new ones. Throws
+    // std::runtime_error when the host does not answer, and leaves the areas unchanged.
     virtual void Collect() = 0;
 
     // "LocalPniAdapter::SetLocalPniModuleArea() : Called with NULL parameter."
@@ -38,17 +38,20 @@ class LocalPniAdapter {
     // "LocalPniAdapter::GetLocalPniPortAreaList() : Called on invalid object."
     [[nodiscard]] const PortAreaList& GetLocalPniPortAreaList() const;
 
-    // Whether there is a module area and every port area has a function area.
+    // Whether there is a module area and each port area has a function area.
     [[nodiscard]] bool IsValid() const;
+    // Frees all areas.
     void CleanupAll() noexcept;
-    // Of all functions of all ports, in order; entries of functions without an address are empty.
+    // One entry per function, in port order. The entry of a function without an address is empty.
     [[nodiscard]] std::vector<PhysicalAddress> GetFuncPhysicalAddress() const;
 
-    // The adapter as a module of the record: its id is the slot number, or 0 without one, and its
-    // end mark is not set. std::runtime_error when an area cannot be built, and the exceptions of
-    // the two operations above for an invalid adapter. Asks the host for addresses and speeds.
+    // Returns the adapter as the bytes of a module of the record. The id of the module is the slot
+    // number, or 0 when it is not known; its end mark is not set. Asks the host for addresses and
+    // speeds and waits for it. Throws std::runtime_error when an area cannot be built, and the
+    // exceptions of the two Get functions above for an invalid adapter.
     [[nodiscard]] std::vector<std::uint8_t> ToPniFruDataStreamModule() const;
-    // The common part of a function whose technology's own part has `specificSize` bytes.
+    // Returns the common part of a function. `specificSize` is the number of bytes that follow it.
+    // Throws std::runtime_error when the whole function is not a multiple of 4 bytes long.
     [[nodiscard]] static std::vector<std::uint8_t> ToPniFruDataPortFnCommon(
         const LocalPniPortFunctionArea& function, std::size_t specificSize);
     static void AppendToDataStream(std::vector<std::uint8_t>& stream,
@@ -71,23 +74,19 @@ class LocalPniAdapter {
 template <class Technology>
 class LocalPniAdapterOf final : public LocalPniAdapter {
   public:
-    // `connection` must outlive the adapter and its clones; null = there is none. `shared`: of the
-    // collection that the adapter is made for, null = it is made alone.
-    LocalPniAdapterOf(const DeviceToAdaptersMap& device, CKrcpConnection* connection,
-                      std::int32_t cabinet,
+    // `connection` must outlive the adapter and its clones. A null connection answers nothing.
+    // Adapters of one collection hand on in `shared` what they read from the host; null for an
+    // adapter that is made alone.
+    LocalPniAdapterOf(DeviceToAdaptersMap device, CKrcpConnection* connection, std::int32_t cabinet,
                       const std::shared_ptr<SharedHostInterfaces>& shared = nullptr);
-    LocalPniAdapterOf(const LocalPniAdapterOf& other);
+    LocalPniAdapterOf(const LocalPniAdapterOf&) = default;
     ~LocalPniAdapterOf() override;
 
     [[nodiscard]] std::unique_ptr<LocalPniAdapter> Clone() const override;
     void Collect() override;
 
-    [[nodiscard]] std::uint32_t DeviceKey() const noexcept { return device_.Id().Key(); }
-
   private:
-    void AttachAreas() noexcept;
-
-    DeviceToAdaptersMap device_;
+    std::shared_ptr<const DeviceToAdaptersMap> device_;
     [[no_unique_address]] typename Technology::Context context_;
 };
 

@@ -1,7 +1,8 @@
-// The adapters that this machine has right now.
+// The adapters that this machine has at present.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -9,13 +10,14 @@
 
 namespace em_pni {
 
-// Owns at most one adapter; a copy owns a clone of it. Belongs to one thread at a time.
+// Owns one adapter or none. A copy owns a clone of the adapter. A handle and its copies may be used
+// by one thread at a time.
 class LocalPniAdapterHandle {
   public:
-    // Builds and collects the adapter of the device. Empty for a device that is no network and no
-    // Fibre Channel card, and when anything goes wrong. `connection` must outlive the handle and
-    // its copies; null = there is none, and Ethernet adapters cannot be collected. `shared`: of the
-    // collection that the handle belongs to.
+    // Builds the adapter of the device and collects its data. The handle has no adapter when the
+    // device is neither a network card nor a Fibre Channel card, or when an exception occurs.
+    // `connection` must outlive the handle and its copies. A null connection answers nothing, so an
+    // Ethernet adapter cannot be collected. `shared` belongs to the collection of the handle.
     LocalPniAdapterHandle(const DeviceToAdaptersMap& device, CKrcpConnection* connection,
                           std::int32_t cabinet,
                           const std::shared_ptr<SharedHostInterfaces>& shared = nullptr);
@@ -26,13 +28,14 @@ class LocalPniAdapterHandle {
 
     [[nodiscard]] const DeviceToAdaptersMapID& DeviceId() const noexcept { return deviceId_; }
     [[nodiscard]] bool HasAdapter() const noexcept { return adapter_ != nullptr; }
-    // Borrowed. std::logic_error "LocalPniAdapterHandle::Get() Called on invalid object"
+    // The handle keeps the adapter. Without one, throws
+    // std::logic_error "LocalPniAdapterHandle::Get() Called on invalid object".
     [[nodiscard]] LocalPniAdapter& Get() const;
 
-    // Scans the machine once; one handle for every adapter that could be collected. The host is
-    // asked about its interfaces, so this can block for as long as the host does.
-    // Adapters that are there but could not be collected go to `uncollected`, null = nobody asks.
-    // std::runtime_error "GetLocalNetworkAdapters() : ScanSystemAdapters failed"
+    // Scans the machine. Returns one handle for each adapter whose data could be collected. Adds
+    // the devices of the other adapters to `uncollected`, which may be null. Asks the host about
+    // its interfaces and waits for it. Throws std::runtime_error "GetLocalNetworkAdapters() :
+    // ScanSystemAdapters failed".
     [[nodiscard]] static std::vector<LocalPniAdapterHandle> GetLocalNetworkAdapters(
         CMachine& machine, CKrcpConnection* connection, std::int32_t cabinet,
         std::vector<DeviceToAdaptersMapID>* uncollected = nullptr);
@@ -41,5 +44,9 @@ class LocalPniAdapterHandle {
     DeviceToAdaptersMapID deviceId_;
     std::unique_ptr<LocalPniAdapter> adapter_;
 };
+
+// Returns the adapters of the machine, as GetLocalNetworkAdapters. Its exceptions pass through.
+using AdapterSource = std::function<std::vector<LocalPniAdapterHandle>(
+    std::vector<DeviceToAdaptersMapID>* uncollected)>;
 
 }  // namespace em_pni

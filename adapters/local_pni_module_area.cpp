@@ -2,13 +2,30 @@
 
 #include <algorithm>
 
-#include "platform/trace.h"
+#include "adapters/area_fields.h"
 
 namespace em_pni {
 
 LocalPniModuleArea::~LocalPniModuleArea() {
     PNI_TRACE(5, "\nEM_PNI LocalPniModuleArea::Dtor() : Start.");
     PNI_TRACE(5, "\nEM_PNI LocalPniModuleArea::Dtor() : Done.");
+}
+
+std::vector<std::uint8_t> LocalPniModuleArea::ToPniFruDataModule() const {
+    using Module = layout::PNI_MODULE_AREA;
+    std::vector<std::uint8_t> bytes(Module::size);
+    CByteEditor area(bytes);
+    std::uint32_t slot = 0;
+    GetAdapterSlotNo(slot);
+    area.PutU8(Module::flags, areaFlags(slot, layout::moduleIdMask, IsEnabled(), false));
+    area.PutU8(Module::recordLen, Module::size);
+    area.PutU8(Module::portCount, static_cast<std::uint8_t>(GetPortCount()));
+    putAreaText(area, Module::name, Module::nameSize, GetModuleName(), "module name");
+    area.PutU8(Module::moduleTypeCode, static_cast<std::uint8_t>(GetModuleTypeCode()));
+    area.PutU8(Module::moduleType, static_cast<std::uint8_t>(GetModuleType()));
+    putAreaText(area, Module::firmwareVersion, Module::firmwareVersionSize, GetFirmwareVersion(),
+                "firmware version");
+    return bytes;
 }
 
 template <class Technology>
@@ -18,20 +35,21 @@ LocalPniModuleAreaOf<Technology>::~LocalPniModuleAreaOf() {
 }
 
 template <class Technology>
-std::uint8_t LocalPniModuleAreaOf<Technology>::GetModuleType() const {
+ModuleType LocalPniModuleAreaOf<Technology>::GetModuleType() const {
     std::uint32_t slot = 0;
     if (!GetAdapterSlotNo(slot)) {
-        return unknownType;
+        return ModuleType::unknown;
     }
-    return slot == 0 ? onboard : pciAddIn;
+    return slot == 0 ? ModuleType::onboard : ModuleType::pciAddIn;
 }
 
 template <class Technology>
 bool LocalPniModuleAreaOf<Technology>::GetAdapterSlotNo(std::uint32_t& slot) const {
-    const auto found = std::find_if(
-        functions_->begin(), functions_->end(),
-        [](const auto& function) { return function.second.Facts().slot != unknownSlot; });
-    if (found == functions_->end()) {
+    const auto& functions = device_->Functions();
+    const auto found = std::find_if(functions.begin(), functions.end(), [](const auto& function) {
+        return function.second.Facts().slot != unknownSlot;
+    });
+    if (found == functions.end()) {
         PNI_TRACE(2,
                   "\nEM_PNI %s_LocalPniModuleArea::GetAdapterSlotNo() : WARNGING - Could not get "
                   "PCI Slot No.",
@@ -52,20 +70,13 @@ std::unique_ptr<LocalPniModuleArea> LocalPniModuleAreaOf<Technology>::Clone() co
 template <class Technology>
 std::string LocalPniModuleAreaOf<Technology>::GetModuleName() const {
     switch (GetModuleType()) {
-        case onboard:
+        case ModuleType::onboard:
             return "Onboard LAN";
-        case pciAddIn:
+        case ModuleType::pciAddIn:
             return "LAN PCI Card";
         default:
             return "LAN";
     }
-}
-
-template <class Technology>
-void LocalPniModuleAreaOf<Technology>::Attach(const Functions& functions,
-                                              Context context) noexcept {
-    functions_ = &functions;
-    context_ = context;
 }
 
 template class LocalPniModuleAreaOf<NicTechnology>;

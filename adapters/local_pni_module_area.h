@@ -11,66 +11,55 @@
 
 namespace em_pni {
 
-// The order of the virtual operations is fixed.
+// The order of the virtual functions is fixed.
 class LocalPniModuleArea {
   public:
-    // Values of GetModuleType.
-    static constexpr std::uint8_t onboard = 0;
-    static constexpr std::uint8_t pciAddIn = 2;
-    static constexpr std::uint8_t unknownType = 255;
-
     virtual ~LocalPniModuleArea();
     LocalPniModuleArea& operator=(const LocalPniModuleArea&) = delete;
 
     [[nodiscard]] virtual bool IsEnabled() const = 0;
     [[nodiscard]] virtual std::uint32_t GetPortCount() const = 0;
-    [[nodiscard]] virtual std::uint8_t GetModuleTypeCode() const = 0;
-    [[nodiscard]] virtual std::uint8_t GetModuleType() const = 0;
+    [[nodiscard]] virtual ModuleTechnology GetModuleTypeCode() const = 0;
+    // Onboard for slot 0, unknown without a slot number, else an add-in card.
+    [[nodiscard]] virtual ModuleType GetModuleType() const = 0;
     [[nodiscard]] virtual std::string GetFirmwareVersion() const = 0;
-    // 0 = onboard. False, and `slot` as it was, when it is not known.
+    // Writes the slot number of the device to `slot`; 0 is onboard. When the number is not known,
+    // returns false and does not write.
     virtual bool GetAdapterSlotNo(std::uint32_t& slot) const = 0;
     [[nodiscard]] virtual std::unique_ptr<LocalPniModuleArea> Clone() const = 0;
     [[nodiscard]] virtual std::string GetModuleName() const = 0;
 
-    // The area as the record holds it. A text that does not fit leaves its field empty.
+    // The bytes of the area in the record. Its end mark is not set.
     [[nodiscard]] std::vector<std::uint8_t> ToPniFruDataModule() const;
 
   protected:
-    explicit LocalPniModuleArea(std::uint32_t portCount) noexcept : portCount_(portCount) {}
+    LocalPniModuleArea() = default;
     LocalPniModuleArea(const LocalPniModuleArea&) = default;
-
-    std::uint32_t portCount_;
 };
 
-// Borrows the functions of the device, and what it asks the host with, from its adapter.
+// Shares the functions of the device with its adapter. Each function is one port.
 template <class Technology>
 class LocalPniModuleAreaOf final : public LocalPniModuleArea {
   public:
-    using Functions = DeviceToAdaptersMap::FunctionMap;
-    using Context = typename Technology::BorrowedContext;
+    using Device = std::shared_ptr<const DeviceToAdaptersMap>;
 
-    LocalPniModuleAreaOf(std::uint32_t portCount, const Functions& functions, Context context)
-        : LocalPniModuleArea(portCount), functions_(&functions), context_(context) {}
+    explicit LocalPniModuleAreaOf(Device device) : device_(std::move(device)) {}
     LocalPniModuleAreaOf(const LocalPniModuleAreaOf&) = default;
     ~LocalPniModuleAreaOf() override;
 
     [[nodiscard]] bool IsEnabled() const override { return true; }
-    [[nodiscard]] std::uint32_t GetPortCount() const override { return portCount_; }
-    [[nodiscard]] std::uint8_t GetModuleTypeCode() const override {
-        return Technology::moduleTypeCode;
+    [[nodiscard]] std::uint32_t GetPortCount() const override {
+        return static_cast<std::uint32_t>(device_->Functions().size());
     }
-    [[nodiscard]] std::uint8_t GetModuleType() const override;
+    [[nodiscard]] ModuleTechnology GetModuleTypeCode() const override { return Technology::module; }
+    [[nodiscard]] ModuleType GetModuleType() const override;
     [[nodiscard]] std::string GetFirmwareVersion() const override { return "N/A"; }
     bool GetAdapterSlotNo(std::uint32_t& slot) const override;
     [[nodiscard]] std::unique_ptr<LocalPniModuleArea> Clone() const override;
     [[nodiscard]] std::string GetModuleName() const override;
 
-    // Borrows from another adapter from now on: the one that the clone belongs to.
-    void Attach(const Functions& functions, Context context) noexcept;
-
   private:
-    const Functions* functions_;
-    [[no_unique_address]] Context context_;
+    Device device_;
 };
 
 using NIC_LocalPniModuleArea = LocalPniModuleAreaOf<NicTechnology>;

@@ -1,4 +1,4 @@
-// What the record says about one port of an adapter: a PCI function is a port.
+// What the record says about one port of an adapter. Each PCI function is a port.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace em_pni {
 
-// Owns the function areas of the port. The order of the virtual operations is fixed.
+// Owns the function areas of the port. The order of the virtual functions is fixed.
 class LocalPniPortArea {
   public:
     using FunctionAreaList = std::vector<std::unique_ptr<LocalPniPortFunctionArea>>;
@@ -24,35 +24,32 @@ class LocalPniPortArea {
     [[nodiscard]] virtual std::uint8_t GetWolBehaviour() const = 0;
     [[nodiscard]] virtual std::unique_ptr<LocalPniPortArea> Clone() const = 0;
 
-    // Appends a clone of the area. Throws std::logic_error when there is no area or no clone.
+    // Appends a clone of the area. Throws std::logic_error when `area` is null or cannot be cloned.
     void AddLocalPniPortFunctionArea(const LocalPniPortFunctionArea* area);
     [[nodiscard]] const FunctionAreaList& GetLocalPniPortFunctionAreaList() const noexcept {
         return functionAreas_;
     }
+    // Frees the function areas.
     void CleanupAll() noexcept;
 
-    // The header of the port as the record holds it.
+    // The bytes of the port's header in the record.
     [[nodiscard]] std::vector<std::uint8_t> ToPniFruDataPort() const;
 
   protected:
-    LocalPniPortArea(std::uint32_t portNumber, CSystemAdapter adapter, bool last)
-        : portNumber_(portNumber), adapter_(std::move(adapter)), last_(last) {}
+    LocalPniPortArea(std::uint32_t portNumber, bool last) noexcept
+        : portNumber_(portNumber), last_(last) {}
     // Clones the function areas.
     LocalPniPortArea(const LocalPniPortArea& other);
 
     FunctionAreaList functionAreas_;
     std::uint32_t portNumber_;
-    CSystemAdapter adapter_;  // the function that is the port
     bool last_;
 };
 
 template <class Technology>
 class LocalPniPortAreaOf final : public LocalPniPortArea {
   public:
-    using Context = typename Technology::BorrowedContext;
-
-    LocalPniPortAreaOf(std::uint32_t portNumber, const CSystemAdapter& adapter, bool last,
-                       Context context);
+    LocalPniPortAreaOf(std::uint32_t portNumber, bool last);
     LocalPniPortAreaOf(const LocalPniPortAreaOf&) = default;
     ~LocalPniPortAreaOf() override;
 
@@ -62,12 +59,6 @@ class LocalPniPortAreaOf final : public LocalPniPortArea {
     [[nodiscard]] bool IsEnabled() const override { return true; }
     [[nodiscard]] std::uint8_t GetWolBehaviour() const override { return 0; }
     [[nodiscard]] std::unique_ptr<LocalPniPortArea> Clone() const override;
-
-    // Borrows from another adapter from now on, as do its function areas.
-    void Attach(Context context) noexcept;
-
-  private:
-    [[no_unique_address]] Context context_;
 };
 
 using NIC_LocalPniPortArea = LocalPniPortAreaOf<NicTechnology>;

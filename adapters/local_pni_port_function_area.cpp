@@ -5,12 +5,11 @@
 namespace em_pni {
 namespace {
 
-// One pair of ids, and how it is called in the trace.
 struct IdPair {
     std::uint16_t vendor;
     std::uint16_t device;
-    const char* operation;
-    const char* kind;  // before "VendorID" and "DeviceID"
+    const char* operation;  // these two for the trace
+    const char* kind;       // before "VendorID" and "DeviceID"
 };
 
 std::uint32_t packedIds(const char* prefix, const IdPair& ids) {

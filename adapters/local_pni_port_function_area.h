@@ -1,4 +1,4 @@
-// What the record says about one function of a port. A port has one function here.
+// What the record says about one function of a port. On this machine a port has one function.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace em_pni {
 
-// The order of the virtual operations is fixed. Unknown ids and addresses are 0 or empty.
+// The order of the virtual functions is fixed. Ids that are not known are 0, addresses are empty.
 class LocalPniPortFunctionArea {
   public:
     virtual ~LocalPniPortFunctionArea();
@@ -23,23 +23,24 @@ class LocalPniPortFunctionArea {
     virtual void MarkLast() = 0;
     [[nodiscard]] virtual bool IsLast() const = 0;
     [[nodiscard]] virtual bool IsEnabled() const = 0;
-    [[nodiscard]] virtual std::uint32_t GetFunctionNumber() const = 0;  // from 0, in its port
+    [[nodiscard]] virtual std::uint32_t GetFunctionNumber() const = 0;  // in its port, from 0
     [[nodiscard]] virtual std::uint8_t GetFunctionReserved() const = 0;
     [[nodiscard]] virtual std::string GetFunctionLabel() const = 0;
-    [[nodiscard]] virtual std::uint8_t GetTechnology() const = 0;
-    // As encodeLinkSpeed has it; may ask the host.
+    [[nodiscard]] virtual FunctionTechnology GetTechnology() const = 0;
+    // Unit in bits 14-15: 0 = 1 Mbit/s, 1 = 1 Gbit/s, 2 = 10 Gbit/s. Magnitude in that unit,
+    // rounded down, in bits 0-13. 0 = not known. May ask the host and wait for it.
     [[nodiscard]] virtual std::uint16_t GetSpeed() const = 0;
     [[nodiscard]] virtual std::uint16_t GetVlanId() const = 0;
     [[nodiscard]] virtual std::uint8_t GetBandwidth() const = 0;
     [[nodiscard]] virtual std::uint8_t GetRateLimit() const = 0;
     [[nodiscard]] virtual std::uint8_t GetBootFlags() const = 0;
-    // Vendor in the high half, device in the low one.
+    // Vendor in bits 16-31, device in bits 0-15.
     [[nodiscard]] virtual std::uint32_t GetVendorDeviceId() const = 0;
     [[nodiscard]] virtual std::uint32_t GetSubVendorDeviceId() const = 0;
-    // Segment in bits 16-31, bus in 8-15, device in 3-7, function in 0-2.
+    // The packed PCI address.
     [[nodiscard]] virtual std::uint32_t GetPciPFA() const = 0;
-    // The area with the addresses as the record holds it; empty when they have no room there. May
-    // ask the host.
+    // The bytes of the area with the addresses in the record. Empty when the addresses do not fit.
+    // May ask the host and wait for it.
     [[nodiscard]] virtual std::vector<std::uint8_t> ToPniFruDataPortFnSpecific() const = 0;
 
   protected:
@@ -64,7 +65,7 @@ class LocalPniPortFunctionAreaOf : public LocalPniPortFunctionArea {
     [[nodiscard]] std::uint32_t GetFunctionNumber() const override { return functionNumber_; }
     [[nodiscard]] std::uint8_t GetFunctionReserved() const override { return 0; }
     [[nodiscard]] std::string GetFunctionLabel() const override { return "Unknown"; }
-    [[nodiscard]] std::uint8_t GetTechnology() const override { return Technology::technologyType; }
+    [[nodiscard]] FunctionTechnology GetTechnology() const override { return Technology::function; }
     [[nodiscard]] std::uint16_t GetVlanId() const override { return 0; }
     [[nodiscard]] std::uint8_t GetBandwidth() const override { return 0; }
     [[nodiscard]] std::uint8_t GetRateLimit() const override { return 0; }
@@ -83,39 +84,36 @@ extern template class LocalPniPortFunctionAreaOf<FcTechnology>;
 
 class NIC_LocalPniPortFunctionArea final : public LocalPniPortFunctionAreaOf<NicTechnology> {
   public:
-    // Borrows the context from its adapter.
+    // `context` must not be null.
     NIC_LocalPniPortFunctionArea(std::uint32_t functionNumber, const CSystemAdapter& adapter,
-                                 bool last, NetInterfaceConnectionContext* context)
-        : LocalPniPortFunctionAreaOf(functionNumber, adapter, last), context_(context) {}
+                                 bool last, NicTechnology::Context context)
+        : LocalPniPortFunctionAreaOf(functionNumber, adapter, last), context_(std::move(context)) {}
 
     [[nodiscard]] PhysicalAddress GetPhysicalAddress() const override;
     [[nodiscard]] std::uint16_t GetSpeed() const override;
     [[nodiscard]] std::vector<std::uint8_t> ToPniFruDataPortFnSpecific() const override;
 
-    void Attach(NetInterfaceConnectionContext* context) noexcept { context_ = context; }
-
   private:
-    NetInterfaceConnectionContext* context_;
+    NicTechnology::Context context_;
 };
 
 class FC_LocalPniPortFunctionArea final : public LocalPniPortFunctionAreaOf<FcTechnology> {
   public:
     FC_LocalPniPortFunctionArea(std::uint32_t functionNumber, const CSystemAdapter& adapter,
-                                bool last, FcTechnology::BorrowedContext /*context*/)
+                                bool last, FcTechnology::Context /*context*/)
         : LocalPniPortFunctionAreaOf(functionNumber, adapter, last) {}
 
     [[nodiscard]] PhysicalAddress GetPhysicalAddress() const override;
     [[nodiscard]] std::uint16_t GetSpeed() const override { return 0; }
     [[nodiscard]] std::vector<std::uint8_t> ToPniFruDataPortFnSpecific() const override;
 
-    // 0 when not known.
+  private:
+    // 0 = not known.
     [[nodiscard]] WorldWideName GetActivePortWWNAddress() const;
     [[nodiscard]] WorldWideName GetActiveNodeWWNAddress() const;
-    // 16 upper-case digits.
+    // 16 upper-case hexadecimal digits.
     [[nodiscard]] std::string GetActivePortWWNAddressAscii() const;
     [[nodiscard]] std::string GetActiveNodeWWNAddressAscii() const;
-
-    void Attach(FcTechnology::BorrowedContext /*context*/) noexcept {}
 };
 
 }  // namespace em_pni

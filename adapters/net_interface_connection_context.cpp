@@ -8,15 +8,13 @@
 
 namespace em_pni {
 
-using IpAddressKind = CNetworkRequests::IpAddressKind;
-
 struct NetInterfaceConnectionContext::FoundAddresses {
     std::vector<IpAddress> list;
     std::uint32_t ipv4 = 0;
     std::uint32_t ipv6 = 0;
 
     [[nodiscard]] bool HasBoth() const noexcept { return ipv4 > 0 && ipv6 > 0; }
-    // Bytes that are no address count as IPv6 and are not listed.
+    // Bytes of another length count as IPv6 and are not listed.
     void Add(std::span<const std::uint8_t> bytes) {
         ++(bytes.size() == IpAddress::shortSize ? ipv4 : ipv6);
         if (const IpAddress address(bytes); !address.IsEmpty()) {
@@ -127,7 +125,8 @@ std::uint32_t NetInterfaceConnectionContext::InterfaceOf(const MacAddress& mac) 
     return found != interfaces_->numbers.end() ? found->second : 0;
 }
 
-BytesReply NetInterfaceConnectionContext::RequestIpAddress(IpAddressKind kind, std::uint32_t index,
+BytesReply NetInterfaceConnectionContext::RequestIpAddress(krcp::IpAddressKind kind,
+                                                           std::uint32_t index,
                                                            std::uint32_t interface) const {
     BytesReply reply = requests_.IpAddress(kind, index, interface);
     PNI_TRACE(5,
@@ -141,7 +140,7 @@ void NetInterfaceConnectionContext::AddPrimary(std::uint32_t interface,
                                                FoundAddresses& found) const {
     constexpr std::uint32_t addresses = 4;
     for (std::uint32_t index = 0; index < addresses; ++index) {
-        const BytesReply reply = RequestIpAddress(IpAddressKind::primary, index, interface);
+        const BytesReply reply = RequestIpAddress(krcp::primaryAddress, index, interface);
         if (reply.value) {
             found.Add(*reply.value);
         } else {
@@ -153,7 +152,7 @@ void NetInterfaceConnectionContext::AddPrimary(std::uint32_t interface,
     }
 }
 
-void NetInterfaceConnectionContext::AddMissing(IpAddressKind kind, std::uint32_t count,
+void NetInterfaceConnectionContext::AddMissing(krcp::IpAddressKind kind, std::uint32_t count,
                                                std::uint32_t interface,
                                                FoundAddresses& found) const {
     for (std::uint32_t index = 0; index < count && !found.HasBoth(); ++index) {
@@ -175,8 +174,8 @@ std::vector<IpAddress> NetInterfaceConnectionContext::GetIpAddresses(const MacAd
     const std::uint32_t interface = InterfaceOf(mac);
     FoundAddresses found;
     AddPrimary(interface, found);
-    AddMissing(IpAddressKind::transient, 2, interface, found);
-    AddMissing(IpAddressKind::any, 4, interface, found);
+    AddMissing(krcp::transientAddress, 2, interface, found);
+    AddMissing(krcp::anyAddress, 4, interface, found);
     PNI_TRACE(2,
               "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() : Done. Found %u ipV4 and "
               "%u ipV6",

@@ -1,5 +1,5 @@
-// The bridge between the machine's network functions, known by MAC address, and the host's network
-// interfaces, known by number.
+// Finds the host's network interface of a MAC address. The machine knows its network functions by
+// MAC address; the host knows its interfaces by number.
 #pragma once
 
 #include <cstdint>
@@ -15,45 +15,46 @@ namespace em_pni {
 // The host's Ethernet interfaces at one moment.
 struct HostInterfaces {
     std::map<MacAddress, std::uint32_t> numbers;
-    std::uint32_t count = 0;  // of all interfaces
+    std::uint32_t count = 0;  // of all interfaces, also of those that are not Ethernet
 };
 
-// What contexts made for one collection of adapters hand on to each other: asking about every
-// interface once for each adapter would take requests by the product of both.
+// What the first context of a collection of adapters has read. The others use it, so the number of
+// requests does not grow with adapters times interfaces.
 struct SharedHostInterfaces {
     std::shared_ptr<const HostInterfaces> latest;  // null until a context has read them
 };
 
-// A value: a copy goes on from the same map and asks over the same connection. Belongs to one
-// thread at a time. Every operation may ask the host and wait for it. The quoted texts are of the
-// std::runtime_error that the operation throws.
+// May be used by one thread at a time. Every function may ask the host and wait for it. The quoted
+// texts are those of the std::runtime_error that a function throws.
 class NetInterfaceConnectionContext {
   public:
-    // `connection` must outlive all copies; null means that there is none. The first Refresh takes
-    // what is shared, when the host still has as many interfaces.
+    // `connection` must outlive this object. A null connection answers nothing. The first Refresh
+    // takes what `shared` holds, unless the number of interfaces has changed since.
     NetInterfaceConnectionContext(CKrcpConnection* connection, std::int32_t cabinet,
                                   std::shared_ptr<SharedHostInterfaces> shared = nullptr) noexcept
         : requests_(connection, cabinet), shared_(std::move(shared)) {}
 
     // "NetInterfaceConnectionContext::FetchInterfaceCount() : No reply data from SIP!"
     [[nodiscard]] std::uint32_t FetchInterfaceCount() const;
-    // "NetInterfaceConnectionContext::IsEthernetInterface() : No reply data from SIP!", but only
-    // when there is no reply at all: an interface whose type the host refuses to tell is none.
+    // "NetInterfaceConnectionContext::IsEthernetInterface() : No reply data from SIP!", when there
+    // is no reply at all. Returns false when the host replies with an error.
     [[nodiscard]] bool IsEthernetInterface(std::uint32_t interface) const;
-    // Reads the map anew. Throws what the two above throw, the same of its own, and
+    // Reads the map of interfaces again. Returns true. Throws the exceptions of the two functions
+    // above, "NetInterfaceConnectionContext::Refresh() : No reply data from SIP!" and
     // "NetInterfaceConnectionContext::Refresh() : Invalid MAC received!". After an exception the
-    // map is empty, so that the next Check tries again.
+    // map is empty, so the next Check reads it again.
     bool Refresh();
 
-    // Reads the map anew when it is empty or the host has another number of interfaces now; a MAC
-    // that changes while the number stays is not noticed. Throws as Refresh does, and
-    // std::logic_error without a connection.
+    // Reads the map again when it is empty or the number of interfaces has changed. Does not notice
+    // a MAC that changes while the number of interfaces stays the same. Returns true. Throws the
+    // exceptions of Refresh, and std::logic_error without a connection.
     bool Check();
 
-    // The addresses of the interface with this MAC, or of interface 0 when no interface has it: all
-    // primary ones, and at most one more of a family that they lack. No exception for a bad reply.
+    // Returns all primary addresses of the interface with this MAC, and at most one more address
+    // for each family without a primary one. Asks for interface 0 when no interface has this MAC. A
+    // bad reply is not an exception. Throws std::logic_error without a connection.
     std::vector<IpAddress> GetIpAddresses(const MacAddress& mac);
-    // In kbit/s, 0 when not known; the interface is found likewise.
+    // In kbit/s; 0 = not known. Finds the interface in the same way, throws the same exception.
     std::uint64_t GetNetInterfaceSpeed(const MacAddress& mac);
 
   private:
@@ -62,15 +63,15 @@ class NetInterfaceConnectionContext {
     [[nodiscard]] std::shared_ptr<const HostInterfaces> ReadInterfaces(std::uint32_t count) const;
     [[nodiscard]] std::uint32_t InterfaceOf(const MacAddress& mac) const;
     [[nodiscard]] bool IsCurrent();
-    [[nodiscard]] BytesReply RequestIpAddress(CNetworkRequests::IpAddressKind kind,
-                                              std::uint32_t index, std::uint32_t interface) const;
+    [[nodiscard]] BytesReply RequestIpAddress(krcp::IpAddressKind kind, std::uint32_t index,
+                                              std::uint32_t interface) const;
     void AddPrimary(std::uint32_t interface, FoundAddresses& found) const;
-    void AddMissing(CNetworkRequests::IpAddressKind kind, std::uint32_t count,
-                    std::uint32_t interface, FoundAddresses& found) const;
+    void AddMissing(krcp::IpAddressKind kind, std::uint32_t count, std::uint32_t interface,
+                    FoundAddresses& found) const;
 
     CNetworkRequests requests_;
-    std::shared_ptr<const HostInterfaces> interfaces_;  // as of the last Refresh, null = none
-    std::shared_ptr<SharedHostInterfaces> shared_;      // until the first Refresh
+    std::shared_ptr<const HostInterfaces> interfaces_;  // of the last Refresh; null = not read
+    std::shared_ptr<SharedHostInterfaces> shared_;      // null after the first Refresh
 };
 
 }  // namespace em_pni

@@ -1,7 +1,5 @@
 #include "adapters/network_requests.h"
 
-#include <algorithm>
-
 namespace em_pni {
 namespace {
 
@@ -64,10 +62,9 @@ BytesReply CNetworkRequests::MacAddress(std::uint32_t interface) const {
     return AskBytes(krcp::macAddress, 0, interface);
 }
 
-BytesReply CNetworkRequests::IpAddress(IpAddressKind kind, std::uint32_t index,
+BytesReply CNetworkRequests::IpAddress(krcp::IpAddressKind kind, std::uint32_t index,
                                        std::uint32_t interface) const {
-    BytesReply reply =
-        AskBytes(krcp::ipAddress, static_cast<std::uint16_t>(kind), (index << 16U) + interface);
+    BytesReply reply = AskBytes(krcp::ipAddress, kind, (index << 16U) + interface);
     if (reply.value && reply.value->empty()) {
         reply.value.reset();
     }
@@ -82,11 +79,11 @@ NumberReply CNetworkRequests::LinkSpeed(std::uint32_t interface) const {
     return AskNumber(krcp::linkSpeed, interface);
 }
 
-const char* nameOf(CNetworkRequests::IpAddressKind kind) noexcept {
+const char* nameOf(krcp::IpAddressKind kind) noexcept {
     switch (kind) {
-        case CNetworkRequests::IpAddressKind::primary:
+        case krcp::primaryAddress:
             return "primary";
-        case CNetworkRequests::IpAddressKind::transient:
+        case krcp::transientAddress:
             return "transient";
         default:
             return "any";

@@ -1,5 +1,4 @@
-// The questions that the host answers about the machine's network interfaces, which it numbers from
-// 0.
+// The requests to the host about the machine's network interfaces. Interfaces are numbered from 0.
 #pragma once
 
 #include <cstdint>
@@ -13,30 +12,24 @@ namespace em_pni {
 
 template <class Value>
 struct NetworkReply {
-    // Whether the host wrote anything: not when the time was over or the document is lost.
+    // Whether the command of the reply has a status or data. False after a time-out.
     bool answered = false;
     std::uint32_t status = krcp::REQUEST_PENDING;
-    // Only of a successful reply with data of the right type; bytes may be of any number.
+    // Present when the reply succeeded and its data have the right type. Bytes may have any length.
     std::optional<Value> value;
 };
 
 using NumberReply = NetworkReply<std::uint64_t>;
 using BytesReply = NetworkReply<std::vector<std::uint8_t>>;
 
-// Every request blocks its caller for at most 5 seconds. Nothing throws except for lack of memory,
-// whatever the host sends. Belongs to one thread at a time.
+// Every request blocks its caller for at most 5 seconds. No reply of the host causes an exception;
+// std::bad_alloc is the only one. May be used by one thread at a time.
 class CNetworkRequests {
   public:
-    enum class IpAddressKind : std::uint16_t {
-        any = krcp::anyAddress,
-        primary = krcp::primaryAddress,
-        transient = krcp::transientAddress,
-    };
-
-    // Questions about addresses have 16 bits for the interface; a larger count is no answer.
+    // A request for an address has 16 bits for the interface. A larger count is not accepted.
     static constexpr std::uint32_t maxInterfaces = 0x10000;
 
-    // `connection` must outlive this object. Without one, and null is none, nothing is answered.
+    // `connection` must outlive this object. A null connection answers nothing.
     CNetworkRequests(CKrcpConnection* connection, std::int32_t cabinet) noexcept
         : connection_(connection), cabinet_(cabinet) {}
 
@@ -44,11 +37,11 @@ class CNetworkRequests {
 
     [[nodiscard]] NetworkReply<std::uint32_t> InterfaceCount() const;
     [[nodiscard]] NumberReply InterfaceType(std::uint32_t interface) const;
-    // In network order.
+    // The bytes are in network order.
     [[nodiscard]] BytesReply MacAddress(std::uint32_t interface) const;
-    // In network order. `index` counts the addresses of one kind, `interface` is below
-    // maxInterfaces. An answer without a single byte is none.
-    [[nodiscard]] BytesReply IpAddress(IpAddressKind kind, std::uint32_t index,
+    // The bytes are in network order. `index` counts the addresses of one kind from 0. `interface`
+    // must be below maxInterfaces. A reply without bytes has no value.
+    [[nodiscard]] BytesReply IpAddress(krcp::IpAddressKind kind, std::uint32_t index,
                                        std::uint32_t interface) const;
     [[nodiscard]] NumberReply LinkState(std::uint32_t interface) const;
     // In kbit/s.
@@ -65,7 +58,7 @@ class CNetworkRequests {
     std::int32_t cabinet_;
 };
 
-// "primary", "transient" or "any", for traces.
-const char* nameOf(CNetworkRequests::IpAddressKind kind) noexcept;
+// "primary", "transient" or "any", for the trace.
+const char* nameOf(krcp::IpAddressKind kind) noexcept;
 
 }  // namespace em_pni

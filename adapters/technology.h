@@ -1,10 +1,13 @@
-// What differs between an Ethernet and a Fibre Channel adapter; all else is written once, in the
-// templates that take one of these.
+// The differences between an Ethernet and a Fibre Channel adapter. Everything else is written once,
+// in templates that take one of these two classes.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "adapters/net_interface_connection_context.h"
+#include "frudata/module_facts.h"
+#include "frudata/port_function.h"
 
 namespace em_pni {
 
@@ -12,31 +15,33 @@ class NIC_LocalPniPortFunctionArea;
 class FC_LocalPniPortFunctionArea;
 
 struct NicTechnology {
-    static constexpr const char* prefix = "NIC";  // of the class names
-    static constexpr std::uint8_t moduleTypeCode = 3;
-    static constexpr std::uint8_t technologyType = 0;
+    static constexpr const char* prefix = "NIC";  // of the class names in the trace
+    static constexpr ModuleTechnology module = ModuleTechnology::eth;
+    static constexpr FunctionTechnology function = FunctionTechnology::nic;
 
     using PortFunctionArea = NIC_LocalPniPortFunctionArea;
-    // What the adapter owns to ask the host, and what its areas borrow of that.
-    using Context = NetInterfaceConnectionContext;
-    using BorrowedContext = NetInterfaceConnectionContext*;
-    static BorrowedContext borrow(Context& context) noexcept { return &context; }
+    // Asks the host about its interfaces. The adapter, its clones and their areas share it.
+    using Context = std::shared_ptr<NetInterfaceConnectionContext>;
+    static Context connect(CKrcpConnection* connection, std::int32_t cabinet,
+                           const std::shared_ptr<SharedHostInterfaces>& shared) {
+        return std::make_shared<NetInterfaceConnectionContext>(connection, cabinet, shared);
+    }
+    static void refresh(const Context& context) { context->Refresh(); }
 };
 
 struct FcTechnology {
     static constexpr const char* prefix = "FC";
-    static constexpr std::uint8_t moduleTypeCode = 1;
-    static constexpr std::uint8_t technologyType = 1;
+    static constexpr ModuleTechnology module = ModuleTechnology::fc;
+    static constexpr FunctionTechnology function = FunctionTechnology::fc;
 
     using PortFunctionArea = FC_LocalPniPortFunctionArea;
-    // The host is asked for nothing.
-    struct Context {
-        Context(CKrcpConnection* /*connection*/, std::int32_t /*cabinet*/,
-                const std::shared_ptr<SharedHostInterfaces>& /*shared*/) noexcept {}
-        void Refresh() noexcept {}
-    };
-    struct BorrowedContext {};
-    static BorrowedContext borrow(Context& /*context*/) noexcept { return {}; }
+    // Asks the host nothing.
+    struct Context {};
+    static Context connect(CKrcpConnection* /*connection*/, std::int32_t /*cabinet*/,
+                           const std::shared_ptr<SharedHostInterfaces>& /*shared*/) noexcept {
+        return {};
+    }
+    static void refresh(const Context& /*context*/) noexcept {}
 };
 
 }  // namespace em_pni

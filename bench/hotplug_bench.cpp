@@ -74,7 +74,7 @@ void update(benchmark::State& state, Rack& rack) {
     measure(state, rack, [&rack](CPniFruData& record) {
         return UpdateInventoryStructure(
             record, {.deviceAdded = true, .deviceRemoved = true},
-            [&rack](auto& uncollected) { return rack.Collect(&uncollected); });
+            [&rack](auto* uncollected) { return rack.Collect(uncollected); });
     });
 }
 
@@ -94,7 +94,8 @@ void exchangedCards(benchmark::State& state) {
 void exchangedAddresses(benchmark::State& state) {
     Rack rack(moduleCount(state), 2, moduleCount(state));
     measure(state, rack, [&rack](CPniFruData& record) {
-        CheckPhysicalAddrs(record, [&rack] { return rack.Collect(nullptr); });
+        CheckPhysicalAddrs(record,
+                           [&rack](auto* uncollected) { return rack.Collect(uncollected); });
         ReplaceIpAddresses(CNetworkRequests(&rack.host, 0), record);
         return true;
     });

@@ -112,7 +112,7 @@ SampleMachine& sampleMachine() {
 }
 
 std::vector<LocalPniAdapterHandle> collectAdapters(
-    CAnsweringHost& host, std::vector<DeviceToAdaptersMapID>& uncollected) {
+    CAnsweringHost& host, std::vector<DeviceToAdaptersMapID>* uncollected) {
     const auto shared = std::make_shared<SharedHostInterfaces>();
     std::vector<LocalPniAdapterHandle> adapters;
     for (const DeviceToAdaptersMap& device : sampleMachine().devices) {
@@ -121,7 +121,9 @@ std::vector<LocalPniAdapterHandle> collectAdapters(
         }
         adapters.emplace_back(device, &host, 0, shared);
         if (!adapters.back().HasAdapter()) {
-            uncollected.push_back(device.Id());
+            if (uncollected != nullptr) {
+                uncollected->push_back(device.Id());
+            }
             adapters.pop_back();
         }
     }
@@ -133,7 +135,7 @@ void updateModules(CAnsweringHost& host, CPniFruData& record) {
     bool isUpdated = false;
     try {
         isUpdated = UpdateInventoryStructure(
-            record, host.Events(), [&host](auto& list) { return collectAdapters(host, list); });
+            record, host.Events(), [&host](auto* list) { return collectAdapters(host, list); });
     } catch (const std::exception&) {
         // The flags stay set.
     }
@@ -165,10 +167,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     updateModules(host, record);
     try {
-        CheckPhysicalAddrs(record, [&host] {
-            std::vector<DeviceToAdaptersMapID> uncollected;
-            return collectAdapters(host, uncollected);
-        });
+        CheckPhysicalAddrs(record, [&host](auto* list) { return collectAdapters(host, list); });
     } catch (const std::exception&) {
         return 0;  // ends the cycle
     }

@@ -50,7 +50,7 @@ class CHotplugUpdate {
 
     void TrackModules();
     // Each answers false when a change is refused, which ends the update.
-    bool AddNewAdapters(const HotplugAdapterSource& collectAdapters);
+    bool AddNewAdapters(const AdapterSource& collectAdapters);
     bool RemoveUnseenModules();
 
   private:
@@ -86,8 +86,8 @@ void CHotplugUpdate::TrackModules() {
     PNI_TRACE(5, "%sTrack changes in %u modules.", self, static_cast<unsigned>(seen_.size()));
 }
 
-bool CHotplugUpdate::AddNewAdapters(const HotplugAdapterSource& collectAdapters) {
-    const std::vector<LocalPniAdapterHandle> adapters = collectAdapters(unidentified_);
+bool CHotplugUpdate::AddNewAdapters(const AdapterSource& collectAdapters) {
+    const std::vector<LocalPniAdapterHandle> adapters = collectAdapters(&unidentified_);
     return std::all_of(
         adapters.begin(), adapters.end(),
         [this](const LocalPniAdapterHandle& handle) { return HandleAdapter(handle); });
@@ -114,7 +114,7 @@ bool CHotplugUpdate::HandleAdapter(const LocalPniAdapterHandle& handle) {
         return true;
     }
     // Modules of adapters are written with codes; in a record with texts they would be misread.
-    if (adapter.GetLocalPniModuleArea().GetModuleType() != LocalPniModuleArea::pciAddIn ||
+    if (adapter.GetLocalPniModuleArea().GetModuleType() != ModuleType::pciAddIn ||
         !copy_.HasCodes()) {
         PNI_TRACE(5, "%sAdditional module not supported in hot-plug, continue...", self);
         return true;
@@ -217,7 +217,7 @@ bool CHotplugUpdate::IsDeviceThere(const ModuleFacts& module) const {
 }  // namespace
 
 bool UpdateInventoryStructure(CPniFruData& record, const HotplugFlags& flags,
-                              const HotplugAdapterSource& collectAdapters) {
+                              const AdapterSource& collectAdapters) {
     CHotplugUpdate update(record, flags);
     update.TrackModules();
     if (!update.AddNewAdapters(collectAdapters) || !update.RemoveUnseenModules()) {

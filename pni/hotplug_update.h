@@ -1,9 +1,6 @@
 // Brings the modules of a record in line with the cards that are plugged in.
 #pragma once
 
-#include <functional>
-#include <vector>
-
 #include "adapters/local_pni_adapter_handle.h"
 #include "frudata/pni_fru_data.h"
 
@@ -15,11 +12,6 @@ struct HotplugFlags {
     bool deviceRemoved = false;
 };
 
-// Finds the machine's adapters; devices that are there but whose adapter could not be collected go
-// to the list. What it throws passes through.
-using HotplugAdapterSource =
-    std::function<std::vector<LocalPniAdapterHandle>(std::vector<DeviceToAdaptersMapID>&)>;
-
 // Adds a module for each PCI add-in adapter that the record does not know, then removes the modules
 // of PCI add-in adapters that have gone. Onboard and mezzanine modules, and modules of technologies
 // other than Ethernet and Fibre Channel, are neither added nor removed. A module whose device is
@@ -28,6 +20,6 @@ using HotplugAdapterSource =
 // be valid. Throws std::out_of_range "map::at" when an adapter's address belongs to a module that
 // is not tracked, and what adapters throw.
 bool UpdateInventoryStructure(CPniFruData& record, const HotplugFlags& flags,
-                              const HotplugAdapterSource& collectAdapters);
+                              const AdapterSource& collectAdapters);
 
 }  // namespace em_pni

@@ -10,8 +10,6 @@
 namespace em_pni {
 namespace {
 
-using IpAddressKind = CNetworkRequests::IpAddressKind;
-
 constexpr std::uint32_t indicesPerKind = 4;
 constexpr std::size_t maxIpv6 = 2;  // stored per interface
 
@@ -95,8 +93,7 @@ bool CollectIpAddresses(const CNetworkRequests& requests, std::uint32_t interfac
         macText(entry.mac).c_str());
     bool hasData = false;
     for (std::uint32_t index = 0; index < indicesPerKind; ++index) {
-        for (const IpAddressKind kind :
-             {IpAddressKind::primary, IpAddressKind::transient, IpAddressKind::any}) {
+        for (const auto kind : {krcp::primaryAddress, krcp::transientAddress, krcp::anyAddress}) {
             const auto reply = requests.IpAddress(kind, index, interface);
             PNI_TRACE(
                 5, "\nEM_PNI              : NIC[%u]: Request %s IP address %u - KRCP status 0x%X",

@@ -143,7 +143,7 @@ void CheckPhysicalAddrs(CPniFruData& record, const AdapterSource& collectAdapter
     PNI_TRACE(3, "\nEM_PNI              : <-- CheckPhysicalAddrs()");
     CPniFruData copy = record;
     const std::vector<std::uint8_t> slots = copy.GetModuleIds();
-    const std::vector<LocalPniAdapterHandle> adapters = collectAdapters();
+    const std::vector<LocalPniAdapterHandle> adapters = collectAdapters(nullptr);
     for (std::size_t module = 0; module < slots.size(); ++module) {
         for (const LocalPniAdapterHandle& handle : adapters) {
             if (!checkModule(record, copy, handle.Get(), static_cast<std::uint8_t>(module),

@@ -3,16 +3,11 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <vector>
 
 #include "adapters/local_pni_adapter_handle.h"
 #include "frudata/pni_fru_data.h"
 
 namespace em_pni {
-
-// Finds the machine's adapters; what it throws passes through.
-using AdapterSource = std::function<std::vector<LocalPniAdapterHandle>()>;
 
 // Compares each module with the adapter in the same slot and at the same PCI location; `record` is
 // replaced by the changed copy whenever an assignment succeeds. The adapters are collected once.

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "adapters/local_pni_adapter_handle.h"
 #include "devscan/machine.h"
 #include "frudata/pni_fru_data.h"
 #include "module/extension_module.h"
@@ -77,6 +78,7 @@ class CPniExtModule final : public CExtensionModule {
     void ApplyHotplug(CPniFruData& copy);
     void UpdatePlatformNetworkInventoryStructure(CPniFruData& record) PNI_REQUIRES(HotplugLock);
     void UpdateIpAddresses(CPniFruData& record);
+    [[nodiscard]] AdapterSource Adapters();
     void WriteBackWhenModified(const CPniFruData& copy);
     [[nodiscard]] bool IsHotplugPending();
     [[nodiscard]] bool WaitForNextCycle();

@@ -114,11 +114,7 @@ void CPniExtModule::UpdatePlatformNetworkInventoryStructure(CPniFruData& record)
         return;
     }
     const HotplugFlags flags{.deviceAdded = deviceAdded_, .deviceRemoved = deviceRemoved_};
-    const auto collectAdapters = [this](std::vector<DeviceToAdaptersMapID>& uncollected) {
-        return LocalPniAdapterHandle::GetLocalNetworkAdapters(*machine_, this, CabinetNumber(),
-                                                              &uncollected);
-    };
-    if (UpdateInventoryStructure(record, flags, collectAdapters)) {
+    if (UpdateInventoryStructure(record, flags, Adapters())) {
         deviceAdded_ = false;
         deviceRemoved_ = false;
     }
@@ -135,12 +131,17 @@ void CPniExtModule::UpdateIpAddresses(CPniFruData& record) {
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU data are valid");
         // Should the scan of the machine fail, its exception ends the cycle here, before anything
         // of the record has changed.
-        CheckPhysicalAddrs(record, [this] {
-            return LocalPniAdapterHandle::GetLocalNetworkAdapters(*machine_, this, CabinetNumber());
-        });
+        CheckPhysicalAddrs(record, Adapters());
         ReplaceIpAddresses(CNetworkRequests(this, CabinetNumber()), record);
     }
     PNI_TRACE(3, "\nEM_PNI              : ... PNI update done");
+}
+
+AdapterSource CPniExtModule::Adapters() {
+    return [this](std::vector<DeviceToAdaptersMapID>* uncollected) {
+        return LocalPniAdapterHandle::GetLocalNetworkAdapters(*machine_, this, CabinetNumber(),
+                                                              uncollected);
+    };
 }
 
 void CPniExtModule::WriteBackWhenModified(const CPniFruData& copy) {

@@ -1,4 +1,3 @@
-#include "adapters/link_speed.h"
 #include "adapters/net_interface_connection_context.h"
 #include "tests/adapters_fixture.h"
 
@@ -110,14 +109,6 @@ TEST_F(AdaptersContext, TakesNoAddressFromBadReplies) {
     host.Ip(1, 0, 0, {1, 2, 3, 4, 5, 6, 7});
     host.Ip(0, 3, 0, ipv4);
     EXPECT_EQ(context.GetIpAddresses(first), std::vector<IpAddress>{ipv4});
-}
-
-TEST(AdaptersSpeed, Encoding) {
-    EXPECT_EQ(encodeLinkSpeed(999'999), 999);
-    EXPECT_EQ(encodeLinkSpeed(1'000'000), 0x4001);
-    EXPECT_EQ(encodeLinkSpeed(9'999'999), 0x4009);
-    EXPECT_EQ(encodeLinkSpeed(10'000'000), 0x8001);
-    EXPECT_EQ(encodeLinkSpeed(163'840'000'000), 0x8000);
 }
 
 }  // namespace

@@ -88,7 +88,8 @@ struct AdaptersFixture : testing::Test {
 
     CFakeMachine machine;
     CScriptedConnection host;
-    NetInterfaceConnectionContext context{&host, -2};
+    const NicTechnology::Context shared = NicTechnology::connect(&host, -2, nullptr);
+    NetInterfaceConnectionContext& context = *shared;
 };
 
 }  // namespace em_pni

@@ -31,7 +31,7 @@ struct AdaptersModel : AdaptersFixture {
         return LocalPniAdapterHandle::GetLocalNetworkAdapters(machine.Machine(), &host, 0);
     }
     NIC_LocalPniPortFunctionArea Function(const AdapterFacts& of) {
-        return {0, Adapter(of), true, &context};
+        return {0, Adapter(of), true, shared};
     }
     // Of a record that is valid with it.
     Bytes StreamOf(const std::vector<AdapterFacts>& functions) {
@@ -90,20 +90,21 @@ TEST_F(AdaptersModel, GroupsFunctionsByDevice) {
                        Adapter(nicFacts({0, 0xFF, 0xFF, 0xFF}, 3)),
                        Adapter(nicFacts({0, 5, 0, 0}, 4)), Adapter(nicFacts({0, 5, 0, 1}, 5))});
     ASSERT_EQ(devices.size(), 2U);
-    EXPECT_EQ(devices[0].Id().Key(), 0x0500U);
-    EXPECT_EQ(devices[1].Id().Key(), 0x10500U);
+    EXPECT_EQ(devices[0].Id(), (DeviceToAdaptersMapID{0, 5, 0}));
+    EXPECT_EQ(devices[1].Id(), (DeviceToAdaptersMapID{1, 5, 0}));
     ASSERT_EQ(devices[0].Functions().size(), 2U);
     EXPECT_EQ(devices[0].Functions().at(1).Facts().slot, 1U);
 }
 
 TEST_F(AdaptersModel, ModuleFollowsTheFirstKnownSlot) {
     const auto typeOf = [this](std::uint32_t first, std::uint32_t second) {
-        const auto device = Device({nicFacts({0, 3, 0, 0}, first), nicFacts({0, 3, 0, 1}, second)});
-        return FC_LocalPniModuleArea(2, device.Functions(), {}).GetModuleType();
+        const FC_LocalPniModuleArea area(std::make_shared<const DeviceToAdaptersMap>(
+            Device({nicFacts({0, 3, 0, 0}, first), nicFacts({0, 3, 0, 1}, second)})));
+        return area.GetModuleType();
     };
-    EXPECT_EQ(typeOf(unknownSlot, 3), LocalPniModuleArea::pciAddIn);
-    EXPECT_EQ(typeOf(7, 0), LocalPniModuleArea::pciAddIn);
-    EXPECT_EQ(typeOf(0, 7), LocalPniModuleArea::onboard);
+    EXPECT_EQ(typeOf(unknownSlot, 3), ModuleType::pciAddIn);
+    EXPECT_EQ(typeOf(7, 0), ModuleType::pciAddIn);
+    EXPECT_EQ(typeOf(0, 7), ModuleType::onboard);
 }
 
 TEST_F(AdaptersModel, IdsThatAreMissing) {
@@ -123,7 +124,14 @@ TEST_F(AdaptersModel, IdsThatAreMissing) {
 TEST_F(AdaptersModel, AddressesAndSpeed) {
     EXPECT_EQ(Function(nicFacts({0x1234, 0xAB, 0x1F, 7})).GetPciPFA(), 0x1234ABFFU);
     EXPECT_EQ(Function(nicFacts({7, 0xFF, 0xFF, 0xFF})).GetPciPFA(), 0U);
-    EXPECT_EQ(Function(facts).GetSpeed(), 0x8002);
+    const std::pair<const char*, int> speeds[] = {
+        {"999999", 999},      {"1000000", 0x4001},  {"9999999", 0x4009},
+        {"10000000", 0x8001}, {"25000000", 0x8002}, {"163840000000", 0x8000},
+    };
+    for (const auto& [speed, code] : speeds) {
+        host.answers[{0x170C, 0, 1}] = reply(speed);
+        EXPECT_EQ(Function(facts).GetSpeed(), code) << speed;
+    }
     // Nobody's address is not the one of the host's first interface.
     AdapterFacts silent = facts;
     silent.activeMac = {};

@@ -1,4 +1,4 @@
-// What all owners of areas have in common when they take one in.
+// How the owner of an area takes in a copy of it. LocalPniAdapter and LocalPniPortArea own areas.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,8 @@
 
 namespace em_pni {
 
-// Throws std::logic_error when `area` is null or gives no clone. `operation` stands in its text.
+// Returns a clone of `area`. Throws std::logic_error when `area` is null or its Clone returns null.
+// The text of the exception begins with `operation`.
 template <class Area>
 std::unique_ptr<Area> clonedArea(const Area* area, const char* operation) {
     if (area == nullptr) {
@@ -22,7 +23,7 @@ std::unique_ptr<Area> clonedArea(const Area* area, const char* operation) {
     return clone;
 }
 
-// Runs `change`; what it throws is traced on its way out.
+// Runs `change`. Traces an exception and throws it on.
 template <class Change>
 void tracingExceptions(const char* operation, Change change) {
     try {
