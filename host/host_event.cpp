@@ -12,15 +12,15 @@ namespace {
 struct EventFacts {
     std::string_view word;
     std::string_view text;
-    std::optional<krcp::Opcode> opcode;  // none = a notification
-    std::optional<std::int64_t> action;  // its "DA"
+    std::optional<krcp::Opcode> opcode;        // none = a notification
+    std::optional<krcp::DeviceAction> action;  // its "DA"
 };
 
 // In the order of HostEvent.
 constexpr std::array<EventFacts, 5> allFacts{{
-    {"added", "device added", krcp::deviceDataChanged, 0},
-    {"changed", "device changed", krcp::deviceDataChanged, 1},
-    {"removed", "device removed", krcp::deviceDataChanged, 2},
+    {"added", "device added", krcp::deviceDataChanged, krcp::instanceAdded},
+    {"changed", "device changed", krcp::deviceDataChanged, krcp::instanceChanged},
+    {"removed", "device removed", krcp::deviceDataChanged, krcp::instanceRemoved},
     {"address", "IP address changed", krcp::ipAddressChanged, std::nullopt},
     {"shutdown", "shutdown announced", std::nullopt, std::nullopt},
 }};

@@ -6,6 +6,8 @@
 #include <linux/if_arp.h>
 #include <linux/rtnetlink.h>
 
+#include "em_pni/krcp_message.h"
+
 namespace em_pni {
 
 namespace {
@@ -30,7 +32,7 @@ std::uint32_t interfaceTypeOf(unsigned hardwareType, std::span<const std::uint8_
         std::any_of(mac.begin(), mac.end(), [](std::uint8_t byte) { return byte != 0; });
     switch (hardwareType) {
         case ARPHRD_ETHER:
-            return hasAddress ? NetworkInterface::ethernet : std::uint32_t{other};
+            return hasAddress ? krcp::ethernetType : std::uint32_t{other};
         case ARPHRD_LOOPBACK:
             return softwareLoopback;
         case ARPHRD_INFINIBAND:
@@ -58,7 +60,7 @@ std::uint32_t linkStateOf(unsigned operationalState, unsigned flags) noexcept {
     constexpr unsigned working = IFF_UP | IFF_LOWER_UP;
     switch (operationalState) {
         case IF_OPER_UP:
-            return NetworkInterface::up;
+            return krcp::linkIsUp;
         case IF_OPER_DOWN:
             return down;
         case IF_OPER_TESTING:
@@ -70,7 +72,7 @@ std::uint32_t linkStateOf(unsigned operationalState, unsigned flags) noexcept {
         case IF_OPER_LOWERLAYERDOWN:
             return lowerLayerDown;
         default:
-            return (flags & working) == working ? NetworkInterface::up : unknown;
+            return (flags & working) == working ? krcp::linkIsUp : unknown;
     }
 }
 

@@ -9,9 +9,9 @@
 
 namespace em_pni {
 
-// The interface type for an ARPHRD_ number: Ethernet is `ethernet`, all others are not. Neither is
-// an Ethernet interface without an address, an empty bond for example: it can belong to no adapter,
-// and a module that relies on addresses may give up all interfaces for it.
+// The interface type for an ARPHRD_ number: Ethernet is krcp::ethernetType, all others are not.
+// Neither is an Ethernet interface without an address, an empty bond for example: it can belong to
+// no adapter, and a module that relies on addresses may give up all interfaces for it.
 std::uint32_t interfaceTypeOf(unsigned hardwareType, std::span<const std::uint8_t> mac) noexcept;
 
 // The link state for an IF_OPER_ number and the IFF_ flags. Drivers that report no state of their

@@ -17,11 +17,8 @@ struct InterfaceAddress {
 };
 
 struct NetworkInterface {
-    static constexpr std::uint32_t ethernet = 6;
-    static constexpr std::uint32_t up = 1;
-
-    std::uint32_t type = 0;                   // as in ifType of the interfaces MIB
-    std::uint32_t linkState = 0;              // as in its ifOperStatus
+    std::uint32_t type = 0;                   // as krcp::ethernetType
+    std::uint32_t linkState = 0;              // as krcp::linkIsUp
     std::vector<std::uint8_t> mac;            // the current one; empty = the interface has none
     std::optional<std::uint64_t> speed;       // kbit/s
     std::vector<InterfaceAddress> addresses;  // in the order in which they are told

@@ -13,8 +13,9 @@ namespace {
 
 constexpr const char* moduleName = "EM_PNI";
 
-// All that lives as long as the library is loaded. Should the host unload it, or end, without
-// EM_Delete, the module's thread is still joined before the code goes away; the trace ends last.
+// The objects that live as long as the library is loaded. When the host unloads the library without
+// EM_Delete, the destructor joins the module's thread before the code is unmapped. The trace ends
+// last.
 struct Library {
     CDebugClient trace{moduleName};
     std::unique_ptr<CPniExtModule> module;
@@ -72,7 +73,7 @@ EM_PNI_EXPORT std::uint32_t EM_Delete() {
     }
     PNI_TRACE(1, "\nEM DLL (%-10s) : Destroy module...", moduleName);
     try {
-        // Out of the pointer first: whatever its destructor does, the object is gone afterwards.
+        // Release the pointer first: the object is gone even when its destructor throws.
         delete instance.release();
     } catch (...) {
         PNI_TRACE(1, "\nEM DLL (%-10s) : ## ERROR! Exception while destroying module!", moduleName);

@@ -1,4 +1,4 @@
-// What every extension module has in common: the host behind it, its cabinet, the notifications.
+// The base of extension modules: calls into the host, cabinet number, notifications.
 #pragma once
 
 #include <atomic>
@@ -37,18 +37,18 @@ class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
   protected:
     CExtensionModule() = default;
 
-    // The number of the server cabinet, of the whole process; 0 until the host has set it.
+    // The number of the server cabinet. It belongs to the process. 0 until the host sets it.
     [[nodiscard]] static std::int32_t CabinetNumber() noexcept;
 
-    // Calls into the host; 0 before Start.
+    // Calls into the host. Return 0 before Start.
     std::uint32_t SwitchStartFinished(std::uint32_t value);
     std::uint32_t GetHostKind();
-    // Blocks until the host has answered in `message` or the time is over. A missing "CA" is added.
-    // Before Start the status becomes EXEC_FAILED and nothing is sent.
+    // Adds a missing "CA" and sends the message, as CKrcpConnection::SendRequest. Before Start,
+    // sets the status EXEC_FAILED and sends nothing.
     std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override;
 
-    // Set once the host shuts its switch down, never cleared: nothing may be written any more.
-    // Written by a thread of the host, read by the update thread.
+    // Set by the notification of a switch shutdown and never cleared. The module must not write the
+    // record while it is set. A thread of the host writes it, the update thread reads it.
     std::atomic<bool> SwitchShutdown{false};
 
   private:

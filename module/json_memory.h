@@ -1,5 +1,20 @@
-// What RapidJSON does without memory: it throws std::bad_alloc instead of writing through a null
-// pointer. Every file that uses pni_krcp is compiled with this header first.
+// Makes RapidJSON throw std::bad_alloc when there is no memory. RapidJSON itself would write
+// through a null pointer.
+//
+// RapidJSON takes an allocator as a template parameter of GenericDocument. That is not enough here:
+//
+// - The documents of CKrcpMessage belong to the interface with the host. Their type is
+//   rapidjson::Document, whose values live in a MemoryPoolAllocator<CrtAllocator>. The host creates
+//   these documents and the module adds members to them, so another allocator would be another
+//   type.
+// - The values of an answer must have the same type as the document that they are added to.
+// - An allocator of our own would cover the stacks of readers and writers. But each new reader,
+// writer
+//   or string buffer would have to name it, and nothing would report one that does not.
+//
+// So this header specialises the two functions that allocate, for RapidJSON's default allocator. A
+// specialisation must come before the first use in every file of a program. Therefore CMake
+// includes this header first in every target that uses pni_krcp, and in no other.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +24,7 @@
 
 namespace rapidjson {
 
-// The values of every document come out of these chunks.
+// Allocates a chunk for the values of a document.
 template <>
 inline bool MemoryPoolAllocator<CrtAllocator>::AddChunk(std::size_t capacity) {
     if (baseAllocator_ == nullptr) {
@@ -23,7 +38,7 @@ inline bool MemoryPoolAllocator<CrtAllocator>::AddChunk(std::size_t capacity) {
     return true;
 }
 
-// The stack of readers and writers.
+// Allocates the stack of a reader, a writer or a document, and the text of a string buffer.
 template <>
 inline void internal::Stack<CrtAllocator>::Resize(std::size_t newCapacity) {
     const std::size_t size = GetSize();

@@ -1,4 +1,4 @@
-// Whoever takes a command document to the host and brings the answer back.
+// Sends command documents to the host.
 #pragma once
 
 #include <cstdint>
@@ -9,9 +9,9 @@ namespace em_pni {
 
 class CKrcpConnection {
   public:
-    // Blocks until the host has written its answer into `message` or the time, in milliseconds, is
-    // over; then the message has no status. The result is the host's own and says nothing about
-    // the answer.
+    // Waits until the host has written its answer into `message`, at most `timeoutMs` milliseconds.
+    // After a time-out the message has no status. The result is that of the host and says nothing
+    // about the answer.
     virtual std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) = 0;
 
   protected:

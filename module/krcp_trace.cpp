@@ -30,7 +30,7 @@ bool isNestedWithin(const rapidjson::Value& value, unsigned levels) noexcept {
     return true;
 }
 
-// What stands behind the status in the line: by the type of "DA".
+// The end of the line. It depends on the type of "DA".
 std::string dataText(const rapidjson::Value* data) {
     if (data == nullptr) {
         return {};
@@ -79,7 +79,7 @@ void traceMessage(int level, const char* moduleName, const char* tag,
               field("OI"), cabinet.data(), id >> 16, id & 0xFFFFU, status(message),
               dataText(findData(message)).c_str());
 } catch (const std::exception&) {
-    // No memory for the line: what it tells of goes on.
+    // No memory: the line is lost, the traced operation continues.
 }
 
 }  // namespace em_pni::krcp

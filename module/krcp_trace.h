@@ -1,4 +1,4 @@
-// One trace line for a command document, and JSON text of any value.
+// The trace line of a command document, and the JSON text of a value.
 #pragma once
 
 #include <string>
@@ -7,13 +7,13 @@
 
 namespace em_pni::krcp {
 
-// The value as JSON text; nothing of a value that is nested deeper than any real document, as
-// writing it would take as much stack.
+// Returns the value as JSON text. Returns an empty text for a value with more than 64 levels:
+// RapidJSON writes recursively and could use up the stack.
 std::string jsonText(const rapidjson::Value& value);
 
-// Traces the current command. `tag` is " (REQ)" for a request, " (RET)" for one that has come back,
-// " (RPL)" for a reply or event. Builds nothing while tracing is off, and the line
-// is lost when there is no memory for it.
+// Traces the current command. `tag` is " (REQ)" for a request, " (RET)" for the same request with
+// its answer, " (RPL)" for a reply or event. Builds nothing while tracing is off. Writes no line
+// when there is no memory for it.
 void traceMessage(int level, const char* moduleName, const char* tag,
                   const CKrcpMessage& message) noexcept;
 

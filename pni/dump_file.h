@@ -1,4 +1,4 @@
-// The file that shows the last answer to ReadPniData.
+// The file with the last answer to ReadPniData.
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 
 namespace em_pni {
 
-// Replaces the content of the file by the text and a newline. A new file is made with mode 0600.
-// Nothing is done, silently, when the file cannot be opened or is anything but a plain file with
-// one name: the folder may be open to others, and this process is root.
+// Replaces the content of the file by `text` and a newline. A new file gets mode 0600. Does nothing
+// when the file cannot be opened, is not a regular file, or is a link: the process is root, and
+// other users may be able to write to the folder. Reports no error.
 void writeDumpFile(const std::string& path, std::string_view text) noexcept;
 
 }  // namespace em_pni

@@ -1,15 +1,13 @@
-// No exception leaves the module.
+// Keeps exceptions inside the module.
 #pragma once
 
-#include <cxxabi.h>
 #include <exception>
 
 #include "platform/trace.h"
 
 namespace em_pni {
 
-// The result of `body`, or `failed` when it throws, which is traced. The unwinding of a cancelled
-// thread is no exception of ours and passes.
+// Returns the result of `body`. When `body` throws, traces the exception and returns `failed`.
 template <class Result, class Body>
 Result guarded(const char* operation, Result failed, Body body) {
     try {
@@ -17,12 +15,18 @@ Result guarded(const char* operation, Result failed, Body body) {
     } catch (const std::exception& exception) {
         PNI_TRACE(1, "\nEM_PNI              : CRITICAL ERROR! Exception in %s! %s", operation,
                   exception.what());
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
         PNI_TRACE(1, "\nEM_PNI              : CRITICAL ERROR! Exception in %s!", operation);
     }
     return failed;
+}
+
+template <class Body>
+void guarded(const char* operation, Body body) {
+    guarded(operation, 0, [&body] {
+        body();
+        return 0;
+    });
 }
 
 }  // namespace em_pni

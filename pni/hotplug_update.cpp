@@ -12,8 +12,8 @@ namespace em_pni {
 namespace {
 
 constexpr const char* self = "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : ";
-// The words for a module's place and technology begin behind this many bytes of its header.
-constexpr std::size_t tooShortHeader = 10;
+// A module with a header of this many bytes or less has no type and no technology.
+constexpr std::size_t tooShortHeader = 10;  // bytes
 
 using Addresses = std::vector<PhysicalAddress>;
 
@@ -45,11 +45,11 @@ class CHotplugUpdate {
     CHotplugUpdate(const CPniFruData& record, const HotplugFlags& flags)
         : flags_(flags), owners_(record), copy_(record) {}
 
-    // The record as it should be; only good when both steps below have succeeded.
+    // The changed record. Use it only when all steps below succeeded.
     [[nodiscard]] const CPniFruData& Result() const noexcept { return copy_; }
 
     void TrackModules();
-    // Each answers false when a change is refused, which ends the update.
+    // Return false when a change is refused: the update must end.
     bool AddNewAdapters(const AdapterSource& collectAdapters);
     bool RemoveUnseenModules();
 
@@ -62,11 +62,11 @@ class CHotplugUpdate {
     [[nodiscard]] bool IsDeviceThere(const ModuleFacts& module) const;
 
     const HotplugFlags flags_;
-    const CModuleAddressIndex owners_;  // of the record as it was
+    const CModuleAddressIndex owners_;  // modules of the unchanged record
     CPniFruData copy_;
-    // By position in the record as it was: whether the module's adapter has been seen.
+    // Whether the adapter of a module was found. The key is the position in the unchanged record.
     std::map<std::uint8_t, bool> seen_;
-    // Devices that are there, but nobody knows which module is theirs.
+    // Devices of the machine whose module could not be determined.
     std::vector<DeviceToAdaptersMapID> unidentified_;
 };
 
@@ -113,7 +113,7 @@ bool CHotplugUpdate::HandleAdapter(const LocalPniAdapterHandle& handle) {
         PNI_TRACE(5, "%sModule present, continue...", self);
         return true;
     }
-    // Modules of adapters are written with codes; in a record with texts they would be misread.
+    // Modules are built with technology codes. A record of format 10 holds texts instead.
     if (adapter.GetLocalPniModuleArea().GetModuleType() != ModuleType::pciAddIn ||
         !copy_.HasCodes()) {
         PNI_TRACE(5, "%sAdditional module not supported in hot-plug, continue...", self);
@@ -128,7 +128,7 @@ bool CHotplugUpdate::HandleAdapter(const LocalPniAdapterHandle& handle) {
     return AddAdapter(adapter);
 }
 
-// Marks the module that owns one of the addresses.
+// Returns whether a module has one of the addresses, and marks that module as seen.
 bool CHotplugUpdate::IsPresent(const Addresses& addresses) {
     for (const PhysicalAddress& address : addresses) {
         if (const auto [isFound, module] = owners_.Find(address); isFound) {
@@ -207,7 +207,7 @@ bool CHotplugUpdate::IsRemovable(std::uint8_t index, std::uint8_t current) const
     return true;
 }
 
-// A device whose driver is not loaded, or about which the host did not answer, has not gone.
+// A device without a loaded driver, or without an answer of the host, is still in the machine.
 bool CHotplugUpdate::IsDeviceThere(const ModuleFacts& module) const {
     return module.pciAddress &&
            std::find(unidentified_.begin(), unidentified_.end(),

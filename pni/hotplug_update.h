@@ -1,4 +1,4 @@
-// Brings the modules of a record in line with the cards that are plugged in.
+// Brings the modules of a record in line with the cards of the machine.
 #pragma once
 
 #include "adapters/local_pni_adapter_handle.h"
@@ -6,19 +6,19 @@
 
 namespace em_pni {
 
-// What the host has reported since the last update.
+// What the host has reported since the last successful update.
 struct HotplugFlags {
     bool deviceAdded = false;
     bool deviceRemoved = false;
 };
 
-// Adds a module for each PCI add-in adapter that the record does not know, then removes the modules
-// of PCI add-in adapters that have gone. Onboard and mezzanine modules, and modules of technologies
-// other than Ethernet and Fibre Channel, are neither added nor removed. A module whose device is
-// still in its place stays, also when the device does not tell its addresses. True when `record` is
-// as it should be now; false, and the record as it was, when a change is refused. The record must
-// be valid. Throws std::out_of_range "map::at" when an adapter's address belongs to a module that
-// is not tracked, and what adapters throw.
+// Adds a module for each PCI add-in adapter that is not in the record. Then removes the modules of
+// PCI add-in adapters that are gone. Never adds or removes onboard or mezzanine modules, or modules
+// of another technology than Ethernet and Fibre Channel. Keeps a module whose PCI device is still
+// there, even when the device has no address to compare. The record must be valid. Returns true on
+// success. Returns false and does not change the record when a change is refused. Throws
+// std::out_of_range "map::at" when an adapter has the address of a module of another technology.
+// Exceptions of adapters pass through.
 bool UpdateInventoryStructure(CPniFruData& record, const HotplugFlags& flags,
                               const AdapterSource& collectAdapters);
 

@@ -11,7 +11,7 @@ namespace em_pni {
 namespace {
 
 constexpr std::uint32_t indicesPerKind = 4;
-constexpr std::size_t maxIpv6 = 2;  // stored per interface
+constexpr std::size_t maxIpv6 = 2;  // per interface
 
 void traceRecordMacs(const CPniFruData& record) {
     if (!trace::isOn(3)) {
@@ -26,7 +26,7 @@ void traceRecordMacs(const CPniFruData& record) {
     }
 }
 
-// The addresses of one interface; nothing when it is to be passed over.
+// Appends the interface with its addresses, unless it has to be skipped.
 void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
                    std::vector<NetworkInterfaceEntry>& list) {
     PNI_TRACE(4, "\nEM_PNI              : Check network interface %u...", interface);

@@ -1,4 +1,4 @@
-// Brings the IP addresses of a record up to date with the host's interfaces.
+// Stores the IP addresses of the host's interfaces in a record.
 #pragma once
 
 #include <cstdint>
@@ -9,23 +9,24 @@
 
 namespace em_pni {
 
-// One Ethernet interface of the host that is up.
+// An Ethernet interface of the host whose link is up.
 struct NetworkInterfaceEntry {
     MacAddress mac;
     std::vector<IpAddress> addresses;  // each address once
 };
 
-// False when the host does not tell how many interfaces it has, or has none.
+// Appends the interfaces to `list`. Returns false when the host has no interfaces or does not
+// answer.
 bool ScanNetworkInterfaces(const CNetworkRequests& requests,
                            std::vector<NetworkInterfaceEntry>& list);
 
-// Adds the interface's addresses to the entry; false when no request brought data.
+// Adds the addresses of the interface to the entry. Returns false when no request returned data.
 bool CollectIpAddresses(const CNetworkRequests& requests, std::uint32_t interface,
                         NetworkInterfaceEntry& entry);
 
-// Clears the IP addresses of the record and stores those of the host's interfaces, each with the
-// port function that has the interface's MAC: the first IPv4 and the first two IPv6 addresses.
-// Interfaces that are gone or down thus lose theirs.
+// Clears all IP addresses of the record. Then stores the first IPv4 and the first two IPv6
+// addresses of each interface in the port function that has the MAC of the interface. So a port
+// function whose interface is gone or down has no IP addresses afterwards.
 void ReplaceIpAddresses(const CNetworkRequests& requests, CPniFruData& record);
 
 }  // namespace em_pni

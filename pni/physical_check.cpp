@@ -2,18 +2,19 @@
 
 #include <optional>
 
+#include "frudata/layout.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
-constexpr std::uint8_t slotMask = 0x3F;  // as much of a slot number as a record holds
+constexpr std::uint8_t slotMask = layout::moduleIdMask;  // the bits of a slot number in a record
 
 using Addresses = std::vector<PhysicalAddress>;
 
-// What differs between the two kinds of adapters.
+// The differences between Ethernet and Fibre Channel adapters.
 struct CheckKind {
-    const char* mismatch;  // in the trace
+    const char* mismatch;  // these two for the trace
     const char* word;
     bool (*isKnown)(const PhysicalAddress& local);
     bool (*isEqual)(const PhysicalAddress& local, const PhysicalAddress& stored);
@@ -53,7 +54,7 @@ std::optional<std::uint32_t> slotOf(const LocalPniAdapter& adapter) {
                                                                   : std::nullopt;
 }
 
-// The two address lists of a module and its adapter; nothing when they cannot be compared.
+// The addresses of the module and of the adapter. No value when they cannot be compared.
 std::optional<std::pair<Addresses, Addresses>> comparableLists(const CPniFruData& copy,
                                                                const LocalPniAdapter& adapter,
                                                                std::uint8_t module) {
@@ -88,8 +89,7 @@ std::optional<std::pair<Addresses, Addresses>> comparableLists(const CPniFruData
     return std::pair(std::move(stored), std::move(local));
 }
 
-// Assigns the adapter's addresses where they differ; false when none does, so that the module needs
-// no further look.
+// Assigns the addresses of the adapter when one differs. Returns false when all are equal.
 bool correctAddresses(CPniFruData& record, CPniFruData& copy, const CheckKind& kind,
                       const Addresses& stored, const Addresses& local, std::uint8_t module,
                       std::uint32_t slot) {
@@ -116,7 +116,7 @@ bool correctAddresses(CPniFruData& record, CPniFruData& copy, const CheckKind& k
     return true;
 }
 
-// False when the module is done.
+// Returns false when the module needs no comparison with further adapters.
 bool checkModule(CPniFruData& record, CPniFruData& copy, const LocalPniAdapter& adapter,
                  std::uint8_t module, std::uint8_t moduleSlot) {
     if (!adapter.IsValid()) {
@@ -139,7 +139,7 @@ bool checkModule(CPniFruData& record, CPniFruData& copy, const LocalPniAdapter& 
 }  // namespace
 
 void CheckPhysicalAddrs(CPniFruData& record, const AdapterSource& collectAdapters) {
-    // The arrows point this way round in every release.
+    // Tools search for these arrows: keep them as they are.
     PNI_TRACE(3, "\nEM_PNI              : <-- CheckPhysicalAddrs()");
     CPniFruData copy = record;
     const std::vector<std::uint8_t> slots = copy.GetModuleIds();
@@ -169,7 +169,7 @@ bool ComparePciLocation(const CPniFruData& record, const LocalPniAdapter& adapte
     const auto& ports = adapter.GetLocalPniPortAreaList();
     const LocalPniPortFunctionArea& area =
         *ports.at(port)->GetLocalPniPortFunctionAreaList().at(function);
-    // Without the segment, as the record's 16 bits.
+    // Without the segment, as in the record.
     const auto local = PciAddress::FromPacked(static_cast<std::uint16_t>(area.GetPciPFA()));
     PNI_TRACE(
         4, "\nEM_PNI              : ComparePciLocation : OS location - Bus [%d], Dev [%d], Fn [%d]",

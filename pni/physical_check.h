@@ -1,5 +1,5 @@
-// Finds the modules of a record whose adapter has been exchanged, and gives them the addresses of
-// the adapter that is there now.
+// Finds modules of a record whose adapter was replaced, and stores the addresses of the new
+// adapter.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,14 @@
 
 namespace em_pni {
 
-// Compares each module with the adapter in the same slot and at the same PCI location; `record` is
-// replaced by the changed copy whenever an assignment succeeds. The adapters are collected once.
-// Throws std::logic_error for an adapter that breaks its own rules.
+// Compares the addresses of each module with those of the adapter in the same slot and at the same
+// PCI location. Changes `record` after each successful assignment. Calls `collectAdapters` once;
+// its exceptions pass through.
 void CheckPhysicalAddrs(CPniFruData& record, const AdapterSource& collectAdapters);
 
-// Whether the port function of the record's module stands at the same bus, device and function as
-// the adapter's port function of the same indices. Throws std::out_of_range for indices that the
-// adapter does not have.
+// Whether a port function of the record and the port function of the adapter with the same indices
+// have the same PCI bus, device and function. Throws std::out_of_range for indices that the adapter
+// does not have, std::logic_error for an invalid adapter.
 bool ComparePciLocation(const CPniFruData& record, const LocalPniAdapter& adapter,
                         std::uint8_t module, std::uint8_t port, std::uint8_t function);
 

@@ -21,7 +21,7 @@ void setLowBits(unsigned char& byte, unsigned char value) noexcept {
     byte = static_cast<unsigned char>((byte & ~0x03U) | value);
 }
 
-// A text field and the reserved bytes behind it.
+// Writes a text field and clears the reserved bytes after it.
 void setText(unsigned char* field, const char* text) noexcept {
     std::memset(field, 0, ModuleDescription::textSize + ModuleDescription::reservedSize);
     std::memcpy(field, text, ::strnlen(text, ModuleDescription::textSize - 1));
@@ -43,7 +43,7 @@ CPniExtModule::~CPniExtModule() {
     PNI_TRACE(1, "\nEM_PNI              : CLASS DESTROYED!");
     StopThread = true;
     UpdateEvent.Set();
-    const CRecursiveLockGuard guard(ThreadLock);
+    const CRecursiveLockGuard guard(threadLock_);
     if (updateThread_.IsJoinable()) {
         updateThread_.WaitForTermination();
     }
@@ -75,7 +75,7 @@ std::uint32_t CPniExtModule::Start(CIHostInterface* host, std::uint32_t instance
         CExtensionModule::Start(host, instance);
         const auto configured =
             readModuleProperty(places_.config, GetModuleName(), "FruUpdateCycle");
-        // It is the stored period that must be long enough: so the first start takes any value.
+        // The test of the stored period is intended: the first start accepts any value.
         if (configured && FruUpdateCycle >= shortestConfigurableCycle) {
             FruUpdateCycle = *configured;
         }
@@ -99,21 +99,18 @@ std::uint32_t CPniExtModule::Start(CIHostInterface* host, std::uint32_t instance
 std::uint32_t CPniExtModule::OnSwitchStarted() {
     PNI_TRACE(1, "\n%s", dashes);
     PNI_TRACE(1, "\n### OnSwitchStarted of %s ###\n", GetModuleName());
-    guarded("OnSwitchStarted", 0, [this] {
-        FetchAndStartThread();
-        return 0;
-    });
-    // The host waits for this of every module, also of one that can do nothing.
+    guarded("OnSwitchStarted", [this] { FetchAndStartThread(); });
+    // The host waits for this call of every module: make it also after a failure.
     return guarded("OnSwitchStarted", std::uint32_t{0}, [this] { return SwitchStartFinished(0); });
 }
 
 void CPniExtModule::FetchAndStartThread() {
-    // A thread of an earlier start would go on with the record of that time.
+    // A thread of an earlier start works on the record of that start.
     StopUpdateThread();
     bool isValid = false;
     {
         const CRecursiveLockGuard guard(FruDataLock);
-        record_.SetImage({});  // should the fetch fail, an earlier record must not stand for it
+        record_.SetImage({});  // after a failed fetch the module must not use an older record
         RequestPniFruData(record_);
         isValid = record_.IsValid();
     }

@@ -13,15 +13,15 @@
 
 namespace em_pni {
 
-// The text of a fixed-size field of the record: up to the first NUL, with '?' for every byte that
-// is no printable ASCII character.
+// Returns the text of a fixed-size field of the record, up to its first NUL. Replaces each byte
+// that is not printable ASCII by '?'.
 std::string fieldText(std::span<const std::uint8_t> field);
 
-// Feeds the document's events, so that every object is allocated once, at its final size. Starts
-// and ends must pair; the document takes the value over in Populate.
+// Calls the document's functions for SAX events: it allocates each object once, at its final size.
+// Each Start needs its End. Use it in a generator for Document::Populate.
 class CAnswerWriter {
   public:
-    // Both are borrowed.
+    // Both must outlive this object.
     CAnswerWriter(rapidjson::Document& document, const CMemberSelection& selection) noexcept
         : document_(document), selection_(selection) {}
 
@@ -30,11 +30,11 @@ class CAnswerWriter {
     void StartArray(std::string_view staticName);
     void EndArray();
 
-    // Whatever the selection says.
+    // Add a member whether it is selected or not.
     void AddAlways(std::string_view staticName, std::uint32_t number);
     void AddAlways(std::string_view staticName, std::string_view text);
 
-    // When selected, and when there is something to write.
+    // Add a member when it is selected and has a value.
     void Add(Member member, std::optional<std::uint32_t> number);
     void AddFlag(Member member, bool flag);
     void AddName(Member member, const char* staticName);
@@ -43,7 +43,7 @@ class CAnswerWriter {
     [[nodiscard]] bool Selects(Member member) const noexcept { return selection_.Selects(member); }
 
   private:
-    static constexpr std::size_t maxDepth = 16;  // an answer has nine levels
+    static constexpr std::size_t maxDepth = 16;  // levels; an answer has nine
 
     void CountElement() noexcept { ++counts_[depth_]; }
     void StartMember(std::string_view staticName);

@@ -25,7 +25,7 @@ std::string_view textOf(const rapidjson::Value& string) noexcept {
     return {string.GetString(), string.GetStringLength()};
 }
 
-// The characters of a byte array; nothing unless all its elements are integers.
+// The characters of a byte array. No value when an element is not an integer.
 std::optional<std::string> textOfRaw(const rapidjson::Value& raw) {
     std::string text;
     for (const rapidjson::Value& element : raw.GetArray()) {
@@ -49,7 +49,8 @@ std::optional<std::string> filterText(const CKrcpMessage& request) {
     return raw != nullptr && raw->IsArray() ? textOfRaw(*raw) : std::nullopt;
 }
 
-// The object that holds the filters: the document's only member when that is an object.
+// The object with the filters: the only member of the document when it is an object, else the
+// document.
 const rapidjson::Value& filterObject(const rapidjson::Value& document) noexcept {
     if (document.MemberCount() == 1 && document.MemberBegin()->value.IsObject()) {
         return document.MemberBegin()->value;
@@ -65,7 +66,7 @@ bool CPNI_DataFilter::Read(const CKrcpMessage& request) {
         return true;
     }
     rapidjson::Document document;
-    // Iterative: the text may be nested as deep as it is long.
+    // Iterative: deep nesting must not use up the stack.
     document.Parse<rapidjson::kParseIterativeFlag>(text->data(), text->size());
     if (document.HasParseError() || !document.IsObject()) {
         return true;

@@ -1,4 +1,4 @@
-// What a request wants to see of the inventory.
+// The filter of a request: which modules and which members it wants.
 #pragma once
 
 #include <string>
@@ -14,21 +14,22 @@ namespace em_pni {
 //
 //     {"Filter": {"ModuleFilter": {"TechnologyType": "FC"}, "ResultFilter": ["Speed", ...]}}
 //
-// "ModuleFilter" keeps the modules of one technology (CNA, FC, IB, Eth or NIC, SAS), "ResultFilter"
-// the named members; both may be missing. A document with exactly one member that is an object is
-// looked into, whatever that member's name; so a document that would hold "ModuleFilter" alone
-// needs the outer object. Names are compared without regard to case.
+// "ModuleFilter" selects the modules of one technology: CNA, FC, IB, Eth or NIC, SAS.
+// "ResultFilter" selects members by name. Both are optional. When the document has exactly one
+// member and that is an object, the filters are read from that object; its name does not matter. So
+// "ModuleFilter" alone needs an outer object. The case of member names in "ResultFilter" and of the
+// technology does not matter.
 class CPNI_DataFilter {
   public:
-    // False for a filter that cannot be used: a module filter without a known technology, or a
-    // result filter with an unknown member; what it was set to is then gone. A request without any
-    // (readable) filter is fine and filters nothing.
+    // Call it once. Returns false for a module filter without a known technology and for a result
+    // filter with an unknown member; do not use the filter then. Returns true and filters nothing
+    // when the request has no filter that can be read.
     [[nodiscard]] bool Read(const CKrcpMessage& request);
 
     [[nodiscard]] bool IsFiltered() const noexcept {
         return technology_ != ModuleTechnology::none || !selection_.IsEmpty();
     }
-    // none = modules of every technology.
+    // ModuleTechnology::none selects all modules.
     [[nodiscard]] ModuleTechnology Technology() const noexcept { return technology_; }
     [[nodiscard]] const CMemberSelection& Selection() const noexcept { return selection_; }
     // For the trace.
@@ -39,7 +40,7 @@ class CPNI_DataFilter {
     [[nodiscard]] bool ReadResultFilter(const rapidjson::Value& names);
 
     ModuleTechnology technology_ = ModuleTechnology::none;
-    std::string moduleFilterText_;  // its members, one per line
+    std::string moduleFilterText_;  // its members, one per line, for the trace
     CMemberSelection selection_;
 };
 

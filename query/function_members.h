@@ -1,4 +1,4 @@
-// A port function as members of its JSON object, which the caller has started.
+// The members of a port function in its JSON object.
 #pragma once
 
 #include "frudata/port_function.h"
@@ -6,10 +6,8 @@
 
 namespace em_pni {
 
-// Everything about the function, its addresses last.
+// Adds all members of the function to the object that the caller has started. The members of its
+// addresses come last.
 void addFunctionMembers(CAnswerWriter& answer, const CPniPortFunction& function);
-
-// The members of its address block, which depend on its technology.
-void addAddressMembers(CAnswerWriter& answer, const CPniPortFunction& function);
 
 }  // namespace em_pni

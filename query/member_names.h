@@ -1,4 +1,4 @@
-// The members of an answer that a result filter can name.
+// The members of an answer that a result filter can select.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@
 
 namespace em_pni {
 
-// In the order of the table of names.
+// The order is that of the names in member_names.cpp.
 enum class Member : std::uint8_t {
     ModuleId,
     Enabled,
@@ -56,13 +56,13 @@ enum class Member : std::uint8_t {
 
 inline constexpr std::size_t memberCount = 40;
 
-// Static, NUL-terminated.
+// The name in the JSON answer. The text is static and NUL-terminated.
 std::string_view memberName(Member member) noexcept;
 
-// Found without regard to case.
+// The case of `name` does not matter.
 std::optional<Member> findMemberByName(std::string_view name) noexcept;
 
-// Which members an answer shall hold; an empty selection holds all.
+// The members that an answer shall have. An empty selection selects all members.
 class CMemberSelection {
   public:
     void Add(Member member) noexcept { members_.set(static_cast<std::size_t>(member)); }

@@ -10,8 +10,7 @@
 namespace em_pni {
 namespace {
 
-// What a module's header says of the selected members. Texts and names are only looked up when they
-// are wanted.
+// The values of the selected members of a module header.
 struct ModuleMembers {
     const char* technology = nullptr;
     const char* type = nullptr;

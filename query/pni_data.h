@@ -1,4 +1,4 @@
-// The JSON view of a record.
+// The inventory of a record as JSON.
 #pragma once
 
 #include <cstdint>
@@ -12,29 +12,29 @@
 
 namespace em_pni {
 
-// One query over a record. The image and the filter are borrowed. The answer takes one pass over
-// the record:
+// One query over the image of a record. The image and the filter must outlive it. Form of the
+// answer:
 //
 //     {"NumberOfModules": n,
 //      "Modules": [{"ModuleId": ..., "PhysicalPorts": [
 //                       {"PortId": ..., "PhysicalFunctions": [{"PhyFunctionId": ..., ...}]}]}]}
 //
-// A member is left out when its bytes are not wholly there or its code has no name.
+// A member is missing when the record does not hold all its bytes or its code has no name.
 class CPNI_Data {
   public:
-    // Without a filter the whole record is reported.
+    // A null filter selects everything.
     CPNI_Data(std::span<const std::uint8_t> image, const CPNI_DataFilter* filter) noexcept
         : image_(image.data(), image.size()), filter_(filter) {}
 
-    // Fills `result`, whose allocator the caller may have chosen, with the answer; false when the
-    // record cannot be read.
+    // Fills `result` with the answer, using its allocator. Returns false when the record cannot be
+    // read.
     [[nodiscard]] bool PniGetAllData(rapidjson::Document& result);
 
   private:
     [[nodiscard]] bool IsDataFilterValid() const;
     [[nodiscard]] bool PassesModuleFilter(const CRecordCursor& cursor) const;
     void GetModulesData(CAnswerWriter& answer, CRecordCursor& cursor, unsigned count) const;
-    // Writes nothing when nothing of the module was selected and it has no ports.
+    // Writes nothing when no member of the module has a value and it has no ports.
     void GetModuleData(CAnswerWriter& answer, CRecordCursor& cursor) const;
     void GetPortsData(CAnswerWriter& answer, CRecordCursor& cursor) const;
     [[nodiscard]] const CMemberSelection& Selection() const noexcept;

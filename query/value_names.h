@@ -1,17 +1,17 @@
-// The words that stand for codes of the record. Null, and a trace line, where a code has none.
+// The names of codes in the record. A code without a name returns null and writes a trace line.
 #pragma once
 
 #include <cstdint>
 
 namespace em_pni {
 
-// Where a module sits: "Onboard", "Mezzanine", "PCI-AddIn".
+// The location of a module: "Onboard", "Mezzanine", "PCI-AddIn".
 const char* moduleTypeName(std::uint8_t code);
 const char* moduleTechnologyName(std::uint8_t code);
 const char* functionTechnologyName(std::uint8_t code);
-// Unit of a link speed.
+// The unit of a link speed.
 const char* speedUnitName(std::uint8_t code);
-// Wake-on-LAN behaviour, whose words depend on the record's format version.
+// The wake-on-LAN behaviour. Its names depend on the format version of the record.
 const char* wolBehaviorName(std::uint8_t code, std::uint8_t formatVersion);
 
 }  // namespace em_pni

@@ -1,4 +1,4 @@
-// Cards plugged into and pulled from a machine whose record the module keeps.
+// Cards are plugged and pulled while the module keeps the record.
 #include <gtest/gtest.h>
 #include <numeric>
 
@@ -20,20 +20,23 @@ class HotplugTest : public ModuleFixture {
         module_.Start(&host_, 0);
     }
 
-    static constexpr const char* added = "0";
-    static constexpr const char* changed = "1";
-    static constexpr const char* removed = "2";
+    static constexpr auto added = krcp::instanceAdded;
+    static constexpr auto changed = krcp::instanceChanged;
+    static constexpr auto removed = krcp::instanceRemoved;
 
-    // Exactly one cycle on the controller's record after these events; how many writes it took.
-    int Cycle(const std::vector<std::string>& actions) {
-        for (const std::string& action : actions) {
-            Send(module_, krcp::deviceDataChanged, action);
+    // Runs one cycle on the controller's record after these events. Returns the number of writes.
+    int Cycle(const std::vector<krcp::DeviceAction>& actions) {
+        for (const krcp::DeviceAction action : actions) {
+            Report(module_, action);
         }
         const int before = host_.Count(krcp::writeFru);
         module_.OnSwitchStarted();
         module_.Stop();
         EXPECT_EQ(pniValidateFru(host_.Image().data(), host_.Image().size()), PNI_SUCCESS);
         return host_.Count(krcp::writeFru) - before;
+    }
+    static void Report(CPniExtModule& module, krcp::DeviceAction action) {
+        Send(module, krcp::deviceDataChanged, std::to_string(action));
     }
     void PlugPort(const std::string& function, const std::string& interface, const Bytes& mac) {
         machine_.Pci(function, 0x8086, 0x1572, 0x0200, "i40e");
@@ -44,7 +47,7 @@ class HotplugTest : public ModuleFixture {
         machine_.Remove("sys/devices/" + function);
         machine_.Remove("sys/bus/pci/devices/" + function.substr(function.rfind('/') + 1));
     }
-    // One-port Ethernet cards in slots behind those of the sample machine.
+    // One-port Ethernet cards in the slots after those of the sample machine.
     static std::string Function(unsigned slot) {
         const std::string digit = std::to_string(slot);
         return "pci0000:00/0000:00:1" + digit + ".0/0000:1" + digit + ":00.0";
@@ -132,7 +135,7 @@ TEST_F(HotplugTest, OnlyAddInCardsComeAndGo) {
 
 TEST_F(HotplugTest, ACardThatIsThereButDoesNotTellItsAddressesStays) {
     for (const char* interface : {"ens3f0", "ens3f1"}) {
-        machine_.Remove(std::string("sys/class/net/") + interface);  // its driver has gone
+        machine_.Remove(std::string("sys/class/net/") + interface);  // its driver is not loaded
     }
     Cycle({removed});
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
@@ -147,12 +150,12 @@ TEST_F(HotplugTest, ACardThatIsThereButDoesNotTellItsAddressesStays) {
 
 TEST_F(HotplugTest, ARefusedChangeLeavesRecordAndFlags) {
     Bytes untracked = original_;
-    untracked[254 + 22] = 2;  // the second module is of a technology that is not tracked
+    untracked[254 + 22] = 2;  // the technology of the second module is not tracked
     fixChecksums(untracked);
     host_.Put(untracked);
     Plug(5, 1);
     host_.On(krcp::clearNetworkSnapshot, [](CKrcpMessage&) { throw std::runtime_error("host"); });
-    Send(module_, krcp::deviceDataChanged, added);
+    Report(module_, added);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return trace_.Has("event not reset! Retry 1 more time(s)."); }));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -161,7 +164,7 @@ TEST_F(HotplugTest, ARefusedChangeLeavesRecordAndFlags) {
         "CRITICAL ERROR! Exception when calling UpdatePlatformNetworkInventoryStructure! map::at");
     EXPECT_TRUE(tries >= 3 && tries <= 6) << tries << ", then it sleeps again";
     EXPECT_EQ(host_.Image(), untracked);
-    // The flag has stayed: without another event the card is added once that is possible.
+    // The flag is still set: the next possible cycle adds the card without another event.
     host_.Put(original_);
     EXPECT_EQ(Cycle({}), 1);
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4, 5}));
@@ -170,14 +173,14 @@ TEST_F(HotplugTest, ARefusedChangeLeavesRecordAndFlags) {
 TEST_F(HotplugTest, AWriteThatIsTooLongIsTriedAgainWithoutGrowing) {
     Configure("20");
     module_.Start(&host_, 0);
-    std::vector<std::size_t> sizes;  // of what the thread writes
+    std::vector<std::size_t> sizes;  // of the images that the thread writes
     host_.On(krcp::writeFru, [&sizes](CKrcpMessage& message) {
         Bytes bytes;
         sizes.push_back(krcp::copyRawBytes(message, bytes));
         krcp::setStatus(message, krcp::SET_STRING_TOOLONG);
     });
     Plug(5, 1);
-    Send(module_, krcp::deviceDataChanged, added);
+    Report(module_, added);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return host_.Count(krcp::writeFru) >= 3; }));
     module_.Stop();
@@ -185,8 +188,8 @@ TEST_F(HotplugTest, AWriteThatIsTooLongIsTriedAgainWithoutGrowing) {
     EXPECT_TRUE(trace_.Has("FAILED to write PNI FRU data (KRCP status 0xA)"));
 }
 
-// Thirty cards get ids behind those of the old ones, which go. For sixty there are not enough ids,
-// so the old modules stay and get the new cards' addresses, as they sit in the same places.
+// Thirty new cards get the ids after those of the old ones. For sixty there are not enough ids: the
+// old modules stay and get the addresses of the new cards in the same slots.
 TEST_F(HotplugTest, AllOfManyCardsAreReplacedAtOnce) {
     for (const unsigned cards : {30U, 60U}) {
         const ManyCards rack{.cards = cards, .ports = 2};
@@ -197,14 +200,14 @@ TEST_F(HotplugTest, AllOfManyCardsAreReplacedAtOnce) {
         network.interfaces = rack.Interfaces(2);
         const auto module = NewModule(machine);
         module->Start(&host, 0);
-        Send(*module, krcp::deviceDataChanged, removed);
-        Send(*module, krcp::deviceDataChanged, added);
+        Report(*module, removed);
+        Report(*module, added);
         module->OnSwitchStarted();
         ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
         module->Stop();
         EXPECT_LE(host.Count(krcp::macAddress), 3 * 2 * static_cast<int>(cards * rack.ports))
             << "not the product of cards and interfaces";
-        // A module for each new card and none for an old one.
+        // One module for each new card, no module of an old card.
         const CPniFruData record(host.Image());
         Bytes ids(cards);
         std::iota(ids.begin(), ids.end(), cards == 30 ? 31 : 1);

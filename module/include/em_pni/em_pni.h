@@ -1,6 +1,7 @@
-// All that a host of em_pni.so includes. It needs RapidJSON's headers beside it and links nothing:
-// the four functions below are looked up in the loaded library (dlopen, dlsym). They are called by
-// the host's loading thread, none of them throws.
+// The only header that a host of em_pni.so includes. It needs the headers of RapidJSON. Host and
+// module must use the same version of RapidJSON. The host loads em_pni.so with dlopen and finds the
+// four functions below with dlsym; it links no library. Call them from one
+// thread at a time. They do not throw.
 //
 //     void* library = dlopen("em_pni.so", RTLD_NOW | RTLD_LOCAL);
 //     auto create = reinterpret_cast<em_pni::EM_CreateFunction>(dlsym(library, "EM_Create"));
@@ -16,19 +17,20 @@
 
 extern "C" {
 
-// Creates the one module object, or hands back the one that exists. The object belongs to the
-// library. False, and null handed back, when it cannot be created. `ignored` may be anything.
+// Creates the module object and stores its address in *module. There is one object at most: a
+// second call stores the same address. The object belongs to the library. When the object cannot be
+// created, stores null and returns false. `ignored` may have any value.
 bool EM_Create(em_pni::CIExtensionModule** module, void* ignored);
 
-// Destroys the module object, waiting for its thread: 1 when destroyed, 0 when there was none or
-// its destruction failed.
+// Waits for the module's thread and destroys the module object. Returns 1, or 0 when there is no
+// object or its destructor throws.
 std::uint32_t EM_Delete();
 
-// "EM_PNI"; static.
+// Returns "EM_PNI", a static text.
 const char* EM_GetModuleName();
 
-// 1 "BACKUP", 2 "RESTORE", 3 "CONVERT", 4 "CLEANUP": there is nothing to do for any of them.
-// Always 1.
+// Actions: 1 "BACKUP", 2 "RESTORE", 3 "CONVERT", 4 "CLEANUP". The module only traces them.
+// Returns 1.
 std::uint32_t EM_SetupAction(std::uint32_t action);
 }
 

@@ -1,7 +1,9 @@
-// The two sides of an extension module: what the host calls, and what the host offers.
+// The two interfaces between a host and an extension module: what the module calls in the host, and
+// what the host calls in the module.
 //
-// Both are abstract classes of the Itanium C++ ABI; the order of their virtual functions is the
-// interface. Results are 32-bit: 1 (or another non-zero value) done, 0 failed.
+// Both are abstract classes of the Itanium C++ ABI. The order of their virtual functions is the
+// binary interface. A result of 0 means failed, another value means done, unless a comment says
+// otherwise.
 #pragma once
 
 #include <cstdint>
@@ -12,41 +14,54 @@ namespace em_pni {
 
 class CIExtensionModule;
 
-// Implemented by the host. It outlives the module, and its functions may be called from any thread.
+// The host implements this interface. The object must outlive the module. The module calls it from
+// the host's threads and from its own thread, also at the same time.
 class CIHostInterface {
   public:
-    // Sends the message to whom it concerns and blocks until the answer ("ST", "DA") has been
-    // written into it or `timeoutMs` milliseconds have passed.
+    // Delivers the message and waits for the answer, at most `timeoutMs` milliseconds. Writes the
+    // answer ("ST", "DA") into the message. After a time-out there is no "ST". The module reads the
+    // message only, not the result of this function. `message` belongs to the caller.
     virtual std::uint32_t SendRequest(CIExtensionModule* module, CKrcpMessage& message,
                                       std::uint32_t timeoutMs) = 0;
-    // The module is ready with its part of the switch start; `value` is 0.
+    // The module has finished its part of the switch start. `value` is 0. The result is what
+    // OnSwitchStarted returns to the host.
     virtual std::uint32_t SwitchStartFinished(CIExtensionModule* module, std::uint32_t value) = 0;
-    // 5 = agentless service, any other value = host steward.
+    // Returns 5 for the agentless service, another value for the host steward.
     virtual std::uint32_t GetHostKind() = 0;
 
   protected:
     ~CIHostInterface() = default;
 };
 
-// Implemented by the module. The host calls, in this order: GetModuleInfo, SetCabinetNumber, Start
-// and, once it can route requests, OnSwitchStarted; then ModuleRequest, ModuleReply and Notify as
-// things happen; then Stop. The object is created and destroyed by the exports of em_pni.h only.
+// The module implements this interface. Order of the calls:
+//
+//   1. GetModuleInfo, SetCabinetNumber, Start
+//   2. OnSwitchStarted, when the host can route requests
+//   3. ModuleRequest, ModuleReply and Notify, as needed, from any thread, also at the same time
+//   4. Stop, then EM_Delete
+//
+// No function throws, except the destructor. EM_Create and EM_Delete create and destroy the object.
+// Do not cancel a thread (pthread_cancel) while it is inside the module.
 class CIExtensionModule {
   public:
-    // Slots 0 and 1. May throw, so that EM_Delete can report it instead of ending the process.
+    // Slots 0 and 1. May throw: EM_Delete catches the exception and returns 0.
     virtual ~CIExtensionModule() noexcept(false) = default;
-    // Fills a block laid out as module_description.h says.
+    // Fills a block of the host; module_description.h has the layout. Returns 0 and writes nothing
+    // when the block is too small.
     virtual std::uint32_t GetModuleInfo(void* block) = 0;                            // slot 2
     virtual std::uint32_t Init() = 0;                                                // slot 3
     virtual std::uint32_t Start(CIHostInterface* host, std::uint32_t instance) = 0;  // slot 4
-    // The module sends no request after this has returned, unless the cycle under way takes more
-    // than five seconds: it goes on to its end, and EM_Delete waits for that.
+    // Waits at most 5 seconds for the end of the current update cycle. A longer cycle continues and
+    // may still send requests; EM_Delete waits until it has ended. Returns 1.
     virtual std::uint32_t Stop() = 0;             // slot 5
     virtual std::uint32_t OnSwitchStarted() = 0;  // slot 6
-    // A reply or an event (status EVENT_MESSAGE).
+    // Tells the module of an event. "ST" of an event is EVENT_MESSAGE. The module ignores any other
+    // message. May send a request to the host before it returns. `reply` belongs to the host.
     virtual void ModuleReply(CKrcpMessage& reply) = 0;  // slot 7
-    // Answers in place: "ST" and "DA" of the current command. Names in the answer may stand in the
-    // module's library: a host copies what it wants to keep beyond its unloading.
+    // Answers a request: writes "ST" and "DA" of the current command. The result is 1 or 0; read
+    // "ST" for the outcome. May send a request to the host, and may wait until the module has
+    // written its record. The names of members in the answer are texts of the library: copy what
+    // has to stay after the library is unloaded. `request` belongs to the host.
     virtual std::uint32_t ModuleRequest(CKrcpMessage& request) = 0;             // slot 8
     virtual std::uint32_t Reserved9() = 0;                                      // slot 9
     virtual std::uint32_t SetCabinetNumber(std::int32_t number) = 0;            // slot 10
@@ -65,9 +80,9 @@ class CIExtensionModule {
     virtual std::uint32_t OnModuleNotification(std::uint32_t code, std::uint32_t param) = 0;  // 23
 };
 
-// Codes of Notify.
+// Codes of Notify. The other codes are traced only.
 namespace notification {
-inline constexpr std::uint32_t switchShutdown = 0x20000;  // nothing is written from now on
+inline constexpr std::uint32_t switchShutdown = 0x20000;  // the module writes nothing after it
 inline constexpr std::uint32_t switchRequestEnabled = 0x20001;
 inline constexpr std::uint32_t systemShutdown = 0x30000;
 inline constexpr std::uint32_t powerStateSuspend = 0x40000;

@@ -1,16 +1,18 @@
-// KRCP command documents: how a host, its modules and the management controller talk.
+// KRCP command documents. A host, its modules and the management controller exchange them.
 //
 // A message is a JSON document {"SIP": {"CMD": [command, ...]}} and the index of the current
-// command. Members of a command:
+// command. The members of a command:
 //
-//   "OC"  opcode, 16 bits                   "MI"  message id, 32 bits, given by the host
-//   "OE"  opcode extension, 16 bits         "ST"  status, 8 bits, written by the answering side
-//   "OI"  object index                      "DA"  data: number, string, object or array
-//   "CA"  cabinet number, signed
+//   "OC"  opcode, 16 bits                   "MI"  message id, 32 bits, set by the host
+//   "OE"  opcode extension, 16 bits         "ST"  status, 8 bits, set by the side that answers
+//   "OI"  object index, 32 bits             "DA"  data: number, string, object or array
+//   "CA"  cabinet number, signed 32 bits
 //
-// Raw bytes travel as "DA": {"RAW": [0..255, ...]}. A message belongs to one thread at a time.
-// Every function here takes any document whatever: what is missing or of another type reads as not
-// there. Nothing throws except for lack of memory.
+// Raw bytes have the form "DA": {"RAW": [0..255, ...]}, one number per byte.
+//
+// One thread at a time may use a message. The functions below accept any document. They treat a
+// member of the wrong type as missing. Without memory, functions that write throw std::bad_alloc in
+// the module. In a host RapidJSON's own behaviour applies: it does not check for memory.
 #pragma once
 
 #include <algorithm>
@@ -25,37 +27,58 @@ namespace em_pni {
 
 struct CKrcpMessage {
     rapidjson::Document document;
-    std::uint32_t index = 0;  // of the current command in "CMD"
+    std::uint32_t index = 0;  // position of the current command in "CMD"
 };
 
 namespace krcp {
 
 enum Opcode : std::uint16_t {
-    readFru = 0x0C10,
-    writeFru = 0x0C11,
-    deviceDataChanged = 0x141E,  // event CM_DeviceInfoDeviceDataChanged
-    ipAddressChanged = 0x170F,   // event CM_NetworkInfoIpAddressChanged
+    // Requests to the host for the FRU image with the record: "OE" is pniFruExtension, "OI" the low
+    // 16 bits of the cabinet number, the image is raw bytes.
+    readFru = 0x0C10,   // the reply holds the image
+    writeFru = 0x0C11,  // the request holds the image
+
+    // Events to the module: "ST" is EVENT_MESSAGE.
+    deviceDataChanged = 0x141E,  // CM_DeviceInfoDeviceDataChanged; "DA" is a DeviceAction
+    ipAddressChanged = 0x170F,   // CM_NetworkInfoIpAddressChanged
+
+    // Request to the host: read the network interfaces again. The reply must hold data of any kind.
     clearNetworkSnapshot = 0x1722,
+    // Request to the module for its inventory. "DA" may be a filter: a JSON text as a string or as
+    // raw bytes. The reply holds the inventory as an object.
     readPniData = 0x1740,
 
-    // Questions about the host's network interfaces; "OI" is the number of the interface, from 0,
-    // where nothing else is said. Numbers come back as "DA", addresses as raw bytes.
-    interfaceCount = 0x1700,  // "OI" 0
+    // Requests to the host about its network interfaces. "OI" is the number of the interface, from
+    // 0, unless a line says otherwise. A number is in "DA" of the reply. An address is raw bytes in
+    // network order.
+    interfaceCount = 0x1700,  // "OI" is 0
     interfaceType = 0x1701,   // ethernetType or another number
-    ipAddress = 0x1703,       // "OE" IpAddressKind, "OI" index among those << 16 | interface
-    macAddress = 0x1707,
-    linkSpeed = 0x170C,  // kbit/s
-    linkState = 0x1730,  // linkIsUp or another number
+    ipAddress = 0x1703,   // "OE" is an IpAddressKind, "OI" is index << 16 | interface; the index
+                          // counts the addresses of this kind from 0; 4 or 16 bytes
+    macAddress = 0x1707,  // 6 or 8 bytes
+    linkSpeed = 0x170C,   // kbit/s
+    linkState = 0x1730,   // linkIsUp or another number
 };
 
-enum IpAddressKind : std::uint16_t { anyAddress = 0, primaryAddress = 1, transientAddress = 2 };
+// What happened to a device. The module reads missing data as instanceAdded.
+enum DeviceAction : std::uint8_t {
+    instanceAdded = 0,    // a card was plugged in
+    instanceChanged = 1,  // the module looks for new cards, as for instanceAdded
+    instanceRemoved = 2,  // a card was pulled
+};
 
-inline constexpr std::uint64_t ethernetType = 6;
-inline constexpr std::uint64_t linkIsUp = 1;
+enum IpAddressKind : std::uint16_t {
+    anyAddress = 0,        // primary and transient addresses
+    primaryAddress = 1,    // permanent addresses
+    transientAddress = 2,  // temporary addresses
+};
+
+inline constexpr std::uint32_t ethernetType = 6;  // as ifType of the interfaces MIB
+inline constexpr std::uint32_t linkIsUp = 1;      // as ifOperStatus of the interfaces MIB
 
 inline constexpr std::uint16_t pniFruExtension = 0x002E;  // "OE" of readFru and writeFru
 
-// <netdb.h> has a macro of this name; whoever includes that as well writes the number.
+// <netdb.h> defines a macro NO_DATA. A file that includes both headers writes the number 19.
 #pragma push_macro("NO_DATA")
 #undef NO_DATA
 
@@ -90,7 +113,7 @@ enum Status : std::uint8_t {
 
 #pragma pop_macro("NO_DATA")
 
-// The word for a status; "UNKNOWN" where a code has none.
+// The name of a status code. "UNKNOWN" for a code without a name. The text is static.
 inline const char* statusName(std::uint32_t status) noexcept {
     static constexpr const char* unknown = "UNKNOWN";
     static constexpr const char* names[] = {
@@ -133,7 +156,7 @@ inline bool isSuccess(std::uint32_t status) noexcept {
            status == EVENT_MESSAGE;
 }
 
-// A member of an object, null when `value` is no object or has no such member.
+// Returns a member of an object. Returns null when `value` is not an object or has no such member.
 inline const rapidjson::Value* findMember(const rapidjson::Value& value, const char* key) noexcept {
     if (!value.IsObject()) {
         return nullptr;
@@ -142,7 +165,7 @@ inline const rapidjson::Value* findMember(const rapidjson::Value& value, const c
     return member != value.MemberEnd() ? &member->value : nullptr;
 }
 
-// The command with this index when it is there and an object, else null.
+// Returns the command with this index. Returns null when it is missing or not an object.
 inline const rapidjson::Value* findCommand(const CKrcpMessage& message,
                                            std::uint32_t index) noexcept {
     const rapidjson::Value* const sip = findMember(message.document, "SIP");
@@ -154,7 +177,8 @@ inline const rapidjson::Value* findCommand(const CKrcpMessage& message,
     return &(*commands)[index];
 }
 
-// The integer member `key` of a command; `defaultValue` when it is missing or no integer.
+// Returns the integer member `key` of a command, or `defaultValue` when it is missing or not a
+// signed 64-bit integer.
 inline std::int64_t GetValue(const CKrcpMessage& message, std::uint32_t index, const char* key,
                              std::int64_t defaultValue) noexcept {
     const rapidjson::Value* const command = findCommand(message, index);
@@ -162,31 +186,31 @@ inline std::int64_t GetValue(const CKrcpMessage& message, std::uint32_t index, c
     return value != nullptr && value->IsInt64() ? value->GetInt64() : defaultValue;
 }
 
-// Fields of the current command, 0 when missing.
+// Returns the low 16 bits of "OC" of the current command, 0 when it is missing.
 inline std::uint16_t opcode(const CKrcpMessage& message) noexcept {
     return static_cast<std::uint16_t>(GetValue(message, message.index, "OC", 0));
 }
 
-// "ST" of the current command: REQUEST_PENDING when it is missing or can be no status.
+// Returns "ST" of the current command, or REQUEST_PENDING when it is missing or not 0..255.
 inline std::uint32_t status(const CKrcpMessage& message) noexcept {
     const std::int64_t value = GetValue(message, message.index, "ST", REQUEST_PENDING);
     return value >= 0 && value <= 255 ? static_cast<std::uint32_t>(value)
                                       : std::uint32_t{REQUEST_PENDING};
 }
 
-// "DA" of the current command, null when there is none.
+// Returns "DA" of the current command, or null.
 inline const rapidjson::Value* findData(const CKrcpMessage& message) noexcept {
     const rapidjson::Value* const command = findCommand(message, message.index);
     return command != nullptr ? findMember(*command, "DA") : nullptr;
 }
 
-// Whether a reply succeeded and carries data.
+// Whether a reply succeeded and has data.
 inline bool hasData(const CKrcpMessage& message) noexcept {
     return isSuccess(status(message)) && findData(message) != nullptr;
 }
 
-// Appends the raw bytes of the current command to `bytes`; returns their number. An element that is
-// no integer 0..255 means that there are none: nothing is appended.
+// Appends the raw bytes of the current command to `bytes` and returns their number. When an element
+// is not an integer 0..255, appends nothing and returns 0.
 inline std::size_t copyRawBytes(const CKrcpMessage& message, std::vector<std::uint8_t>& bytes) {
     const rapidjson::Value* const data = findData(message);
     const rapidjson::Value* const raw = data != nullptr ? findMember(*data, "RAW") : nullptr;
@@ -205,14 +229,14 @@ inline std::size_t copyRawBytes(const CKrcpMessage& message, std::vector<std::ui
     return raw->Size();
 }
 
-// A non-negative number is stored as unsigned, a negative one as signed.
+// Returns a JSON number: unsigned when it is not negative, else signed.
 inline rapidjson::Value number(std::int64_t value) {
     return value >= 0 ? rapidjson::Value(static_cast<std::uint64_t>(value))
                       : rapidjson::Value(value);
 }
 
-// The current command, for writing. Empty commands are appended up to the index; null when "SIP" or
-// "CMD" is missing, the entry is no object, or the index is beyond all reason.
+// Returns the current command for writing. Appends empty commands up to the index. Returns null
+// when "SIP" or "CMD" is missing, the command is not an object, or the index is 4096 or more.
 inline rapidjson::Value* commandForWriting(CKrcpMessage& message) {
     constexpr std::uint32_t maxCommands = 4096;
     const rapidjson::Value* const sip = findMember(message.document, "SIP");
@@ -229,8 +253,8 @@ inline rapidjson::Value* commandForWriting(CKrcpMessage& message) {
     return command.IsObject() ? &command : nullptr;
 }
 
-// Makes room for one more member of an object, or throws and leaves it as it was. RapidJSON's own
-// growth counts room that it may then not get.
+// Makes room for one more member of an object. When there is no memory, throws and does not change
+// the object. RapidJSON's AddMember counts the new room before it allocates it.
 inline void reserveMember(rapidjson::Value& object, rapidjson::Document::AllocatorType& allocator) {
     rapidjson::Value larger(rapidjson::kObjectType);
     for (rapidjson::SizeType i = 0; i <= object.MemberCount(); ++i) {
@@ -242,9 +266,9 @@ inline void reserveMember(rapidjson::Value& object, rapidjson::Document::Allocat
     object.Swap(larger);
 }
 
-// Sets a member of the current command, replacing what it holds; `value` must come from the
-// message's own allocator. False, and nothing changed, where there is no command to write to.
-// `key` is kept by reference: a literal.
+// Sets a member of the current command and replaces its old value. `value` must use the allocator
+// of the message. `key` must be a literal: the document refers to its characters. Returns false and
+// changes nothing when there is no command to write to.
 inline bool setMember(CKrcpMessage& message, const char* key, rapidjson::Value value) {
     rapidjson::Value* const command = commandForWriting(message);
     if (command == nullptr) {
@@ -260,6 +284,7 @@ inline bool setMember(CKrcpMessage& message, const char* key, rapidjson::Value v
     return true;
 }
 
+// The next two return the result of setMember.
 inline bool setStatus(CKrcpMessage& message, std::uint32_t statusCode) {
     return setMember(message, "ST", number(statusCode));
 }
@@ -276,7 +301,7 @@ inline bool setRawBytes(CKrcpMessage& message, std::span<const std::uint8_t> byt
     return setMember(message, "DA", std::move(data));
 }
 
-// A message with one command and without status and data.
+// Returns a message with one command, without status and data. Its index is 0.
 inline CKrcpMessage makeRequest(std::uint16_t opcodeValue, std::uint16_t extension,
                                 std::uint32_t objectIndex, std::int32_t cabinet) {
     CKrcpMessage message;

@@ -1,8 +1,8 @@
 // The block in which an extension module describes itself to its host.
 //
-// The host owns the block and states its size in the first four bytes; the module writes only the
-// fields named here and leaves all other bytes as they are. Numbers are in the byte order of the
-// machine, no field is aligned. Texts are padded with NUL bytes.
+// The block belongs to the host. The host writes its size into the first four bytes. The module
+// writes the fields below and no other byte. Numbers have the byte order of the machine. Fields are
+// not aligned. Texts are ASCII and padded with NUL bytes.
 #pragma once
 
 #include <array>
@@ -15,19 +15,20 @@ namespace em_pni {
 
 // Offsets and sizes in bytes.
 struct ModuleDescription {
-    static constexpr std::size_t size = 246;  // the smallest block that a module accepts
+    static constexpr std::size_t size = 246;  // a smaller block is refused
 
     static constexpr std::size_t blockSize = 0;        // 4 bytes, set by the host
-    static constexpr std::size_t kindBits = 8;         // 1 byte, bits 0-1 are the module's
-    static constexpr std::size_t moreKindBits = 21;    // 1 byte, bits 0-1 are the module's
+    static constexpr std::size_t kindBits = 8;         // 1 byte, the module writes bits 0-1
+    static constexpr std::size_t moreKindBits = 21;    // 1 byte, the module writes bits 0-1
     static constexpr std::size_t interfaceLevel = 42;  // 4 bytes
     static constexpr std::size_t name = 46;
     static constexpr std::size_t description = 146;
     static constexpr std::size_t textSize = 96;     // of name and of description
-    static constexpr std::size_t reservedSize = 4;  // zero bytes behind each of the two texts
+    static constexpr std::size_t reservedSize = 4;  // zero bytes after each of the two texts
 };
 
-// A block of the smallest size, for hosts: pass Data() to GetModuleInfo, then read the fields.
+// A block for hosts. Pass Data() to GetModuleInfo, then read the fields. Without a successful
+// GetModuleInfo the level is 0 and the texts are empty.
 class CModuleDescription {
   public:
     CModuleDescription() noexcept {

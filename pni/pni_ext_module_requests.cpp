@@ -1,4 +1,3 @@
-#include <cxxabi.h>
 #include <rapidjson/document.h>
 
 #include "em_pni/krcp_message.h"
@@ -13,23 +12,6 @@
 
 namespace em_pni {
 namespace {
-
-constexpr std::uint32_t clearTimeout = 5000;  // milliseconds
-
-// Actions of a device event.
-constexpr std::int64_t instanceAdded = 0;
-constexpr std::int64_t instanceChanged = 1;
-constexpr std::int64_t instanceRemoved = 2;
-
-bool isNonEmpty(const rapidjson::Value& data) noexcept {
-    if (data.IsObject()) {
-        return !data.ObjectEmpty();
-    }
-    if (data.IsArray()) {
-        return !data.Empty();
-    }
-    return data.IsString() ? data.GetStringLength() > 0 : !data.IsNull();
-}
 
 void traceException(const CKrcpMessage& request) {
     const auto field = [&request](const char* key) {
@@ -54,8 +36,6 @@ std::uint32_t CPniExtModule::ModuleRequest(CKrcpMessage& request) {
         }
         try {
             return std::uint32_t{AnswerRequest(request)};
-        } catch (abi::__forced_unwind&) {
-            throw;  // a cancelled thread must unwind to its end
         } catch (...) {
             krcp::setStatus(request, krcp::ACCESS_VIOLATION);
             traceException(request);
@@ -121,77 +101,6 @@ bool CPniExtModule::AnswerReadPniData(CKrcpMessage& request) {
     krcp::setStatus(request, krcp::SUCCESS);
     PNI_TRACE(2, "\nEM_PNI (RETURN)     :  %s PNI Data", isFiltered ? "Filtered" : "Complete");
     return true;
-}
-
-void CPniExtModule::ModuleReply(CKrcpMessage& reply) {
-    guarded("ModuleReply", 0, [&] {
-        krcp::traceMessage(2, GetModuleName(), " (RPL)", reply);
-        if (krcp::status(reply) == krcp::EVENT_MESSAGE) {
-            HandleEvent(reply);
-        }
-        return 0;
-    });
-}
-
-void CPniExtModule::HandleEvent(const CKrcpMessage& event) {
-    const std::uint16_t opcode = krcp::opcode(event);
-    if (opcode == krcp::ipAddressChanged) {
-        PNI_TRACE(2,
-                  "\nEM_PNI    (REPLY)   : Received IP address change event "
-                  "(CM_NetworkInfoIpAddressChanged)");
-        ClearNetworkSnapshot();
-        WakeUpdateThread();
-    } else if (opcode == krcp::deviceDataChanged) {
-        PNI_TRACE(2,
-                  "\nEM_PNI    (REPLY)   : Received device changed (hotplug) event "
-                  "(CM_DeviceInfoDeviceDataChanged)");
-        ClearNetworkSnapshot();
-        NoteHotplug(event);
-        WakeUpdateThread();
-    }
-}
-
-void CPniExtModule::NoteHotplug(const CKrcpMessage& event) {
-    const std::int64_t action = krcp::GetValue(event, event.index, "DA", instanceAdded);
-    const CRecursiveLockGuard guard(HotplugLock);
-    switch (action) {
-        case instanceAdded:
-            PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_ADDED received.");
-            deviceAdded_ = true;
-            break;
-        case instanceChanged:
-            PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_CHANGED.");
-            deviceAdded_ = true;
-            break;
-        case instanceRemoved:
-            PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_REMOVED received.");
-            deviceRemoved_ = true;
-            break;
-        default:
-            PNI_TRACE(1,
-                      "\nEM_PNI    (REPLY)   : ERROR # Invalid CM_DeviceInfoDeviceDataChanged "
-                      "Action!");
-            break;
-    }
-}
-
-void CPniExtModule::ClearNetworkSnapshot() {
-    // Whatever comes of it, the event goes on.
-    const bool isCleared = guarded("ClearNetworkSnapshot", false, [this] {
-        CKrcpMessage message = krcp::makeRequest(krcp::clearNetworkSnapshot, 0, 0, CabinetNumber());
-        SendRequest(message, clearTimeout);
-        return krcp::hasData(message) && isNonEmpty(*krcp::findData(message));
-    });
-    if (isCleared) {
-        PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Network Interface Snapshot tree cleared!");
-    } else {
-        PNI_TRACE(2, "\nEM_PNI    (REPLY)   : Could not clear Network Interface Snapshot tree.");
-    }
-}
-
-void CPniExtModule::WakeUpdateThread() noexcept {
-    ++eventsNoted_;  // before the event is set: see RunUpdateCycles
-    UpdateEvent.Set();
 }
 
 }  // namespace em_pni

@@ -19,16 +19,16 @@ constexpr std::uint32_t stopTimeout = 5000;  // milliseconds
 }  // namespace
 
 void CPniExtModule::StartUpdateThread() {
-    const CRecursiveLockGuard guard(ThreadLock);
+    const CRecursiveLockGuard guard(threadLock_);
     if (updateThread_.IsAlive()) {
-        return;  // still in a cycle of an earlier start; it leaves at the end of that
+        return;  // Stop has given up on it; it ends after its cycle
     }
     StopThread = false;
     updateThread_.Start(threadPriority, false, 0, true, false);
 }
 
 void CPniExtModule::StopUpdateThread() {
-    const CRecursiveLockGuard guard(ThreadLock);
+    const CRecursiveLockGuard guard(threadLock_);
     if (updateThread_.IsAlive()) {
         StopThread = true;
         UpdateEvent.Set();
@@ -37,10 +37,8 @@ void CPniExtModule::StopUpdateThread() {
 }
 
 std::uint32_t CPniExtModule::UpdateThread(void* module) {
-    guarded("the PNI update thread", 0, [module] {
-        static_cast<CPniExtModule*>(module)->RunUpdateCycles();
-        return 0;
-    });
+    guarded("the PNI update thread",
+            [module] { static_cast<CPniExtModule*>(module)->RunUpdateCycles(); });
     PNI_TRACE(1, "THREAD_RETURN: ## INFO: Thread = 0x%08X exited, Return = 0x%08x##\n",
               static_cast<unsigned>(pthread_self()), 0U);
     return 0;
@@ -51,22 +49,19 @@ void CPniExtModule::RunUpdateCycles() {
     int retries = hotplugRetries;
     do {
         const std::uint32_t eventsBefore = eventsNoted_;
-        guarded("an update cycle", 0, [&] {
-            RunUpdateCycle(copy);
-            return 0;
-        });
+        guarded("an update cycle", [&] { RunUpdateCycle(copy); });
         if (IsHotplugPending() && retries > 0) {
             PNI_TRACE(3,
                       "\nEM_PNI              : Hotplug event detected during "
                       "UpdatePlatformNetworkInventory(), event not reset! Retry %d more time(s).",
                       retries);
             --retries;
-            UpdateEvent.Set();  // at once, also when this cycle began without an event
+            UpdateEvent.Set();  // the next cycle starts at once
             continue;
         }
         UpdateEvent.Reset();
         retries = hotplugRetries;
-        // What was signalled since the cycle began has just been reset with the rest.
+        // Reset may have removed a signal that came during the cycle.
         if (StopThread || eventsNoted_ != eventsBefore) {
             UpdateEvent.Set();
         }
@@ -129,8 +124,8 @@ void CPniExtModule::UpdateIpAddresses(CPniFruData& record) {
         PNI_TRACE(1, "\nEM_PNI              : ERROR! Invalid PNI FRU data received!");
     } else {
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU data are valid");
-        // Should the scan of the machine fail, its exception ends the cycle here, before anything
-        // of the record has changed.
+        // When the scan of the machine fails, its exception ends the cycle here. The record is
+        // not changed yet.
         CheckPhysicalAddrs(record, Adapters());
         ReplaceIpAddresses(CNetworkRequests(this, CabinetNumber()), record);
     }
@@ -150,7 +145,8 @@ void CPniExtModule::WriteBackWhenModified(const CPniFruData& copy) {
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU record not modified");
         return;
     }
-    std::vector<std::uint8_t> written = copy.GetImage();  // first: what has been written is kept
+    // Allocate before the write: the cached record must not differ from what was written.
+    std::vector<std::uint8_t> written = copy.GetImage();
     if (WritePniDataOnThisMachine(copy)) {
         record_.SetImage(std::move(written));
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU updated successfully.");

@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t readTimeout = 60000;  // milliseconds
 constexpr std::uint32_t writeTimeout = 5000;  // milliseconds
 
-// A request about the record; the cabinet is its object, too.
+// A request about the record. Its object index is the cabinet number.
 CKrcpMessage fruRequest(std::uint16_t opcode, std::int32_t cabinet) {
     return krcp::makeRequest(opcode, krcp::pniFruExtension, static_cast<std::uint16_t>(cabinet),
                              cabinet);
@@ -71,7 +71,7 @@ bool CPniExtModule::WritePniDataOnThisMachine(const CPniFruData& record) {
     }
     std::vector<std::uint8_t> bytes = record.GetImage();
     if (InitialFruSize > bytes.size()) {
-        // Never shorter than it was read: the rest of a longer record must not stay behind it.
+        // Zeros overwrite the rest of a longer record in the controller.
         PNI_TRACE(4,
                   "\nEM_PNI::WritePniDataOnThisMachine() : Extend initial FRU (%u) bytes by (%u). "
                   "New size = (%u) bytes.",
