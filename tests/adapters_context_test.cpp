@@ -9,7 +9,7 @@ const Bytes longOne{2, 0, 0, 0, 0, 1, 0, 0};
 const Bytes ipv4{10, 0, 0, 1};
 const Bytes ipv6{0xFE, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
 
-// Interface 0 is Ethernet, 1 is none, 2 is Ethernet with a long address.
+// Interfaces 0 and 2 are Ethernet, 1 is not. Interface 2 has a MAC of 8 bytes.
 struct AdaptersContext : AdaptersFixture {
     AdaptersContext() { AnswerRightly(); }
     void AnswerRightly() {
@@ -70,7 +70,7 @@ TEST_F(AdaptersContext, RefusesRepliesThatCannotBe) {
             } catch (const std::runtime_error& error) {
                 EXPECT_EQ(error.what(), "NetInterfaceConnectionContext::" + text) << document;
             }
-            // Nothing half-read is taken for the whole map.
+            // The next query reads the whole map again.
             AnswerRightly();
             EXPECT_EQ(context.GetNetInterfaceSpeed(longOne), 8589934592U) << document;
         }
@@ -105,7 +105,7 @@ TEST_F(AdaptersContext, TakesNoAddressFromBadReplies) {
     host.answers[{0x1703, 1, 0x30000}] = "";
     host.Ip(2, 0, 0, {10, 0, 0});
     EXPECT_TRUE(context.GetIpAddresses(first).empty());
-    // A primary answer of any other length counts as IPv6 and is no address.
+    // A primary reply of another length counts as IPv6 and is not listed.
     host.Ip(1, 0, 0, {1, 2, 3, 4, 5, 6, 7});
     host.Ip(0, 3, 0, ipv4);
     EXPECT_EQ(context.GetIpAddresses(first), std::vector<IpAddress>{ipv4});

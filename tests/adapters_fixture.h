@@ -1,4 +1,4 @@
-// A host and a machine as the adapter model sees them, and functions of cards.
+// A scripted host connection and PCI functions for the tests of adapters/.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ inline std::string documentOf(const std::string& members) {
     return "{\"SIP\":{\"CMD\":[" + members + "]}}";
 }
 
-// One that succeeds with "DA" as JSON.
+// A document whose command succeeds. `data` is the JSON of its "DA".
 inline std::string reply(const std::string& data) {
     return documentOf("{\"ST\":0,\"DA\":" + data + "}");
 }
@@ -56,9 +56,9 @@ class CScriptedConnection final : public CKrcpConnection {
         return 1;
     }
 
-    // By opcode, extension and object: a document, or nothing for a message left as it was sent.
+    // Documents by opcode, extension and object. An empty text leaves the message unanswered.
     std::map<std::tuple<unsigned, unsigned, unsigned>, std::string> answers;
-    std::map<std::pair<unsigned, unsigned>, int> asked;  // how often, by opcode and extension
+    std::map<std::pair<unsigned, unsigned>, int> asked;  // requests by opcode and extension
     std::int64_t cabinet = 0;                            // of the last request
     std::uint32_t timeout = 0;
 };

@@ -11,7 +11,7 @@ using test::textBytes;
 
 const Bytes ipv6{0xFE, 0x80, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0xFF, 0xFE, 0, 2, 0};
 
-// The host's second interface is the one of the function that `facts` tell of.
+// The host's second interface has the active MAC of `facts`.
 struct AdaptersModel : AdaptersFixture {
     AdaptersModel() {
         machine.Pci("pci0000:00/0000:00:01.0", 0x8086, 0x1901, 0x0604, "pcieport");
@@ -21,7 +21,7 @@ struct AdaptersModel : AdaptersFixture {
         host.answers[{0x170C, 0, 0}] = reply("1000");
         host.answers[{0x170C, 0, 1}] = reply("25000000");
     }
-    // Puts the function there and returns its path.
+    // Adds the function to the machine and returns its path.
     std::string Plug(const std::string& address, unsigned vendor, unsigned id, unsigned classCode) {
         std::string path = "pci0000:00/0000:00:01.0/0000:" + address;
         machine.Pci(path, vendor, id, classCode);
@@ -33,7 +33,7 @@ struct AdaptersModel : AdaptersFixture {
     NIC_LocalPniPortFunctionArea Function(const AdapterFacts& of) {
         return {0, Adapter(of), true, shared};
     }
-    // Of a record that is valid with it.
+    // The module as bytes. Checks that a record with this module is valid.
     Bytes StreamOf(const std::vector<AdapterFacts>& functions) {
         const LocalPniAdapterHandle handle(Device(functions), &host, 0);
         Bytes stream = handle.Get().ToPniFruDataStreamModule();
@@ -65,7 +65,7 @@ TEST_F(AdaptersModel, SkipsWhatIsNoPniAdapter) {
                  "InfiniBand\n");
     Plug("04:00.0", 0x15B3, 0x1003, 0x0C06);
     EXPECT_TRUE(Collect().empty());
-    // One Ethernet function does not make a card with an InfiniBand function a network card.
+    // A card with an InfiniBand and an Ethernet function is not a network card.
     Plug("03:00.1", 0x15B3, 0x1003, 0x0200);
     EXPECT_TRUE(Collect().empty());
     Plug("05:00.0", 0x8086, 0x1521, 0x0200);
@@ -132,7 +132,7 @@ TEST_F(AdaptersModel, AddressesAndSpeed) {
         host.answers[{0x170C, 0, 1}] = reply(speed);
         EXPECT_EQ(Function(facts).GetSpeed(), code) << speed;
     }
-    // Nobody's address is not the one of the host's first interface.
+    // Without an address the speed of the first interface must not be used.
     AdapterFacts silent = facts;
     silent.activeMac = {};
     EXPECT_EQ(Function(silent).GetSpeed(), 0);
@@ -157,7 +157,7 @@ TEST_F(AdaptersModel, AdaptersThatAreNotWhole) {
     adapter.Collect();
     adapter.GetLocalPniPortAreaList()[0]->CleanupAll();
     EXPECT_THROW((void)adapter.GetLocalPniPortAreaList(), std::logic_error);
-    // Collecting again puts it right and leaves nothing of before.
+    // Collect replaces all areas.
     adapter.Collect();
     EXPECT_EQ(adapter.GetLocalPniPortAreaList().size(), 1U);
     host.answers[{0x1700, 0, 0}] = "";
@@ -186,7 +186,7 @@ TEST_F(AdaptersModel, EthernetModule) {
     const Bytes macs = {2, 0, 0, 0, 1, 0, 2, 0, 0, 0, 2, 0};
     const Bytes addresses = joined({{0x11, 10, 0, 0, 1}, ipv6, {0}});
     ids[4] = 1;
-    // Without an address, and without anybody else's.
+    // The second function has no address and must not get another one's.
     const Bytes second = joined({{0xC1, 4, 1, 0, 0xC0, 20, 34, 0}, label, Bytes(8), ids});
     EXPECT_EQ(stream, joined({module, first, macs, textBytes("5." + std::string(29, 'r'), 32),
                               addresses, second, Bytes(12), textBytes("N/A", 34)}));

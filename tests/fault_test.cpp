@@ -1,4 +1,4 @@
-// A host that fails at any one of its answers.
+// Each answer of the host fails in turn.
 #include <gtest/gtest.h>
 #include <set>
 
@@ -34,7 +34,7 @@ class FaultTest : public ModuleFixture {
         owner_->OnSwitchStarted();
         owner_->Stop();
     }
-    // A start with its cycle, an event, another start.
+    // A start, an event and another start. Each start runs a cycle.
     void TwoCycles() {
         CKrcpMessage event = krcp::makeRequest(krcp::ipAddressChanged, 0, 0, 0);
         krcp::setStatus(event, krcp::EVENT_MESSAGE);
@@ -42,7 +42,7 @@ class FaultTest : public ModuleFixture {
         owner_->ModuleReply(event);
         Cycle();
     }
-    // The data of the answer.
+    // The data of the answer to ReadPniData.
     [[nodiscard]] std::string Ask() {
         CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
         owner_->ModuleRequest(request);
@@ -55,20 +55,20 @@ class FaultTest : public ModuleFixture {
             return krcp::setStatus(message, krcp::SUCCESS);
         }
         if (Bytes bytes; fault == Fault::late && krcp::copyRawBytes(message, bytes) > 0) {
-            host_.Put(bytes);  // the controller has taken it all the same
+            host_.Put(bytes);  // the controller has stored it
         }
         return fault == Fault::noAnswer ||
                krcp::setStatus(message,
                                fault == Fault::late ? krcp::REQUEST_PENDING : krcp::EXEC_FAILED);
     }
-    // Without IP addresses, of which those that the host has failed to tell are missing.
+    // The image without IP addresses: a failed request leaves some out.
     static Bytes Bare(const Bytes& image) {
         CPniFruData record(image);
         record.CropToValidSize();
         record.ClearIpAddresses();
         return record.GetImage();
     }
-    // Where nothing fails any more, everything comes right.
+    // Checks the image after the fault, and that a cycle without faults corrects it.
     void ExpectWhole(const std::string& after) {
         const Bytes bare = Bare(host_.Image());
         EXPECT_TRUE(bare == Bare(original_) || bare == Bare(new_)) << after;
@@ -78,7 +78,7 @@ class FaultTest : public ModuleFixture {
     }
 
     Bytes new_;
-    std::set<std::string> answers_;  // of the new record ("10...") and the old one ("192...")
+    std::set<std::string> answers_;  // for the new record and for the old one, in this order
 };
 
 TEST_F(FaultTest, OfEveryAnswerInTurn) {

@@ -7,7 +7,7 @@
 namespace em_pni::test {
 namespace {
 
-// Documents that are no proper command documents, in every place where one can go wrong.
+// Malformed documents: each level has a wrong type in turn.
 std::vector<std::string> malformed() {
     std::vector<std::string> documents = {"", "null", "7", "\"SIP\"", "[]", "{}"};
     for (const char* const sip : {"null", "[]", "{}", R"({"CMD":null})", R"({"CMD":{}})"}) {
@@ -98,7 +98,7 @@ TEST(Krcp, TraceShowsTheCommandByWhatItHolds) {
     traced(R"(,"DA":{"RAW":[1,2]})");
     EXPECT_TRUE(trace.Has("Stat 0x16 Data (JSON struct):\n{\"RAW\":[1,2]}\n"));
 
-    // Deeper than any stack could follow.
+    // Too deep for recursion.
     CKrcpMessage deep = krcp::makeRequest(1, 0, 0, 0);
     auto& allocator = deep.document.GetAllocator();
     rapidjson::Value nested(rapidjson::kObjectType);

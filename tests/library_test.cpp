@@ -60,7 +60,7 @@ TEST(Library, ExportsFourFunctionsAndNeedsOnlyTheRuntime) {
     }
 }
 
-// Where a virtual function stands in the table: its pointer-to-member says so.
+// The slot of a virtual function. Its pointer-to-member holds the offset in the table plus 1.
 template <class Function>
 std::size_t slotOf(Function function) {
     std::uintptr_t words[2] = {};
@@ -123,9 +123,9 @@ TEST(Library, DescribesItselfAndLeavesOtherBytesAlone) {
 }
 
 TEST(Library, LoadsAndUnloadsManyTimes) {
-    // Without addresses, since this host tells of no interfaces.
+    // Without IP addresses: this host has no interfaces.
     CScriptedHost host(recordImage(12, {nicModule(0, true)}));
-    std::thread([] {}).join();  // brings up what a sanitizer runs beside the first thread
+    std::thread([] {}).join();  // starts the background thread of a sanitizer
     const std::size_t threadsBefore = threadCount();
     [[maybe_unused]] std::size_t heapBefore = 0;
     for (int i = 0; i < 300; ++i) {
@@ -141,18 +141,18 @@ TEST(Library, LoadsAndUnloadsManyTimes) {
                 ASSERT_EQ(module->ModuleRequest(request), 1U);
                 module->Stop();
             }
-            if (i % 3 != 0) {  // else the library is unloaded with its module alive
+            if (i % 3 != 0) {  // otherwise unload the library with its module
                 ASSERT_EQ(library.destroy(), 1U);
             }
         }
         ASSERT_FALSE(CLoadedLibrary::IsLoaded());
-        // The kernel shows a joined thread for a moment longer.
+        // The kernel lists a joined thread for a short time.
         ASSERT_TRUE(soon([&] { return threadCount() == threadsBefore; }));
         if (i == 99) {
             heapBefore = ::mallinfo2().uordblks;
         }
     }
-    if (!isSanitized) {  // the sanitizers look for leaks themselves
+    if (!isSanitized) {  // sanitizers find leaks themselves
         EXPECT_LT(::mallinfo2().uordblks, heapBefore + 4096);
     }
     EXPECT_EQ(host.Count(krcp::writeFru), 0);

@@ -1,5 +1,5 @@
-// A whole server of a test's own for programs that know nothing of tests: its devices stand where
-// this machine's do, its interfaces are real ones.
+// A made-up server for programs that do not know of tests: its devices are in /sys, its network
+// interfaces are real ones in a network namespace.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,9 +11,9 @@
 
 namespace em_pni::test {
 
-// The machine of buildSampleMachine with the free slots 5, 6 and 7, for the calling thread and the
-// programs it starts. The tree lies over /sys in a mount namespace; the interfaces are veth pairs,
-// the two ports of a card connected with each other.
+// The machine of buildSampleMachine with free slots 5, 6 and 7. The calling thread and the programs
+// that it starts see it. Its tree is mounted over /sys in a mount namespace. Its interfaces are
+// veth pairs: the two ports of a card are connected to each other.
 class CMadeUpServer {
   public:
     using Slots = std::initializer_list<std::uint8_t>;
@@ -28,7 +28,7 @@ class CMadeUpServer {
         }
     }
     ~CMadeUpServer() {
-        // In a mount namespace that it enters a thread stands in the root directory.
+        // A thread that enters a mount namespace is in the root directory: change back.
         if (entered_ &&
             (::setns(previous_.Get(), CLONE_NEWNS) != 0 || ::fchdir(directory_.Get()) != 0)) {
             std::abort();  // the next test would run on the wrong machine
@@ -37,7 +37,7 @@ class CMadeUpServer {
     CMadeUpServer(const CMadeUpServer&) = delete;
     CMadeUpServer& operator=(const CMadeUpServer&) = delete;
 
-    // Why there is none; else empty.
+    // Why there is no server. Empty when there is one.
     [[nodiscard]] const std::string& Reason() const { return reason_; }
 
     // Two-port Ethernet cards.
@@ -61,7 +61,7 @@ class CMadeUpServer {
             }
         }
     }
-    // The kernel reports each action on each function of the cards.
+    // Makes the kernel report each action for each function of the cards.
     static void Report(Slots slots, std::initializer_list<const char*> actions) {
         for (const std::uint8_t slot : slots) {
             for (const char* const action : actions) {
@@ -86,7 +86,7 @@ class CMadeUpServer {
         return CSocketControl().Ioctl(SIOCGIFFLAGS, request) == 0 &&
                (request.ifr_flags & IFF_RUNNING) != 0;
     }
-    // A pair with the addresses of sampleMac. The kernel finds its carrier some time after.
+    // Makes a pair with the addresses of sampleMac and waits until it has a carrier.
     static bool Connect(const std::string& one, const std::string& other, int module) {
         const std::string mac = " address 02:00:00:00:0" + std::to_string(module) + ":0";
         return CNetworkNamespace::Ip("link add name " + one + mac + "1 type veth peer name " +

@@ -1,4 +1,4 @@
-// A machine full of Ethernet cards, one in each slot from 1 on, and the record that fits it.
+// A machine with an Ethernet card in each slot from 1, and its record.
 #pragma once
 
 #include "tests/scripted_network.h"
@@ -7,14 +7,14 @@ namespace em_pni::test {
 
 struct ManyCards {
     unsigned cards = 0;  // up to 255
-    unsigned ports = 0;  // of each; up to 8
+    unsigned ports = 0;  // per card; up to 8
 
-    // The cards of one generation have other addresses than those of another one.
+    // Each generation of cards has its own addresses.
     [[nodiscard]] static Bytes Mac(unsigned generation, unsigned card, unsigned port) {
         return {2, byteOf(generation), 0, 0, byteOf(card), byteOf(port)};
     }
 
-    // The last `others` cards are of another generation.
+    // The last `others` cards are of the next generation.
     [[nodiscard]] Bytes Record(unsigned generation, unsigned others = 0) const {
         std::vector<Bytes> modules;
         for (unsigned card = 1; card <= cards; ++card) {

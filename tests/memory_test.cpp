@@ -1,4 +1,4 @@
-// Every allocation of a query and of a cycle fails in turn: alone, and with all that follow.
+// Each allocation of a query and of a cycle fails in turn, alone or with all later ones.
 #include <gtest/gtest.h>
 #include <limits>
 #include <new>
@@ -13,9 +13,9 @@ namespace {
 
 constexpr long never = std::numeric_limits<long>::max();
 
-std::atomic<long> left{never};  // allocations until one fails
+std::atomic<long> left{never};  // allocations before one fails
 std::atomic<bool> lasts{false};
-thread_local bool isSpared = false;  // the test's own host
+thread_local bool isSpared = false;  // while the host of the test runs
 
 bool fails() noexcept {
     if (isSpared) {
@@ -38,7 +38,7 @@ void* __wrap_realloc(void* memory, std::size_t size) {
 }
 }
 
-// A sanitizer has forms of its own of those that otherwise call the first of each kind.
+// All forms are defined: a sanitizer brings its own for those that are missing.
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return __wrap_malloc(size);
 }
@@ -67,7 +67,7 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept {
 namespace em_pni::test {
 namespace {
 
-// The host behind it always has memory.
+// Forwards to a host whose allocations never fail.
 class CSparedHost final : public CIHostInterface {
   public:
     explicit CSparedHost(CIHostInterface& host) : host_(host) {}
@@ -99,7 +99,7 @@ class MemoryTest : public ModuleFixture, public testing::WithParamInterface<bool
         EXPECT_NE(oldAnswer_, newAnswer_);
     }
 
-    // A new module beside the controller's record.
+    // Starts a new module. The controller keeps its record.
     void Begin() {
         owner_ = NewModule();
         owner_->SetCabinetNumber(0);
@@ -109,7 +109,7 @@ class MemoryTest : public ModuleFixture, public testing::WithParamInterface<bool
         owner_->OnSwitchStarted();
         owner_->Stop();
     }
-    // The answer's data, or its status.
+    // The data of the answer, or its status.
     std::string Ask(const std::string& members, long failing = never) {
         CKrcpMessage request =
             parsedMessage(R"({"SIP":{"CMD":[{"CA":0,"OC":5952)" + members + "}]}}");
@@ -118,7 +118,7 @@ class MemoryTest : public ModuleFixture, public testing::WithParamInterface<bool
         return krcp::status(request) == krcp::SUCCESS ? krcp::jsonText(*data)
                                                       : std::to_string(krcp::status(request));
     }
-    // With the allocation of this number failing.
+    // Runs `action`; the allocation with this number fails.
     template <class Action>
     void Short(long failing, Action action) {
         lasts = GetParam();
@@ -139,7 +139,7 @@ class MemoryTest : public ModuleFixture, public testing::WithParamInterface<bool
 TEST_P(MemoryTest, OfAQuery) {
     const std::set<std::string> refusals = {std::to_string(krcp::ACCESS_VIOLATION),
                                             std::to_string(krcp::NOT_SUPPORTED),
-                                            // Not even the status found a place.
+                                            // no memory for the status
                                             std::to_string(krcp::REQUEST_PENDING)};
     const std::string filter = R"(,"DA":"{\"TechnologyType\":\"Eth\"}")";
     const std::string filtered = Ask(filter);
@@ -170,7 +170,7 @@ TEST_P(MemoryTest, OfACycle) {
     EXPECT_GT(n, 500);
 }
 
-// Once memory is back the thread goes on by itself.
+// The thread continues by itself when there is memory again.
 TEST_P(MemoryTest, OfTheThread) {
     Configure("1");
     for (long n = 1; n < 1000; n += n < 10 ? 1 : 33) {
@@ -200,7 +200,7 @@ TEST_P(MemoryTest, OfAnAddressThatMakesTheRecordLonger) {
     }
 }
 
-// A member that finds no room must not be counted: the next one would be written behind its object.
+// A failed member must not be counted: the next one would be written behind the object.
 TEST_P(MemoryTest, OfADocument) {
     const std::string before = R"({"SIP":{"CMD":[{"OC":1}]}})";
     CKrcpMessage message = parsedMessage(before);
@@ -212,7 +212,7 @@ TEST_P(MemoryTest, OfADocument) {
     EXPECT_EQ(krcp::jsonText(message.document), R"({"SIP":{"CMD":[{"OC":1,"ST":7}]}})");
 }
 
-// It stays off then, and the process goes on.
+// Without memory the trace stays off and the process continues.
 TEST_P(MemoryTest, OfTheTrace) {
     trace_.End();
     ASSERT_EQ(::setenv("QL_LOG_FILE_DIR", directory_.Path().c_str(), 1), 0);
@@ -222,7 +222,7 @@ TEST_P(MemoryTest, OfTheTrace) {
     EXPECT_NE(contentOf(directory_.File("log.EM_PNI")), "");
 }
 
-// Whether all that follow fail as well; then it is traced, too.
+// True: all later allocations fail too, and tracing is on.
 INSTANTIATE_TEST_SUITE_P(, MemoryTest, testing::Bool());
 
 }  // namespace

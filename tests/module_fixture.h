@@ -1,4 +1,4 @@
-// A module object with a scripted host, a fake machine and files of its own.
+// A module object with a scripted host, a fake machine and its own files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 namespace em_pni::test {
 
-// Machine, interfaces and record fit each other until a test changes one of them.
+// At first the machine, the interfaces and the record agree.
 class ModuleFixture : public ::testing::Test {
   protected:
     explicit ModuleFixture(int traceLevel) : trace_(traceLevel) {

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 class ModuleTest : public ModuleFixture {
   protected:
     ModuleTest() : ModuleFixture(4) { module_.SetCabinetNumber(-3); }
-    // Cycles that the thread has gone through.
+    // Completed cycles without a change.
     [[nodiscard]] int Cycles() const { return trace_.Count("PNI FRU record not modified"); }
 };
 

@@ -30,7 +30,7 @@ bool has(const std::string& whole, const std::string& part) {
     return whole.find(part) != std::string::npos;
 }
 
-// What stands behind `start` in an answer for the only function of a record.
+// The part of the answer after `start`, for a record with one function.
 std::string queryFunction(const Bytes& functionBytes, unsigned version = 12,
                           const std::string& start = "\"PhysicalFunctions\":[") {
     const std::string json = query(functionImage(functionBytes, version));
@@ -70,7 +70,7 @@ TEST(Query, ReadsEachFieldFromItsPlace) {
         R"({"Address":"0:0:0:0:0:0:0:1"}]})";
     EXPECT_EQ(queryFunction(bytes), expected);
 
-    // Format 10: two bytes more for the technology, everything behind it further on.
+    // Format 10 has two more bytes for the technology. The fields after it are shifted.
     Bytes shifted = bytes;
     shifted.insert(shifted.begin() + 15, 2, 0);
     shifted.resize(bytes.size() + 4);
@@ -82,7 +82,7 @@ TEST(Query, ReadsEachFieldFromItsPlace) {
         << fc;
     EXPECT_TRUE(has(fc, R"("PciFunction":5)"));
 
-    put(bytes, 15, {0x01, 0xC0});  // unit 3 has no word
+    put(bytes, 15, {0x01, 0xC0});  // unit 3 has no name
     EXPECT_FALSE(has(queryFunction(bytes), "\"Speed"));
 }
 
@@ -112,20 +112,20 @@ TEST(Query, ReadsTheAddressBlockOfEachTechnology) {
 }
 
 TEST(Query, LeavesOutWhatIsNotWhollyThere) {
-    // The function ends inside its option-ROM text: the MACs stay, the rest is gone.
+    // The function ends inside its option-ROM text: only the MACs are complete.
     Bytes addresses = nicAddresses(1);
     addresses.resize(34);
     const std::string cut = queryFunction(function(0, true, 0, addresses));
     EXPECT_TRUE(has(cut, "ActiveMAC"));
     EXPECT_FALSE(has(cut, "OPROMversion") || has(cut, "Ipv4"));
 
-    // One IPv4 address fits, the three IPv6 addresses that are promised do not.
+    // The counters say 1 IPv4 and 3 IPv6 addresses. The IPv6 addresses do not fit.
     const std::string lists =
         queryFunction(function(0, true, 0, nicAddresses(1, {192, 0, 2, 1}, 0x31)));
     EXPECT_TRUE(has(lists, R"("Ipv4Addresses":[{"Address":"192.0.2.1"}])"));
     EXPECT_FALSE(has(lists, "Ipv6"));
 
-    // Addresses that would begin behind the function, and a function of no length at all.
+    // Addresses behind the end of the function, and a function of length 0.
     Bytes far = function(0, true, 0, nicAddresses(1));
     far[2] = 255;
     EXPECT_FALSE(has(queryFunction(far), "MAC"));
@@ -133,7 +133,7 @@ TEST(Query, LeavesOutWhatIsNotWhollyThere) {
     empty[1] = 0;
     EXPECT_EQ(queryFunction(empty), R"({"PhyFunctionId":0,"Enabled":true})");
 
-    // Codes without a word.
+    // Codes without a name.
     Bytes odd = recordImage(12, {module(1, true, 9, {port(0, true, {function(0, true, 77, {})})})});
     odd[26 + 23] = 4;
     odd[26 + 56 + 3] = 4;
@@ -170,7 +170,7 @@ TEST(Query, WakeOnLanWordsDependOnTheFormat) {
 }
 
 TEST(Query, ModuleFilterKeepsOneTechnology) {
-    // The ids of the modules that are left.
+    // The ids of the modules in the answer.
     const auto ids = [](const std::string& file, const std::string& technology) {
         const std::string json =
             query(sample(file), R"({"F":{"ModuleFilter":{"TechnologyType":")" + technology +
@@ -214,7 +214,7 @@ TEST(Filter, RefusesWhatItCannotUseAndIgnoresWhatIsNone) {
     for (const char* text :
          {"", "no json", "[]", "7", "{}", "{\"ResultFilter\":[]} behind",
           R"({"ResultFilter":null})", R"({"ModuleFilter":7,"ResultFilter":"Speed"})",
-          R"({"ModuleFilter":{"TechnologyType":"FC"}})"}) {  // looked into, and empty inside
+          R"({"ModuleFilter":{"TechnologyType":"FC"}})"}) {  // the inner object is empty
         EXPECT_STREQ(read(text), "none") << text;
     }
     for (const char* text :

@@ -1,4 +1,4 @@
-// A host that answers as a test tells it to, and counts what it is asked.
+// A host with answers that a test sets. It counts the requests.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@ class CScriptedHost final : public CIHostInterface {
   public:
     using Answer = std::function<void(CKrcpMessage&)>;
 
-    // Until told otherwise: reads give the image, writes replace it, a snapshot is cleared.
+    // At first: reads return the image, writes replace it, clearing a snapshot succeeds.
     explicit CScriptedHost(Bytes image) : image_(std::move(image)) {
         On(krcp::readFru, [this](CKrcpMessage& message) {
             krcp::setRawBytes(message, Image());
@@ -39,7 +39,7 @@ class CScriptedHost final : public CIHostInterface {
         const std::lock_guard guard(lock_);
         answers_[opcode] = std::move(answer);
     }
-    // The answer to `opcode` is this status, and this JSON as "DA" when there is one.
+    // Answers `opcode` with this status, and with this JSON as "DA" unless it is empty.
     void OnStatus(std::uint16_t opcode, int status, const std::string& data = "") {
         On(opcode, [status, data](CKrcpMessage& message) {
             if (!data.empty()) {
@@ -51,7 +51,7 @@ class CScriptedHost final : public CIHostInterface {
         });
     }
 
-    // Sees every request, numbered from 1, before it is answered; true when that was all.
+    // Sees each request before the answer, with its number from 1. Returns true to skip the answer.
     void Intercept(std::function<bool(int number, CKrcpMessage&)> interceptor) {
         const std::lock_guard guard(lock_);
         total_ = 0;
@@ -74,7 +74,7 @@ class CScriptedHost final : public CIHostInterface {
         const std::lock_guard guard(lock_);
         return image_;
     }
-    // The last request with this opcode as JSON-independent facts.
+    // The last request with an opcode.
     struct Request {
         std::int64_t extension, cabinet;
         std::uint32_t timeout;
@@ -110,7 +110,7 @@ class CScriptedHost final : public CIHostInterface {
     std::uint32_t GetHostKind() override { return 5; }
 
   private:
-    std::mutex lock_;  // guards all below; answers run without it
+    std::mutex lock_;  // guards all members below; not held while an answer runs
     Bytes image_;
     std::map<std::uint16_t, Answer> answers_;
     std::function<bool(int, CKrcpMessage&)> interceptor_;

@@ -1,4 +1,4 @@
-// The network side of a scripted host, and a machine that fits the sample record.
+// The network answers of a scripted host, and the machine of the sample record.
 #pragma once
 
 #include "tests/devscan_fake_machine.h"
@@ -14,7 +14,7 @@ struct HostInterface {
     int state = 1;
 };
 
-// Answers the host's network requests from a list that a test may change between cycles.
+// Answers network requests from a list. A test may change the list between cycles.
 class CScriptedNetwork {
   public:
     explicit CScriptedNetwork(CScriptedHost& host) {
@@ -81,8 +81,8 @@ inline FakeInterface fakeInterface(const Bytes& mac, int index) {
     return interface;
 }
 
-// The machine that three-modules.fru describes: two onboard ports, a card in slot 3 with two, a
-// Fibre Channel card in slot 4 with two.
+// The machine of three-modules.fru: two onboard ports, a card in slot 3 with two ports, a Fibre
+// Channel card in slot 4 with two ports.
 inline void buildSampleMachine(CFakeMachine& machine) {
     const std::string card = "pci0000:00/0000:00:01.0/0000:03:00.";
     const std::string fibre = "pci0000:00/0000:00:02.0/0000:04:00.";
@@ -105,7 +105,7 @@ inline void buildSampleMachine(CFakeMachine& machine) {
                  smbiosSlot(3, {0, 3, 0, 0}) + smbiosSlot(4, {0, 4, 0, 0}));
 }
 
-// The interfaces of that machine with the addresses that the record holds.
+// The interfaces of that machine, with the addresses of the record.
 inline std::vector<HostInterface> sampleInterfaces() {
     const Bytes ipv6 = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7};
     return {{.mac = sampleMac(1, 1), .primary = {{192, 0, 2, 10}}, .transient = {}},

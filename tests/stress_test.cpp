@@ -1,5 +1,5 @@
-// Everything that a host may do at once, against answers that are slow and fail. Made for
-// ThreadSanitizer; EM_PNI_STRESS_SECONDS makes it longer, EM_PNI_STRESS_SEED repeats a run.
+// All calls of a host at the same time, with slow and failing answers. Run it with ThreadSanitizer.
+// EM_PNI_STRESS_SECONDS sets the duration, EM_PNI_STRESS_SEED repeats a run.
 #include <gtest/gtest.h>
 #include <random>
 
@@ -22,7 +22,7 @@ class StressTest : public ModuleFixture {
     StressTest() : ModuleFixture(2) { ::alarm(120 + seconds_); }  // a deadlock ends the test
     ~StressTest() override { ::alarm(0); }
 
-    // Below `limit`. A generator for each thread: a lock would order what is to collide.
+    // A number below `limit`. Each thread has its generator: a lock would order the threads.
     unsigned Random(unsigned limit) {
         thread_local std::mt19937 random(seed_++);
         return static_cast<unsigned>(random() % limit);
@@ -57,7 +57,7 @@ class StressTest : public ModuleFixture {
         static constexpr std::uint32_t codes[] = {
             notification::switchRequestEnabled, notification::systemShutdown,
             notification::powerStateSuspend, notification::powerStateResume, 7,
-            // Seldom, as nothing is written from then on.
+            // Rare: nothing is written after it.
             notification::switchShutdown};
         owner_->Notify(codes[Random(Random(100) == 0 ? 6 : 5)], 0);
         std::this_thread::sleep_for(1ms);

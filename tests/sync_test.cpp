@@ -15,7 +15,7 @@ class SyncTest : public ModuleFixture {
         module_.Start(&host_, 0);
     }
 
-    // Exactly one cycle on the controller's record; how many writes it took.
+    // Runs one cycle on the controller's record. Returns the number of writes.
     int Cycle() {
         const int before = host_.Count(krcp::writeFru);
         module_.OnSwitchStarted();
@@ -50,7 +50,7 @@ TEST_F(SyncTest, ExchangedCardsGiveTheirAddressesToTheRecord) {
 }
 
 TEST_F(SyncTest, AnAddressThatTheMachineDoesNotTellStaysInTheRecord) {
-    machine_.Remove("sys/class/net/ens3f0");  // its driver has gone
+    machine_.Remove("sys/class/net/ens3f0");  // its driver is not loaded
     machine_.File("sys/class/fc_host/host0/port_name", "0xffffffffffffffff\n");
     ExchangePort();
     EXPECT_EQ(Cycle(), 1);
@@ -63,7 +63,7 @@ TEST_F(SyncTest, OnlyTheSameCardInTheSamePlaceIsCompared) {
     for (const char* name : {"eno0", "ens3f0"}) {
         Interface(name).permanent = {0x0A, 9, 9, 9, 9, 9};
     }
-    // The card has got two more ports; the onboard device is in no slot that the record knows.
+    // The card has two more ports. The onboard device is in a slot that is not in the record.
     for (const char* port : {"2", "3"}) {
         machine_.Pci(std::string("pci0000:00/0000:00:01.0/0000:03:00.") + port, 0x8086, 0x1572,
                      0x0200);
@@ -73,7 +73,7 @@ TEST_F(SyncTest, OnlyTheSameCardInTheSamePlaceIsCompared) {
         smbiosSlot(3, {0, 3, 0, 0}) + smbiosSlot(9, {0, 0, 3, 0}) + smbiosSlot(4, {0, 4, 0, 0}));
     EXPECT_EQ(Cycle(), 0);
     EXPECT_TRUE(trace_.Has("Number of ports on the adapter does not match - SKIP."));
-    // The other way round: the same slot, another place.
+    // The same slot at another PCI location.
     Bytes image = sample("three-modules.fru");
     image[254 + 56 + 4 + 27] = 0x05;  // bus of the card's first function
     fixChecksums(image);
@@ -147,7 +147,7 @@ TEST_F(SyncTest, NothingIsAskedOrWrittenWhileTheHostShutsDown) {
     EXPECT_FALSE(trace_.Has("Start PNI update..."));
 }
 
-// The host sits on a request when Stop gives up; the thread is joined before its module goes.
+// Stop gives up while the host delays an answer. The destructor waits for the thread.
 TEST_F(SyncTest, AModuleOutlivesTheRequestsOfItsThread) {
     CEvent release("", true, false);
     host_.On(0x1700, [&](CKrcpMessage&) { (void)release.Wait(CEvent::forever); });
