@@ -39,8 +39,7 @@ PhysicalAddress NIC_LocalPniPortFunctionArea::GetPhysicalAddress() const {
 }
 
 std::uint16_t NIC_LocalPniPortFunctionArea::GetSpeed() const {
-    // The context answers for interface 0 when no interface has the address: do not ask without
-    // one.
+    // Do not ask without an address: the context would answer for interface 0.
     const MacAddress& mac = adapter_.Facts().activeMac;
     const std::uint64_t speed = mac.IsEmpty() ? 0 : context_->GetNetInterfaceSpeed(mac);
     if (speed == 0) {

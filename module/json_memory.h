@@ -3,18 +3,16 @@
 //
 // RapidJSON takes an allocator as a template parameter of GenericDocument. That is not enough here:
 //
-// - The documents of CKrcpMessage belong to the interface with the host. Their type is
-//   rapidjson::Document, whose values live in a MemoryPoolAllocator<CrtAllocator>. The host creates
-//   these documents and the module adds members to them, so another allocator would be another
-//   type.
+// - The documents of CKrcpMessage are part of the interface with the host. Their type is
+//   rapidjson::Document, whose values use a MemoryPoolAllocator<CrtAllocator>. The host creates the
+//   documents and the module adds members to them. Another allocator would be another type.
 // - The values of an answer must have the same type as the document that they are added to.
-// - An allocator of our own would cover the stacks of readers and writers. But each new reader,
-// writer
-//   or string buffer would have to name it, and nothing would report one that does not.
+// - A throwing allocator could cover the stacks of readers, writers and documents. But every use
+//   would have to name it, and the compiler does not report one that does not.
 //
-// So this header specialises the two functions that allocate, for RapidJSON's default allocator. A
-// specialisation must come before the first use in every file of a program. Therefore CMake
-// includes this header first in every target that uses pni_krcp, and in no other.
+// So this header specialises the two functions that allocate, for RapidJSON's default allocator.
+// Every file of a program must see a specialisation before the first use. Therefore CMake includes
+// this header first in the targets that use pni_krcp, and in no other target.
 #pragma once
 
 #include <cstddef>
