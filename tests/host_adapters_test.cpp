@@ -4,10 +4,10 @@
 
 #include "em_pni/krcp_message.h"
 #include "frudata/pni_fru.h"
-#include "host/adapter_report.h"
-#include "host/adapter_text.h"
-#include "host/console.h"
-#include "host/image_builder.h"
+#include "host/machine/image_builder.h"
+#include "host/output/adapter_report.h"
+#include "host/output/adapter_text.h"
+#include "host/output/console.h"
 #include "tests/record_builder.h"
 
 namespace em_pni::host_test {

@@ -1,7 +1,7 @@
 // The command line without the module: exit codes and messages.
 #include <gtest/gtest.h>
 
-#include "host/command_line.h"
+#include "host/commands/command_line.h"
 #include "tests/temp_directory.h"
 
 namespace em_pni::host_test {

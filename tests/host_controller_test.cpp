@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <numeric>
 
-#include "host/played_host.h"
+#include "host/session/played_host.h"
 #include "tests/temp_directory.h"
 
 namespace em_pni::host_test {

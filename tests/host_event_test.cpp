@@ -6,8 +6,8 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
-#include "host/device_watch.h"
-#include "host/event_socket.h"
+#include "host/events/device_watch.h"
+#include "host/events/event_socket.h"
 #include "tests/host_program.h"
 #include "tests/network_namespace.h"
 

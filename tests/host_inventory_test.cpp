@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
-#include "host/inventory_diff.h"
-#include "host/inventory_tree.h"
+#include "host/output/inventory_diff.h"
+#include "host/output/inventory_tree.h"
 
 namespace em_pni::host_test {
 namespace {

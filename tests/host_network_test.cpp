@@ -4,10 +4,10 @@
 #include <linux/if_arp.h>
 
 #include "frudata/address_text.h"
-#include "host/kernel_facts.h"
-#include "host/kernel_network.h"
-#include "host/network_answers.h"
-#include "host/network_watch.h"
+#include "host/events/network_watch.h"
+#include "host/machine/kernel_facts.h"
+#include "host/machine/kernel_network.h"
+#include "host/machine/network_answers.h"
 #include "tests/network_namespace.h"
 
 namespace em_pni::host_test {

@@ -1,0 +1,193 @@
+#include "host/commands/run_command.h"
+
+#include <atomic>
+#include <memory>
+#include <utility>
+#include <variant>
+
+#include "host/events/device_watch.h"
+#include "host/events/event_socket.h"
+#include "host/events/network_watch.h"
+#include "host/events/run_waiter.h"
+#include "host/machine/kernel_network.h"
+#include "host/output/inventory_diff.h"
+#include "host/output/inventory_text.h"
+#include "host/session/cycle_setting.h"
+#include "host/session/inventory_request.h"
+#include "host/session/module_session.h"
+#include "host/session/played_host.h"
+
+namespace em_pni {
+
+namespace {
+
+class CRunReport final : public CIFruListener {
+  public:
+    CRunReport(CConsole& console, CRunWaiter& waiter) : console_(console), waiter_(waiter) {}
+
+    void OnRead(std::size_t bytes) override { Say("read: ", bytes); }
+    void OnWritten(std::size_t bytes) override {
+        Say("written: ", bytes);
+        ++writes_;
+        waiter_.NotifyWritten();
+    }
+    void OnReadFailed(const std::string& reason) override { console_.Error(reason); }
+    void OnWriteFailed(const std::string& reason) override {
+        writeFailed_ = true;
+        console_.Error(reason);
+    }
+    [[nodiscard]] unsigned Writes() const noexcept { return writes_; }
+    [[nodiscard]] bool WriteFailed() const noexcept { return writeFailed_; }
+
+  private:
+    void Say(const char* what, std::size_t bytes) {
+        console_.Line(what + std::to_string(bytes) + " bytes");
+    }
+
+    CConsole& console_;
+    CRunWaiter& waiter_;
+    std::atomic<unsigned> writes_{0};
+    std::atomic<bool> writeFailed_{false};
+};
+
+// Asks the module for its inventory time and again and tells what has changed since the last time.
+// The answers may refer to texts inside the module's library, which must outlive this.
+class CInventoryWatch {
+  public:
+    CInventoryWatch(CModuleSession& session, CConsole& console)
+        : session_(session), console_(console) {}
+
+    void Look() {
+        auto now = std::make_unique<CKrcpMessage>(makeInventoryRequest({}));
+        session_.Request(*now);
+        const rapidjson::Value* const inventory = findInventory(*now);
+        valid_ = inventory != nullptr;
+        if (!valid_) {
+            Complain("the module holds no inventory: " + answerText(*now));
+            return;
+        }
+        if (last_ != nullptr) {
+            const rapidjson::Value& before = *findInventory(*last_);
+            for (const std::string& line : inventoryDifferences(before, *inventory)) {
+                console_.Line(line);
+                changed_ = true;
+            }
+        }
+        last_ = std::move(now);
+    }
+
+    [[nodiscard]] bool Valid() const noexcept { return valid_; }
+    [[nodiscard]] bool Changed() const noexcept { return changed_; }
+
+  private:
+    // Once for as long as it is the same.
+    void Complain(const std::string& text) {
+        if (text != complaint_) {
+            console_.Error(text);
+            complaint_ = text;
+        }
+    }
+
+    CModuleSession& session_;
+    CConsole& console_;
+    std::unique_ptr<CKrcpMessage> last_;  // holds an inventory; null until there has been one
+    std::string complaint_;
+    bool valid_ = false;
+    bool changed_ = false;
+};
+
+void start(CModuleSession& session, const RunOptions& options) {
+    std::optional<std::uint32_t> cycle = options.cycle;
+    if (options.once && !cycle) {
+        cycle = CCycleSetting::onlyOnEvents;
+    }
+    std::optional<CCycleSetting> setting;
+    if (cycle) {
+        setting.emplace(*cycle);
+    }
+    session.Start();
+}
+
+void tell(const EventReport& report, CModuleSession& session, CConsole& console) {
+    const std::string origin = report.origin.empty() ? "" : " (" + printable(report.origin) + ")";
+    console.Line("event: " + textOf(report.event) + origin);
+    if (auto message = messageOf(report.event)) {
+        session.Report(*message);
+    } else {
+        session.AnnounceShutdown();
+    }
+}
+
+void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& image,
+                CConsole& console) {
+    waiter.Add(std::make_unique<CEventSocket>(image, console));
+    if (options.watch) {
+        // In this order: a pulled card takes its addresses along, and one cycle is to see both.
+        waiter.Add(std::make_unique<CDeviceWatch>());
+        waiter.Add(std::make_unique<CNetworkWatch>());
+    }
+}
+
+// Until the program is told to stop.
+void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, CConsole& console) {
+    for (;;) {
+        const CRunWaiter::Occasion occasion = waiter.Wait();
+        if (std::holds_alternative<CRunWaiter::Stop>(occasion)) {
+            return;
+        }
+        if (const auto* const event = std::get_if<EventReport>(&occasion)) {
+            tell(*event, session, console);
+        } else {
+            watch.Look();
+        }
+    }
+}
+
+}  // namespace
+
+int runModule(const RunOptions& options, CConsole& console) {
+    CRunWaiter waiter;
+    const CFruImage image(options.file);
+    static_cast<void>(image.Read());  // what cannot work is told before the module is troubled
+    image.RequireWritableFolder();
+    if (options.once) {
+        requireNoRunningHost(image);
+    } else {
+        addSources(waiter, options, image, console);
+    }
+    CRunReport report(console, waiter);
+    CFruController controller(image, report, CFruController::Access::readWrite, options.capacity);
+    CKernelNetwork kernel;
+    CNetworkAnswers network(kernel, console);
+    CPlayedHost host(controller, network);
+    const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
+    CModuleSession session(library, host);
+    start(session, options);
+    console.Line("started: " + session.Description());
+
+    CInventoryWatch watch(session, console);
+    watch.Look();
+    session.SwitchStarted();
+    if (!options.once) {
+        serve(session, waiter, watch, console);
+        session.AnnounceShutdown();  // not after the only cycle, which is to write
+    }
+    session.Stop();
+    const unsigned writesSeen = report.Writes();
+    watch.Look();  // the last cycle may have ended after the last wait
+    const bool deleted = session.Delete();
+    if (report.Writes() != writesSeen) {
+        // Stop waits five seconds for a cycle under way, Delete until it has ended.
+        console.Line("changed: more than is told here, the last cycle ended after the last look");
+    } else if (options.once && watch.Valid() && !watch.Changed()) {
+        console.Line("unchanged");
+    }
+    if (deleted) {
+        console.Line("stopped");
+    } else {
+        console.Error(library.Path() + ": the module could not be deleted");
+    }
+    return deleted && watch.Valid() && !report.WriteFailed() ? exitDone : exitFailed;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,92 @@
+#include "host/machine/kernel_facts.h"
+
+#include <algorithm>
+#include <linux/if.h>
+#include <linux/if_addr.h>
+#include <linux/if_arp.h>
+#include <linux/rtnetlink.h>
+
+namespace em_pni {
+
+namespace {
+
+constexpr std::size_t ipv6Length = 16;
+
+bool isTransient(const KernelAddress& address) noexcept {
+    // For IPv4 the bit of IFA_F_TEMPORARY says that the address is not the first of its network.
+    const bool temporary =
+        address.bytes.size() == ipv6Length && (address.flags & IFA_F_TEMPORARY) != 0;
+    return temporary || (address.flags & IFA_F_PERMANENT) == 0;
+}
+
+}  // namespace
+
+std::uint32_t interfaceTypeOf(unsigned hardwareType, std::span<const std::uint8_t> mac) noexcept {
+    enum IfType : std::uint32_t {
+        other = 1,
+        softwareLoopback = 24,
+        tunnel = 131,
+        infiniband = 199
+    };
+    const bool hasAddress =
+        std::any_of(mac.begin(), mac.end(), [](std::uint8_t byte) { return byte != 0; });
+    switch (hardwareType) {
+        case ARPHRD_ETHER:
+            return hasAddress ? NetworkInterface::ethernet : std::uint32_t{other};
+        case ARPHRD_LOOPBACK:
+            return softwareLoopback;
+        case ARPHRD_INFINIBAND:
+            return infiniband;
+        case ARPHRD_TUNNEL:
+        case ARPHRD_TUNNEL6:
+        case ARPHRD_SIT:
+        case ARPHRD_IPGRE:
+        case ARPHRD_IP6GRE:
+            return tunnel;
+        default:
+            return other;
+    }
+}
+
+std::uint32_t linkStateOf(unsigned operationalState, unsigned flags) noexcept {
+    enum IfOperStatus : std::uint32_t {
+        down = 2,
+        testing = 3,
+        unknown = 4,
+        dormant = 5,
+        notPresent = 6,
+        lowerLayerDown = 7
+    };
+    constexpr unsigned working = IFF_UP | IFF_LOWER_UP;
+    switch (operationalState) {
+        case IF_OPER_UP:
+            return NetworkInterface::up;
+        case IF_OPER_DOWN:
+            return down;
+        case IF_OPER_TESTING:
+            return testing;
+        case IF_OPER_DORMANT:
+            return dormant;
+        case IF_OPER_NOTPRESENT:
+            return notPresent;
+        case IF_OPER_LOWERLAYERDOWN:
+            return lowerLayerDown;
+        default:
+            return (flags & working) == working ? NetworkInterface::up : unknown;
+    }
+}
+
+std::vector<IpAddress> tellableAddresses(const std::vector<KernelAddress>& addresses) {
+    std::vector<IpAddress> result;
+    for (const bool onLink : {false, true}) {
+        for (const KernelAddress& address : addresses) {
+            const bool usable = (address.flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
+            if (usable && (address.scope >= RT_SCOPE_LINK) == onLink) {
+                result.push_back({address.bytes, isTransient(address)});
+            }
+        }
+    }
+    return result;
+}
+
+}  // namespace em_pni

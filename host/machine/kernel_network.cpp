@@ -1,0 +1,94 @@
+#include "host/machine/kernel_network.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <netlink/addr.h>
+#include <netlink/cache.h>
+#include <netlink/route/addr.h>
+#include <netlink/route/link.h>
+
+#include "host/machine/ethernet_speed.h"
+#include "host/machine/kernel_facts.h"
+#include "host/machine/netlink.h"
+
+namespace em_pni {
+
+namespace {
+
+struct FreeCache {
+    void operator()(nl_cache* cache) const noexcept { ::nl_cache_free(cache); }
+};
+using NetlinkCache = std::unique_ptr<nl_cache, FreeCache>;
+
+// Calls `visit` with each object of the cache in the kernel's order.
+template <class Object, class Visit>
+void forEach(const NetlinkCache& cache, Visit visit) {
+    for (nl_object* object = ::nl_cache_get_first(cache.get()); object != nullptr;
+         object = ::nl_cache_get_next(object)) {
+        visit(reinterpret_cast<Object*>(object));
+    }
+}
+
+std::vector<std::uint8_t> bytesOf(const nl_addr* address) {
+    if (address == nullptr) {
+        return {};
+    }
+    const auto* const bytes = static_cast<const std::uint8_t*>(::nl_addr_get_binary_addr(address));
+    return {bytes, bytes + ::nl_addr_get_len(address)};
+}
+
+NetworkInterface interfaceOf(rtnl_link* link, CInterfaceControl& control) {
+    NetworkInterface interface;
+    interface.linkState = linkStateOf(::rtnl_link_get_operstate(link), ::rtnl_link_get_flags(link));
+    interface.mac = bytesOf(::rtnl_link_get_addr(link));
+    interface.type = interfaceTypeOf(::rtnl_link_get_arptype(link), interface.mac);
+    if (const char* const name = ::rtnl_link_get_name(link); name != nullptr) {
+        interface.speed = ethernetSpeed(control, name);
+    }
+    return interface;
+}
+
+using AddressesByIndex = std::map<int, std::vector<KernelAddress>>;
+
+AddressesByIndex readAddresses(const NetlinkSocket& socket) {
+    nl_cache* raw = nullptr;
+    requireNetlink(::rtnl_addr_alloc_cache(socket.get(), &raw), "cannot read IP addresses");
+    const NetlinkCache cache(raw);
+    AddressesByIndex addresses;
+    forEach<rtnl_addr>(cache, [&addresses](rtnl_addr* address) {
+        const int family = ::rtnl_addr_get_family(address);
+        if (family == AF_INET || family == AF_INET6) {
+            addresses[::rtnl_addr_get_ifindex(address)].push_back(
+                {bytesOf(::rtnl_addr_get_local(address)), ::rtnl_addr_get_flags(address),
+                 static_cast<unsigned>(::rtnl_addr_get_scope(address))});
+        }
+    });
+    return addresses;
+}
+
+}  // namespace
+
+NetworkSnapshot CKernelNetwork::Take() {
+    const NetlinkSocket socket = openRouteSocket();
+    nl_cache* raw = nullptr;
+    requireNetlink(::rtnl_link_alloc_cache(socket.get(), AF_UNSPEC, &raw),
+                   "cannot read network interfaces");
+    const NetlinkCache cache(raw);
+    CSocketControl control;
+    std::map<int, NetworkInterface> byIndex;
+    forEach<rtnl_link>(cache, [&](rtnl_link* link) {
+        byIndex.emplace(::rtnl_link_get_ifindex(link), interfaceOf(link, control));
+    });
+    const AddressesByIndex addresses = readAddresses(socket);
+    NetworkSnapshot snapshot;
+    for (auto& [index, interface] : byIndex) {
+        if (const auto found = addresses.find(index); found != addresses.end()) {
+            interface.addresses = tellableAddresses(found->second);
+        }
+        snapshot.push_back(std::move(interface));
+    }
+    return snapshot;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,15 @@
+#include "host/output/adapter_report.h"
+
+namespace em_pni {
+
+std::vector<AdapterReport> reportAdapters(const std::vector<CSystemAdapter>& adapters) {
+    std::vector<AdapterReport> reports;
+    reports.reserve(adapters.size());
+    for (const CSystemAdapter& adapter : adapters) {
+        reports.push_back(
+            {adapter.Facts(), adapter.ClassName(), adapter.IsInfinibandAdapter(), adapter.Names()});
+    }
+    return reports;
+}
+
+}  // namespace em_pni
