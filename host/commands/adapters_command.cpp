@@ -1,6 +1,5 @@
-#include "host/commands/adapters_command.h"
-
 #include "devscan/scan.h"
+#include "host/commands/commands.h"
 #include "host/output/adapter_report.h"
 
 namespace em_pni {
@@ -9,14 +8,14 @@ int listAdapters(const AdaptersOptions& options, CConsole& console) {
     CMachine machine;
     const auto found = ScanSystemAdapters(machine);
     if (!found) {
-        console.Error("the PCI functions of this machine cannot be read");
+        console.Error("cannot read the PCI functions of this machine");
         return exitFailed;
     }
     const std::vector<AdapterReport> adapters = reportAdapters(*found);
     if (options.json) {
         console.Line(adapterJson(adapters));
     } else if (adapters.empty()) {
-        console.Line("no network or Fibre Channel adapters");
+        console.Line("no network or Fibre Channel adapters found");
     } else {
         console.Text(adapterTree(adapters));
     }

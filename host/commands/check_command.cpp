@@ -1,10 +1,9 @@
-#include "host/commands/check_command.h"
-
 #include <algorithm>
 #include <cstdint>
 
 #include "frudata/pni_fru.h"
-#include "host/machine/fru_image.h"
+#include "host/commands/commands.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 

@@ -5,8 +5,7 @@
 
 namespace em_pni {
 
-// The whole program: 0 done, 1 the outcome is bad, 2 bad use or something that cannot be used.
-// Nothing is thrown.
+// Runs the whole program and returns its ExitCode. Throws nothing.
 int pniHost(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) noexcept;
 
 }  // namespace em_pni

@@ -1,15 +1,15 @@
-#include "host/commands/create_command.h"
-
 #include <cerrno>
 #include <exception>
 #include <filesystem>
 #include <string_view>
 
 #include "adapters/local_pni_adapter_handle.h"
-#include "host/commands/direct_connection.h"
+#include "host/commands/commands.h"
 #include "host/events/event_socket.h"
-#include "host/machine/fru_image.h"
 #include "host/machine/kernel_network.h"
+#include "host/output/host_error.h"
+#include "host/session/played_host.h"
+#include "module/krcp_connection.h"
 #include "platform/file.h"
 
 namespace em_pni {
@@ -27,13 +27,13 @@ void requireReplaceable(const CreateOptions& options) {
         return;
     }
     if (!options.force) {
-        throw CHostError(options.file + ": exists already, --force replaces it");
+        throw CHostError(options.file + ": the file exists; use --force to replace it");
     }
-    static_cast<void>(readFruFile(options.file, options.file));  // no device, no folder
+    static_cast<void>(readFruFile(options.file, options.file));  // refuses a device and a folder
     requireNoRunningHost(CFruImage(options.file));
 }
 
-// A link stays and its target is replaced.
+// Keeps a symbolic link and replaces its target.
 void writeImage(const std::string& path, const std::vector<std::uint8_t>& image) {
     if (isThere(path)) {
         CFruImage(path).Replace(image);
@@ -44,6 +44,19 @@ void writeImage(const std::string& path, const std::vector<std::uint8_t>& image)
         throw CHostError(systemErrorText(path, errno));
     }
 }
+
+// Answers questions about the network of the machine in this process.
+class CDirectConnection final : public CKrcpConnection {
+  public:
+    explicit CDirectConnection(CNetworkAnswers& network) : host_(nullptr, network) {}
+
+    std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override {
+        return host_.SendRequest(nullptr, message, timeoutMs);
+    }
+
+  private:
+    CPlayedHost host_;
+};
 
 std::vector<ModuleStream> localModules(CConsole& console) {
     CKernelNetwork kernel;
@@ -69,11 +82,11 @@ int createImage(const CreateOptions& options, CConsole& console) {
     try {
         modules = localModules(console);
     } catch (const std::exception& error) {
-        console.Error(std::string("the adapters of this machine cannot be read: ") + error.what());
+        console.Error(std::string("cannot read the adapters of this machine: ") + error.what());
         return exitFailed;
     }
     if (modules.empty()) {
-        console.Error("this machine has no adapters for a record, nothing is written");
+        console.Error("this machine has no adapters; no image is written");
         return exitFailed;
     }
     const std::size_t count = modules.size();

@@ -1,12 +1,12 @@
-#include "host/commands/event_command.h"
-
+#include "host/commands/commands.h"
 #include "host/events/event_socket.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
 int sendEvent(const EventOptions& options, CConsole& console) {
     if (!deliverEvent(CFruImage(options.file), options.event)) {
-        throw CHostError(options.file + ": no pni-host run is at work on it");
+        throw CHostError(options.file + ": no pni-host run is using it");
     }
     console.Line("sent: " + textOf(options.event));
     return exitDone;

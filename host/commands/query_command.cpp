@@ -1,5 +1,4 @@
-#include "host/commands/query_command.h"
-
+#include "host/commands/commands.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/inventory_text.h"
 #include "host/output/inventory_tree.h"
@@ -26,12 +25,12 @@ class CQueryReport final : public CIFruListener {
 
 int queryFile(const QueryOptions& options, CConsole& console) {
     const CFruImage image(options.file);
-    static_cast<void>(image.Read());  // a file of no use is told before the module is troubled
+    static_cast<void>(image.Read());  // reports a bad file before the module is loaded
     CQueryReport report(console);
     CFruController controller(image, report, CFruController::Access::readOnly);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(controller, network);
+    CPlayedHost host(&controller, network);
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CModuleSession session(library, host);
     session.Start();
@@ -41,9 +40,9 @@ int queryFile(const QueryOptions& options, CConsole& console) {
     session.Stop();
     const bool deleted = session.Delete();
     if (!deleted) {
-        console.Error(library.Path() + ": the module could not be deleted");
+        console.Error(library.Path() + ": the module reports a failure at its end");
     }
-    // The document may refer to texts inside the library, which is still loaded.
+    // The document may refer to texts in the library: the library must still be loaded.
     const rapidjson::Value* const inventory = findInventory(request);
     if (inventory == nullptr) {
         console.Error(options.file + ": the module answers " + answerText(request));

@@ -1,10 +1,9 @@
-#include "host/commands/run_command.h"
-
 #include <atomic>
 #include <memory>
 #include <utility>
 #include <variant>
 
+#include "host/commands/commands.h"
 #include "host/events/device_watch.h"
 #include "host/events/event_socket.h"
 #include "host/events/network_watch.h"
@@ -12,7 +11,6 @@
 #include "host/machine/kernel_network.h"
 #include "host/output/inventory_diff.h"
 #include "host/output/inventory_text.h"
-#include "host/session/cycle_setting.h"
 #include "host/session/inventory_request.h"
 #include "host/session/module_session.h"
 #include "host/session/played_host.h"
@@ -20,6 +18,8 @@
 namespace em_pni {
 
 namespace {
+
+constexpr std::uint32_t onlyAfterEvents = 4294967295U;  // a cycle time
 
 class CRunReport final : public CIFruListener {
   public:
@@ -50,8 +50,8 @@ class CRunReport final : public CIFruListener {
     std::atomic<bool> writeFailed_{false};
 };
 
-// Asks the module for its inventory time and again and tells what has changed since the last time.
-// The answers may refer to texts inside the module's library, which must outlive this.
+// Asks the module for its inventory and prints what has changed since the last time. The answers
+// may refer to texts in the module's library, which must outlive this.
 class CInventoryWatch {
   public:
     CInventoryWatch(CModuleSession& session, CConsole& console)
@@ -63,7 +63,7 @@ class CInventoryWatch {
         const rapidjson::Value* const inventory = findInventory(*now);
         valid_ = inventory != nullptr;
         if (!valid_) {
-            Complain("the module holds no inventory: " + answerText(*now));
+            Complain("the module has no inventory: " + answerText(*now));
             return;
         }
         if (last_ != nullptr) {
@@ -80,7 +80,7 @@ class CInventoryWatch {
     [[nodiscard]] bool Changed() const noexcept { return changed_; }
 
   private:
-    // Once for as long as it is the same.
+    // Prints a repeated error only once.
     void Complain(const std::string& text) {
         if (text != complaint_) {
             console_.Error(text);
@@ -90,28 +90,25 @@ class CInventoryWatch {
 
     CModuleSession& session_;
     CConsole& console_;
-    std::unique_ptr<CKrcpMessage> last_;  // holds an inventory; null until there has been one
+    std::unique_ptr<CKrcpMessage> last_;  // has an inventory; null before the first one
     std::string complaint_;
     bool valid_ = false;
     bool changed_ = false;
 };
 
-void start(CModuleSession& session, const RunOptions& options) {
-    std::optional<std::uint32_t> cycle = options.cycle;
-    if (options.once && !cycle) {
-        cycle = CCycleSetting::onlyOnEvents;
+// The text of a configuration file; empty = the module looks for its file.
+std::string moduleConfig(const RunOptions& options) {
+    if (!options.cycle && !options.once) {
+        return "";
     }
-    std::optional<CCycleSetting> setting;
-    if (cycle) {
-        setting.emplace(*cycle);
-    }
-    session.Start();
+    return "[EM_PNI]\nFruUpdateCycle=" + std::to_string(options.cycle.value_or(onlyAfterEvents)) +
+           "\n";
 }
 
-void tell(const EventReport& report, CModuleSession& session, CConsole& console) {
-    const std::string origin = report.origin.empty() ? "" : " (" + printable(report.origin) + ")";
-    console.Line("event: " + textOf(report.event) + origin);
-    if (auto message = messageOf(report.event)) {
+void deliver(const EventReport& event, CModuleSession& session, CConsole& console) {
+    const std::string origin = event.origin.empty() ? "" : " (" + printable(event.origin) + ")";
+    console.Line("event: " + textOf(event.event) + origin);
+    if (auto message = messageOf(event.event)) {
         session.Report(*message);
     } else {
         session.AnnounceShutdown();
@@ -122,13 +119,13 @@ void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& 
                 CConsole& console) {
     waiter.Add(std::make_unique<CEventSocket>(image, console));
     if (options.watch) {
-        // In this order: a pulled card takes its addresses along, and one cycle is to see both.
+        // Device events come first: one cycle then sees that a card and its addresses are gone.
         waiter.Add(std::make_unique<CDeviceWatch>());
         waiter.Add(std::make_unique<CNetworkWatch>());
     }
 }
 
-// Until the program is told to stop.
+// Runs until a signal ends it.
 void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, CConsole& console) {
     for (;;) {
         const CRunWaiter::Occasion occasion = waiter.Wait();
@@ -136,7 +133,7 @@ void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, 
             return;
         }
         if (const auto* const event = std::get_if<EventReport>(&occasion)) {
-            tell(*event, session, console);
+            deliver(*event, session, console);
         } else {
             watch.Look();
         }
@@ -148,7 +145,7 @@ void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, 
 int runModule(const RunOptions& options, CConsole& console) {
     CRunWaiter waiter;
     const CFruImage image(options.file);
-    static_cast<void>(image.Read());  // what cannot work is told before the module is troubled
+    static_cast<void>(image.Read());  // reports a bad file before the module is loaded
     image.RequireWritableFolder();
     if (options.once) {
         requireNoRunningHost(image);
@@ -159,10 +156,10 @@ int runModule(const RunOptions& options, CConsole& console) {
     CFruController controller(image, report, CFruController::Access::readWrite, options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(controller, network);
+    CPlayedHost host(&controller, network, moduleConfig(options));
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CModuleSession session(library, host);
-    start(session, options);
+    session.Start();
     console.Line("started: " + session.Description());
 
     CInventoryWatch watch(session, console);
@@ -170,22 +167,22 @@ int runModule(const RunOptions& options, CConsole& console) {
     session.SwitchStarted();
     if (!options.once) {
         serve(session, waiter, watch, console);
-        session.AnnounceShutdown();  // not after the only cycle, which is to write
+        session.AnnounceShutdown();  // with --once the only cycle must write
     }
     session.Stop();
     const unsigned writesSeen = report.Writes();
-    watch.Look();  // the last cycle may have ended after the last wait
+    watch.Look();  // the last cycle may have ended after the last Wait
     const bool deleted = session.Delete();
     if (report.Writes() != writesSeen) {
-        // Stop waits five seconds for a cycle under way, Delete until it has ended.
-        console.Line("changed: more than is told here, the last cycle ended after the last look");
+        // Stop waits five seconds for a running cycle, Delete waits until it has ended.
+        console.Line("changed: the last cycle made more changes, which are not listed");
     } else if (options.once && watch.Valid() && !watch.Changed()) {
         console.Line("unchanged");
     }
     if (deleted) {
         console.Line("stopped");
     } else {
-        console.Error(library.Path() + ": the module could not be deleted");
+        console.Error(library.Path() + ": the module reports a failure at its end");
     }
     return deleted && watch.Valid() && !report.WriteFailed() ? exitDone : exitFailed;
 }

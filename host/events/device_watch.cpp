@@ -5,7 +5,7 @@
 #include <libudev.h>
 #include <string>
 
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
@@ -17,10 +17,14 @@ constexpr const char* netSubsystem = "net";
 // Throws when the result of a libudev call is a negative errno.
 void requireWatch(int result) {
     if (result < 0) {
-        throw CHostError(
-            systemErrorText("cannot watch the devices, --no-watch goes without", std::abs(result)));
+        throw CHostError(systemErrorText("cannot watch the devices; use --no-watch to run without",
+                                         std::abs(result)));
     }
 }
+
+struct FreeDevice {
+    void operator()(udev_device* device) const noexcept { ::udev_device_unref(device); }
+};
 
 std::string_view viewOf(const char* text) noexcept {
     return text != nullptr ? text : std::string_view();
@@ -51,6 +55,14 @@ std::optional<HostEvent> deviceEventOf(std::string_view subsystem, std::string_v
     return std::nullopt;
 }
 
+void CDeviceWatch::Free::operator()(udev* context) const noexcept {
+    ::udev_unref(context);
+}
+
+void CDeviceWatch::Free::operator()(udev_monitor* monitor) const noexcept {
+    ::udev_monitor_unref(monitor);
+}
+
 CDeviceWatch::CDeviceWatch() : udev_(::udev_new()) {
     if (udev_) {
         monitor_.reset(::udev_monitor_new_from_netlink(udev_.get(), "kernel"));
@@ -70,15 +82,16 @@ int CDeviceWatch::Descriptor() const noexcept {
 void CDeviceWatch::Take(Clock::time_point now) {
     for (;;) {
         errno = 0;
-        const UdevDevice device(::udev_monitor_receive_device(monitor_.get()));
+        const std::unique_ptr<udev_device, FreeDevice> device(
+            ::udev_monitor_receive_device(monitor_.get()));
         if (device) {
             Note(device.get(), now);
         } else if (errno == ENOBUFS) {
-            // The kernel had to drop some, and nobody knows what they were.
+            // The kernel dropped events, of any kind.
             bursts_.Note(HostEvent::deviceAdded, "events lost", now);
             bursts_.Note(HostEvent::deviceRemoved, "events lost", now);
         } else {
-            return;  // no more, or a message that says nothing of a device: it has been taken
+            return;  // the queue is empty, or libudev has dropped a message that is not a device
         }
     }
 }

@@ -1,23 +1,29 @@
-// Hears from the kernel when PCI functions and their network interfaces come, change and go.
+// Listens to the kernel for PCI functions and network interfaces that are added, changed or
+// removed.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string_view>
 
 #include "host/events/event_burst.h"
-#include "host/events/udev.h"
+
+struct udev;
+struct udev_device;
+struct udev_monitor;
 
 namespace em_pni {
 
-// What an action of the kernel on the device at `path` (below /sys) is for the module; nothing when
-// it is none of an adapter: bridges, tunnels and the like stand below /devices/virtual.
+// The event for an action of the kernel on the device at `path` (below /sys). No value for a device
+// that is not an adapter: bridges, tunnels and other virtual interfaces stand below
+// /devices/virtual.
 std::optional<HostEvent> deviceEventOf(std::string_view subsystem, std::string_view action,
                                        std::string_view path) noexcept;
 
-// Listens to the kernel itself: no udev daemon need run.
+// Needs no udev daemon.
 class CDeviceWatch final : public CIEventSource {
   public:
-    // Everything from here on is heard. Throws a CHostError.
+    // Events are collected from now on. Throws a CHostError.
     CDeviceWatch();
 
     [[nodiscard]] int Descriptor() const noexcept override;
@@ -30,10 +36,15 @@ class CDeviceWatch final : public CIEventSource {
     }
 
   private:
+    struct Free {
+        void operator()(udev* context) const noexcept;
+        void operator()(udev_monitor* monitor) const noexcept;
+    };
+
     void Note(udev_device* device, Clock::time_point now);
 
-    Udev udev_;
-    UdevMonitor monitor_;
+    std::unique_ptr<udev, Free> udev_;
+    std::unique_ptr<udev_monitor, Free> monitor_;
     CEventBursts bursts_;
 };
 

@@ -4,7 +4,7 @@ namespace em_pni {
 
 namespace {
 
-constexpr std::size_t namesTold = 4;
+constexpr std::size_t maxNames = 4;  // in one report
 
 }  // namespace
 
@@ -13,7 +13,7 @@ void CEventBursts::Note(HostEvent event, const std::string& name, TimePoint now)
         end_ = now + length;
     }
     Names& names = events_[event];
-    if (!name.empty() && names.all.insert(name).second && names.first.size() < namesTold) {
+    if (!name.empty() && names.all.insert(name).second && names.first.size() < maxNames) {
         names.first.push_back(name);
     }
 }

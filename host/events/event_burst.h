@@ -1,4 +1,4 @@
-// Makes one event of the many that the kernel reports about one thing.
+// Makes one event of the many that the kernel reports about one card.
 #pragma once
 
 #include <chrono>
@@ -10,34 +10,34 @@
 #include <string>
 #include <vector>
 
-#include "host/events/event_source.h"
+#include "host/events/host_event.h"
 
 namespace em_pni {
 
-// All events in the half second from the first one on are reported at its end, those of a kind as
-// one. Removals come first: whatever the module hears of, it looks at the whole machine, and of a
-// card on its way out it would at first only see that the addresses have gone.
+// Collects events for half a second from the first one on and then reports one event of each kind.
+// Removals come first: the module scans the whole machine for each event, and in a scan before the
+// removal a pulled card would still be there, without its addresses.
 class CEventBursts {
   public:
     using TimePoint = CIEventSource::Clock::time_point;
     static constexpr std::chrono::milliseconds length{500};
 
-    // `name` is what it happened to, for the report; may be empty.
+    // `name` is the device, for the report; may be empty.
     void Note(HostEvent event, const std::string& name, TimePoint now);
-    // When the burst ends, nothing without any.
+    // The end of the burst; no value when there is no burst.
     [[nodiscard]] std::optional<TimePoint> DueAt() const;
-    // The next event of the burst, once that has ended.
+    // The next event of a burst that has ended; no value when there is none.
     std::optional<EventReport> TakeDue(TimePoint now);
 
   private:
     struct Names {
         std::set<std::string> all;
-        std::vector<std::string> first;  // the few that the report tells, as they came
+        std::vector<std::string> first;  // those that the report names, in order of arrival
     };
 
     static std::string OriginOf(const Names& names);
 
-    TimePoint end_;                                      // of the burst, while there is one
+    TimePoint end_;                                      // of the burst, when there is one
     std::map<HostEvent, Names, std::greater<>> events_;  // removed, changed, added
 };
 

@@ -13,23 +13,24 @@
 #include <thread>
 #include <unistd.h>
 
-#include "host/output/adapter_text.h"
+#include "host/output/host_error.h"
 #include "host/output/inventory_text.h"
 
 namespace em_pni {
 
 namespace {
 
-// The name under which a socket is made before it gets its own, by the holder of the folder's lock.
+// The name of a new socket before it gets its own name. Only the holder of the folder's lock uses
+// it.
 constexpr const char* firstName = ".pni-host.events";
 constexpr std::size_t longestMessage = 32;
-constexpr timeval patience{.tv_sec = 2, .tv_usec = 0};  // with a host that takes nothing
+constexpr timeval patience{.tv_sec = 2, .tv_usec = 0};  // with a host that does not read
 
 [[noreturn]] void fail(const EventPlace& place, const char* what) {
     throw CHostError(systemErrorText(place.image + ": " + what, errno));
 }
 
-// A socket's address for what `descriptor` stands for and, behind it, `below` that.
+// The address of a socket: the file of `descriptor`, or `below` in that folder.
 sockaddr_un addressOf(int descriptor, const std::string& below = "") {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -45,12 +46,12 @@ const sockaddr* generic(const sockaddr_un& address) {
 CFileDescriptor makeSocket(const EventPlace& place) {
     CFileDescriptor made(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!made) {
-        fail(place, "no socket for events");
+        fail(place, "cannot create an event socket");
     }
     return made;
 }
 
-// A socket connected to the running host's; none when nobody listens.
+// A socket that is connected to the running host; an empty descriptor when there is no host.
 CFileDescriptor connectTo(const EventPlace& place) {
     const CFileDescriptor file(
         ::openat(place.folder.Get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
@@ -58,7 +59,7 @@ CFileDescriptor connectTo(const EventPlace& place) {
         if (errno == ENOENT) {
             return CFileDescriptor();
         }
-        fail(place, "its socket for events");
+        fail(place, "cannot open its event socket");
     }
     CFileDescriptor connected = makeSocket(place);
     const sockaddr_un address = addressOf(file.Get());
@@ -66,24 +67,24 @@ CFileDescriptor connectTo(const EventPlace& place) {
         if (errno == ECONNREFUSED) {
             return CFileDescriptor();
         }
-        fail(place, "its socket for events");
+        fail(place, "cannot open its event socket");
     }
     return connected;
 }
 
-// Alone among the hosts that take or replace a socket in this folder, until this goes.
+// Keeps other hosts from creating or replacing a socket in this folder.
 class CFolderLock {
   public:
     explicit CFolderLock(const EventPlace& place)
         : folder_(::open(place.folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
         if (!folder_) {
-            fail(place, "its folder cannot be locked");
+            fail(place, "cannot lock its folder");
         }
-        // Not waited for without end: whoever may read the folder can hold this lock.
+        // With a time-out: every user who may read the folder can hold this lock.
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (::flock(folder_.Get(), LOCK_EX | LOCK_NB) != 0) {
             if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end) {
-                fail(place, "its folder cannot be locked");
+                fail(place, "cannot lock its folder");
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
@@ -103,16 +104,17 @@ struct stat statusOf(const EventPlace& place) {
 
 void requireNobodyListens(const EventPlace& place) {
     if (connectTo(place)) {
-        throw CHostError(place.image + ": another pni-host run is at work on it");
+        throw CHostError(place.image + ": another pni-host run is using it");
     }
 }
 
-// What stands there is nothing or the socket of a dead host; throws otherwise.
+// Throws unless the socket's name is free or is the socket of a host that has ended.
 void requireUnused(const EventPlace& place) {
     requireNobodyListens(place);
     const mode_t mode = statusOf(place).st_mode;
     if (mode != 0 && !S_ISSOCK(mode)) {
-        throw CHostError(place.image + ": " + place.folderPath + place.name + " is in the way");
+        throw CHostError(place.image + ": " + place.folderPath + place.name +
+                         " exists and is not a socket");
     }
 }
 
@@ -125,7 +127,7 @@ EventPlace::EventPlace(const CFruImage& fruImage) : image(fruImage.Name()) {
     name = path.substr(nameAt) + ".events";
     folder = CFileDescriptor(::open(folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
-        fail(*this, "its folder");
+        fail(*this, "cannot open its folder");
     }
 }
 
@@ -134,18 +136,18 @@ CEventSocket::CEventSocket(const CFruImage& image, CConsole& console)
     const CFolderLock lock(place_);
     requireUnused(place_);
     const int folder = place_.folder.Get();
-    // The mode that the socket has here is the most that its file gets.
+    // The file gets at most the mode that the socket has before bind.
     const sockaddr_un address = addressOf(folder, std::string("/") + firstName);
     ::unlinkat(folder, firstName, 0);
     if (::fchmod(socket_.Get(), S_IRUSR | S_IWUSR) != 0 ||
         ::bind(socket_.Get(), generic(address), sizeof address) != 0) {
-        fail(place_, "no socket for events can be made in its folder");
+        fail(place_, "cannot create an event socket in its folder");
     }
     if (::renameat(folder, firstName, folder, place_.name.c_str()) != 0) {
         const int error = errno;
         ::unlinkat(folder, firstName, 0);
         errno = error;
-        fail(place_, "no socket for events can be made beside it");
+        fail(place_, "cannot name its event socket");
     }
     const struct stat status = statusOf(place_);
     device_ = status.st_dev;
@@ -170,7 +172,7 @@ void CEventSocket::Take(Clock::time_point now) {
     taken_ = length == text.size() ? hostEventOf(text) : std::nullopt;
     takenAt_ = now;
     if (!taken_) {
-        console_.Error("an unknown event is ignored: \"" + printable(validUtf8(text)) + "\"");
+        console_.Error("unknown event ignored: \"" + printable(validUtf8(text)) + "\"");
     }
 }
 
@@ -197,12 +199,12 @@ bool deliverEvent(const CFruImage& image, HostEvent event) {
     const std::string_view word = wordOf(event);
     if (::send(connected.Get(), word.data(), word.size(), MSG_NOSIGNAL) < 0) {
         if (errno == ECONNREFUSED) {
-            return false;  // it has just ended
+            return false;  // the host has just ended
         }
         if (errno == EAGAIN) {
-            throw CHostError(place.image + ": its pni-host run takes no events");
+            throw CHostError(place.image + ": its pni-host run does not read events");
         }
-        fail(place, "the event cannot be sent");
+        fail(place, "cannot send the event");
     }
     return true;
 }

@@ -1,34 +1,34 @@
-// The way by which `pni-host event` reaches the running host of an image: a datagram socket beside
-// the image, named like it with ".events" behind and open to its owner alone. A message is the word
-// of an event.
+// The socket through which `pni-host event` reaches the running host of an image: a datagram socket
+// "<image>.events" in the folder of the image, with access for its owner only. A message is the
+// word of an event.
 #pragma once
 
 #include <string>
 #include <sys/types.h>
 
-#include "host/events/event_source.h"
+#include "host/events/host_event.h"
 #include "host/machine/fru_image.h"
 #include "host/output/console.h"
 #include "platform/file.h"
 
 namespace em_pni {
 
-// Where the socket of an image stands.
+// The place of the socket of an image.
 struct EventPlace {
     // Throws a CHostError when the folder cannot be opened.
     explicit EventPlace(const CFruImage& image);
 
-    std::string image;       // as the user calls it
-    std::string folderPath;  // of the image, links resolved
+    std::string image;       // as the user gave it
+    std::string folderPath;  // of the image, without symbolic links
     std::string name;        // of the socket in that folder
-    CFileDescriptor folder;  // to go through: a path may be longer than a socket's address
+    CFileDescriptor folder;  // open: a path may be longer than the address of a socket
 };
 
-// The running host's end.
+// The end of the running host.
 class CEventSocket final : public CIEventSource {
   public:
-    // Throws a CHostError when another host is at work on the image, also in another process. The
-    // socket that a killed one has left is replaced. The console must outlive this.
+    // Throws a CHostError when another host is using the image, also in another process. Replaces
+    // the socket of a killed host. The console must outlive this.
     CEventSocket(const CFruImage& image, CConsole& console);
     // Removes the socket.
     ~CEventSocket() override;
@@ -46,17 +46,17 @@ class CEventSocket final : public CIEventSource {
     EventPlace place_;
     CConsole& console_;
     CFileDescriptor socket_;
-    dev_t device_ = 0;  // of the socket's file, as the next: what is removed is our own
+    dev_t device_ = 0;  // device_ and inode_ identify the socket file that this made
     ino_t inode_ = 0;
     std::optional<HostEvent> taken_;  // between Take and NextReport
     Clock::time_point takenAt_;
 };
 
-// Throws a CHostError when a host is at work on the image.
+// Throws a CHostError when a host is using the image.
 void requireNoRunningHost(const CFruImage& image);
 
-// True when the running host of the image has got the event, false when none is at work on it.
-// Throws a CHostError when it cannot be reached.
+// Sends the event to the running host of the image. False when there is none. Throws a CHostError
+// when the host cannot be reached.
 bool deliverEvent(const CFruImage& image, HostEvent event);
 
 }  // namespace em_pni

@@ -12,8 +12,8 @@ namespace {
 struct EventFacts {
     std::string_view word;
     std::string_view text;
-    std::optional<krcp::Opcode> opcode;  // none = a notification
-    std::optional<std::int64_t> action;  // its "DA"
+    std::optional<krcp::Opcode> opcode;  // no value = a notification
+    std::optional<std::int64_t> action;  // the member "DA"
 };
 
 // In the order of HostEvent.
@@ -30,6 +30,14 @@ const EventFacts& factsOf(HostEvent event) noexcept {
 }
 
 }  // namespace
+
+std::vector<std::string> hostEventWords() {
+    std::vector<std::string> words;
+    for (const EventFacts& facts : allFacts) {
+        words.emplace_back(facts.word);
+    }
+    return words;
+}
 
 std::optional<HostEvent> hostEventOf(std::string_view word) noexcept {
     const auto found = std::find_if(allFacts.begin(), allFacts.end(),

@@ -5,13 +5,13 @@
 #include <netlink/socket.h>
 #include <sys/socket.h>
 
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
 namespace {
 
-constexpr const char* failure = "cannot watch the network, --no-watch goes without";
+constexpr const char* failure = "cannot watch the network; use --no-watch to run without";
 
 }  // namespace
 
@@ -34,7 +34,7 @@ void CNetworkWatch::Take(Clock::time_point now) {
 std::optional<EventReport> CNetworkWatch::NextReport(Clock::time_point now) {
     std::optional<EventReport> report = bursts_.TakeDue(now);
     if (report) {
-        TakeReports();  // what has come meanwhile is part of the burst
+        TakeReports();  // changes during the burst are part of it
     }
     return report;
 }
@@ -43,7 +43,7 @@ bool CNetworkWatch::TakeReports() {
     const int descriptor = ::nl_socket_get_fd(socket_.get());
     bool taken = false;
     for (;;) {
-        char start = 0;  // what the report says beyond that there is one is of no interest
+        char start = 0;  // only that there is a report counts, not its content
         const bool received = ::recv(descriptor, &start, sizeof start, MSG_DONTWAIT) >= 0;
         if (!received && errno == EAGAIN) {
             return taken;

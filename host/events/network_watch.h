@@ -1,21 +1,21 @@
-// Hears from the kernel when addresses or links of the machine change.
+// Listens to the kernel for changes of addresses and links.
 #pragma once
 
 #include "host/events/event_burst.h"
-#include "host/machine/netlink.h"
+#include "host/machine/kernel_network.h"
 
 namespace em_pni {
 
 class CNetworkWatch final : public CIEventSource {
   public:
-    // Everything from here on is heard. Throws a CHostError.
+    // Changes are collected from now on. Throws a CHostError.
     CNetworkWatch();
 
-    // Takes all reports there are, without waiting; false when there are none. Reports that the
-    // kernel had to drop count as well.
+    // Reads all reports of the kernel, without waiting. False when there are none. Reports that the
+    // kernel has dropped count, too.
     bool TakeReports();
 
-    // During a burst there is nothing to learn from the next change.
+    // -1 during a burst, which is one event whatever else comes.
     [[nodiscard]] int Descriptor() const noexcept override;
     void Take(Clock::time_point now) override;
     [[nodiscard]] std::optional<Clock::time_point> DueAt() const override {

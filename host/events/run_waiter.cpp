@@ -13,7 +13,7 @@
 #include <sys/signalfd.h>
 #include <utility>
 
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
@@ -29,7 +29,7 @@ CRunWaiter::CRunWaiter() : written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 }
 
 CRunWaiter::~CRunWaiter() {
-    sources_.clear();  // while no signal can end the program
+    sources_.clear();  // before a signal can end the program again
     const timespec now{};
     while (::sigtimedwait(&signals_, nullptr, &now) > 0) {
     }
@@ -41,7 +41,7 @@ void CRunWaiter::Add(std::unique_ptr<CIEventSource> source) {
 }
 
 void CRunWaiter::NotifyWritten() noexcept {
-    // Fails only when the count is at its limit, and then the waiter has been told often enough.
+    // Fails only when the count is at its limit; then the descriptor is readable anyway.
     [[maybe_unused]] const int result = ::eventfd_write(written_.Get(), 1);
 }
 
@@ -76,13 +76,13 @@ CRunWaiter::Occasion CRunWaiter::Wait() {
                 return *std::move(report);
             }
             if (source->DueAt()) {
-                break;  // the sources behind it wait
+                break;  // the later sources wait
             }
         }
     }
 }
 
-// In milliseconds until an event is due, as poll takes it.
+// The time-out of poll: milliseconds until an event is due, -1 = no event is due.
 int CRunWaiter::TimeLeft() const {
     for (const auto& source : sources_) {
         if (const auto due = source->DueAt()) {

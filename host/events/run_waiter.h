@@ -1,4 +1,4 @@
-// What the main thread of a running host sleeps on.
+// What the main thread of a running host waits for: signals, writes and events.
 #pragma once
 
 #include <csignal>
@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "host/events/event_source.h"
+#include "host/events/host_event.h"
 #include "platform/file.h"
 
 namespace em_pni {
@@ -17,20 +17,20 @@ class CRunWaiter {
     struct Written {};
     using Occasion = std::variant<Stop, Written, EventReport>;
 
-    // From here on SIGINT and SIGTERM only end Wait, provided that no other thread exists yet:
-    // threads made later inherit that they are blocked.
+    // Blocks SIGINT and SIGTERM, which then only end Wait. Create it before any other thread:
+    // threads inherit the blocked signals.
     CRunWaiter();
-    // Closes the sources and drops signals that came too late to be waited for.
+    // Closes the sources and drops pending signals.
     ~CRunWaiter();
     CRunWaiter(const CRunWaiter&) = delete;
     CRunWaiter& operator=(const CRunWaiter&) = delete;
 
-    // Wait reports its events, too.
+    // Wait also reports the events of this source.
     void Add(std::unique_ptr<CIEventSource> source);
-    // From any thread. Several before the next Wait count as one.
+    // Any thread may call. Several calls before the next Wait count as one.
     void NotifyWritten() noexcept;
-    // A stop is reported before a write, and a write before the events of the sources. While a
-    // source has one to come, those of the sources added later wait for it.
+    // A stop comes before a write, and a write before the events of the sources. While a source has
+    // an event that is not yet due, the events of the sources added later wait.
     Occasion Wait();
 
   private:

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
@@ -39,13 +39,13 @@ std::uint32_t CFruController::WriteFru(const CKrcpMessage& message) {
     }
     std::vector<std::uint8_t> bytes;
     if (krcp::copyRawBytes(message, bytes) == 0) {
-        listener_.OnWriteFailed(image_.Name() + ": the record to write is no row of bytes");
+        listener_.OnWriteFailed(image_.Name() + ": the record to write is not an array of bytes");
         return krcp::INVALID_SET_VALUE;
     }
     if (bytes.size() > capacity_) {
-        listener_.OnWriteFailed(image_.Name() + ": the record to write is too long, " +
-                                std::to_string(bytes.size()) + " bytes where the controller has " +
-                                std::to_string(capacity_));
+        listener_.OnWriteFailed(
+            image_.Name() + ": the record to write has " + std::to_string(bytes.size()) +
+            " bytes, but the controller takes only " + std::to_string(capacity_));
         return krcp::SET_STRING_TOOLONG;
     }
     try {

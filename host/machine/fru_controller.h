@@ -1,4 +1,4 @@
-// Plays the management controller: answers requests for the FRU data from an image file.
+// The played management controller: answers requests for the FRU data from an image file.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,8 @@
 
 namespace em_pni {
 
-// Told of everything the controller does, in the order of doing, from whichever thread asked for
-// it. Must not call into the module, which is waiting for the answer.
+// Learns what the controller does, in that order, in the thread that sends the request. Must not
+// call the module, which waits for the answer.
 class CIFruListener {
   public:
     virtual void OnRead(std::size_t bytes) = 0;
@@ -29,22 +29,22 @@ class CFruController {
   public:
     enum class Access { readOnly, readWrite };
 
-    // Both must outlive the controller. With readOnly a write is answered OBJ_WRITE_PROTECT, and
-    // the listener hears nothing of it. A record of more than `capacity` bytes cannot be written.
+    // Both must outlive the controller. With readOnly, the answer to a write is OBJ_WRITE_PROTECT
+    // and the listener is not called. A record of more than `capacity` bytes is refused.
     CFruController(const CFruImage& image, CIFruListener& listener, Access access,
                    std::size_t capacity = CFruImage::maxSize)
         : image_(image), listener_(listener), access_(access), capacity_(capacity) {}
 
-    // Writes the data of the answer and returns its status; nothing for a command that is not about
-    // the FRU data. Any thread may ask.
+    // Writes the data of the answer and returns its status. Returns no value for a command that is
+    // not about the FRU data. Any thread may call.
     std::optional<std::uint32_t> Answer(CKrcpMessage& message);
 
   private:
-    // Each returns the status of its answer.
+    // Each returns the status of the answer.
     std::uint32_t ReadFru(CKrcpMessage& message) PNI_REQUIRES(lock_);
     std::uint32_t WriteFru(const CKrcpMessage& message) PNI_REQUIRES(lock_);
 
-    CRecursiveLock lock_;  // a read never overlaps a write, and the listener hears them in order
+    CRecursiveLock lock_;  // one request at a time, its listener call included
     const CFruImage& image_ PNI_GUARDED_BY(lock_);
     CIFruListener& listener_ PNI_GUARDED_BY(lock_);
     const Access access_;

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <unistd.h>
 
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 #include "platform/file.h"
 
 namespace em_pni {
@@ -56,7 +56,7 @@ std::vector<std::uint8_t> CFruImage::Read() const {
 void CFruImage::Replace(std::span<const std::uint8_t> bytes) const {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (!replaceFile(path_, text)) {
-        throw CHostError(systemErrorText(name_ + ": cannot be replaced", errno));
+        throw CHostError(systemErrorText(name_ + ": cannot replace the file", errno));
     }
 }
 
@@ -64,7 +64,7 @@ void CFruImage::RequireWritableFolder() const {
     const std::string folder = path_.substr(0, path_.rfind('/') + 1);
     if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
         throw CHostError(
-            systemErrorText(name_ + ": no file can be made in its folder " + folder, errno));
+            systemErrorText(name_ + ": cannot create a file in its folder " + folder, errno));
     }
 }
 

@@ -10,7 +10,7 @@
 #include "frudata/layout.h"
 #include "frudata/pni_fru.h"
 #include "frudata/pni_fru_data.h"
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
@@ -27,15 +27,15 @@ constexpr std::size_t recordHeader = internalUseArea + InternalUseArea::size;
 constexpr std::size_t commonArea = recordHeader + RecordHeader::size;
 constexpr std::size_t firstModule = commonArea + CommonArea::size;
 constexpr std::size_t offsetUnit = 8;
-// The module keeps the length of an image in 16 bits.
+// The module stores the length of an image in 16 bits.
 constexpr std::size_t maxImage = std::numeric_limits<std::uint16_t>::max();
 constexpr std::size_t maxModules = std::numeric_limits<std::uint8_t>::max();
 
-// The ids given so far, without 0, which is for onboard modules.
+// The ids in use, without 0, which is for onboard modules.
 class CModuleIds {
   public:
-    // The first free id from the wanted one on, beginning again at 1 behind the last one; the
-    // wanted one when all are taken.
+    // The first free id from the wanted one on; after the last id the search continues at 1. The
+    // wanted id when all are in use.
     std::uint8_t Next(std::uint32_t slot) {
         constexpr std::size_t count = layout::moduleIdMask;
         const std::size_t wanted = std::max<std::size_t>(slot & layout::moduleIdMask, 1);
@@ -67,7 +67,7 @@ void putInOrder(std::vector<ModuleStream>& modules) {
     }
 }
 
-// Everything before the modules, without the checksums that depend on them.
+// The bytes before the modules, without the checksums that depend on the modules.
 Bytes imageHead(std::uint8_t version, std::size_t moduleCount, std::size_t moduleBytes) {
     Bytes head(firstModule);
     constexpr std::uint8_t fruFormatVersion = 1;
@@ -100,8 +100,8 @@ void requireRoom(std::size_t modules, std::size_t size, const ImageFormat& forma
                          " modules, " + std::to_string(size) + " bytes");
     }
     if (format.size && *format.size < size) {
-        throw CHostError("the record takes " + std::to_string(size) + " bytes, more than the " +
-                         std::to_string(*format.size) + " of the image");
+        throw CHostError("the record needs " + std::to_string(size) +
+                         " bytes, but the image has only " + std::to_string(*format.size));
     }
 }
 
@@ -124,7 +124,8 @@ std::vector<std::uint8_t> buildImage(std::vector<ModuleStream> modules, const Im
     image = data.GetImage();
     const std::uint32_t code = pniValidateFru(image.data(), image.size());
     if (code != PNI_SUCCESS) {
-        throw CHostError(std::string("the adapters make no valid record: ") + pniResultText(code));
+        throw CHostError(std::string("the record of the adapters is not valid: ") +
+                         pniResultText(code));
     }
     image.resize(format.size.value_or(image.size()));
     return image;

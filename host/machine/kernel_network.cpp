@@ -1,27 +1,34 @@
 #include "host/machine/kernel_network.h"
 
 #include <algorithm>
+#include <linux/if_addr.h>
+#include <linux/rtnetlink.h>
 #include <map>
-#include <memory>
 #include <netlink/addr.h>
 #include <netlink/cache.h>
+#include <netlink/errno.h>
+#include <netlink/netlink.h>
 #include <netlink/route/addr.h>
 #include <netlink/route/link.h>
+#include <netlink/socket.h>
+#include <new>
 
-#include "host/machine/ethernet_speed.h"
-#include "host/machine/kernel_facts.h"
-#include "host/machine/netlink.h"
+#include "host/machine/link_facts.h"
+#include "host/machine/link_speed.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
 namespace {
+
+constexpr std::size_t ipv6Length = 16;
 
 struct FreeCache {
     void operator()(nl_cache* cache) const noexcept { ::nl_cache_free(cache); }
 };
 using NetlinkCache = std::unique_ptr<nl_cache, FreeCache>;
 
-// Calls `visit` with each object of the cache in the kernel's order.
+// Calls `visit` with each object of the cache, in the order of the kernel.
 template <class Object, class Visit>
 void forEach(const NetlinkCache& cache, Visit visit) {
     for (nl_object* object = ::nl_cache_get_first(cache.get()); object != nullptr;
@@ -44,11 +51,16 @@ NetworkInterface interfaceOf(rtnl_link* link, CInterfaceControl& control) {
     interface.mac = bytesOf(::rtnl_link_get_addr(link));
     interface.type = interfaceTypeOf(::rtnl_link_get_arptype(link), interface.mac);
     if (const char* const name = ::rtnl_link_get_name(link); name != nullptr) {
-        interface.speed = ethernetSpeed(control, name);
+        interface.speed = linkSpeedOf(control, name);
     }
     return interface;
 }
 
+struct KernelAddress {
+    std::vector<std::uint8_t> bytes;
+    unsigned flags = 0;  // IFA_F_
+    unsigned scope = 0;  // RT_SCOPE_
+};
 using AddressesByIndex = std::map<int, std::vector<KernelAddress>>;
 
 AddressesByIndex readAddresses(const NetlinkSocket& socket) {
@@ -67,7 +79,49 @@ AddressesByIndex readAddresses(const NetlinkSocket& socket) {
     return addresses;
 }
 
+bool isTransient(const KernelAddress& address) noexcept {
+    // For IPv4 the bit of IFA_F_TEMPORARY marks a secondary address of a network.
+    const bool temporary =
+        address.bytes.size() == ipv6Length && (address.flags & IFA_F_TEMPORARY) != 0;
+    return temporary || (address.flags & IFA_F_PERMANENT) == 0;
+}
+
+// Leaves out addresses whose check for duplicates has not ended or has failed. Addresses that are
+// valid beyond the link come first; otherwise the order stays.
+std::vector<IpAddress> usableAddresses(const std::vector<KernelAddress>& addresses) {
+    std::vector<IpAddress> result;
+    for (const bool onLink : {false, true}) {
+        for (const KernelAddress& address : addresses) {
+            const bool usable = (address.flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
+            if (usable && (address.scope >= RT_SCOPE_LINK) == onLink) {
+                result.push_back({address.bytes, isTransient(address)});
+            }
+        }
+    }
+    return result;
+}
+
 }  // namespace
+
+void FreeNetlinkSocket::operator()(nl_sock* socket) const noexcept {
+    ::nl_socket_free(socket);
+}
+
+NetlinkSocket openRouteSocket() {
+    NetlinkSocket socket(::nl_socket_alloc());
+    if (!socket) {
+        throw std::bad_alloc();
+    }
+    requireNetlink(::nl_connect(socket.get(), NETLINK_ROUTE),
+                   "cannot ask the kernel about network interfaces");
+    return socket;
+}
+
+void requireNetlink(int result, const std::string& what) {
+    if (result < 0) {
+        throw CHostError(what + ": " + ::nl_geterror(result));
+    }
+}
 
 NetworkSnapshot CKernelNetwork::Take() {
     const NetlinkSocket socket = openRouteSocket();
@@ -84,7 +138,7 @@ NetworkSnapshot CKernelNetwork::Take() {
     NetworkSnapshot snapshot;
     for (auto& [index, interface] : byIndex) {
         if (const auto found = addresses.find(index); found != addresses.end()) {
-            interface.addresses = tellableAddresses(found->second);
+            interface.addresses = usableAddresses(found->second);
         }
         snapshot.push_back(std::move(interface));
     }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "host/output/host_error.h"
+
 namespace em_pni {
 
 namespace {
@@ -22,8 +24,8 @@ std::uint32_t answerBytes(CKrcpMessage& message, const std::vector<std::uint8_t>
     return krcp::setRawBytes(message, bytes) ? krcp::SUCCESS : krcp::INVALID_CMD;
 }
 
-// The address with this index among those of the kind, each counted once; empty when there are not
-// so many.
+// The address with this index among those of the kind, without duplicates; empty when there is no
+// such index.
 std::vector<std::uint8_t> findAddress(const NetworkInterface& interface, std::int64_t kind,
                                       std::uint32_t index) {
     std::vector<std::vector<std::uint8_t>> before;
@@ -64,14 +66,13 @@ bool isNetworkOpcode(std::int64_t opcode) noexcept {
     return std::find(std::begin(opcodes), std::end(opcodes), opcode) != std::end(opcodes);
 }
 
-}  // namespace
-
+// `message` has a network opcode.
 std::uint32_t answerNetworkRequest(const NetworkSnapshot& snapshot, CKrcpMessage& message) {
     const std::int64_t opcode = krcp::GetValue(message, message.index, "OC", 0);
     const std::int64_t extension = krcp::GetValue(message, message.index, "OE", 0);
     const std::int64_t object = krcp::GetValue(message, message.index, "OI", 0);
     const std::int64_t lastExtension = opcode == krcp::ipAddress ? krcp::transientAddress : 0;
-    if (!isNetworkOpcode(opcode) || extension < 0 || extension > lastExtension) {
+    if (extension < 0 || extension > lastExtension) {
         return krcp::INVALID_CMD;
     }
     if (opcode == krcp::interfaceCount) {
@@ -91,24 +92,26 @@ std::uint32_t answerNetworkRequest(const NetworkSnapshot& snapshot, CKrcpMessage
     return answerAbout(snapshot[number], opcode, message);
 }
 
+}  // namespace
+
 std::optional<std::uint32_t> CNetworkAnswers::Answer(CKrcpMessage& message) {
     const std::int64_t opcode = krcp::GetValue(message, message.index, "OC", 0);
     const CRecursiveLockGuard guard(lock_);
     if (opcode == krcp::clearNetworkSnapshot) {
         snapshot_.reset();
-        // Whoever asks wants some data as a sign.
+        // The module takes an answer without data as a failure.
         return answerNumber(message, 1);
     }
     if (!isNetworkOpcode(opcode)) {
         return std::nullopt;
     }
-    if (!Look()) {
+    if (!RequireSnapshot()) {
         return krcp::EXEC_FAILED;
     }
     return answerNetworkRequest(*snapshot_, message);
 }
 
-bool CNetworkAnswers::Look() {
+bool CNetworkAnswers::RequireSnapshot() {
     if (snapshot_) {
         return true;
     }

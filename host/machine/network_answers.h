@@ -1,4 +1,4 @@
-// Answers a module's questions about the machine's network interfaces.
+// Answers the requests of a module about the network interfaces of the machine.
 #pragma once
 
 #include <cstdint>
@@ -11,22 +11,22 @@
 
 namespace em_pni {
 
-// Writes the data of the answer and returns its status: INVALID_CMD for any other command,
-// INVALID_OBJ for an interface that is not there, NO_DATA for what it does not have.
-std::uint32_t answerNetworkRequest(const NetworkSnapshot& snapshot, CKrcpMessage& message);
-
-// Keeps the numbers of the interfaces, and all that is told of them, from the first question until
-// it is asked to drop them. Any thread may ask.
+// Takes a snapshot at the first request and answers from it until a request clears it: so the
+// numbers of the interfaces stay the same. Any thread may call.
 class CNetworkAnswers {
   public:
-    // Both must outlive this. The console is told when the view fails, once until it works again.
+    // Both must outlive this. When the view fails, the console gets one error until it works again.
     CNetworkAnswers(CINetworkView& view, CConsole& console) : view_(view), console_(console) {}
 
-    // As above, and nothing for a command that is not about the network.
+    // Writes the data of the answer and returns its status: INVALID_CMD for a bad request,
+    // INVALID_OBJ for an interface that does not exist, NO_DATA for a property that it does not
+    // have, EXEC_FAILED when the view fails. Returns no value for a command that is not about the
+    // network.
     std::optional<std::uint32_t> Answer(CKrcpMessage& message);
 
   private:
-    bool Look() PNI_REQUIRES(lock_);
+    // False when there is no snapshot and none can be taken.
+    bool RequireSnapshot() PNI_REQUIRES(lock_);
 
     CRecursiveLock lock_;
     CINetworkView& view_ PNI_GUARDED_BY(lock_);

@@ -1,4 +1,4 @@
-// The machine's network interfaces at one moment, as the host tells them to a module.
+// The network interfaces of the machine at one moment, as the host reports them to a module.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@ namespace em_pni {
 
 struct IpAddress {
     std::vector<std::uint8_t> bytes;  // network order; 4 bytes IPv4, 16 bytes IPv6
-    bool transient = false;           // given for a time, else one of the interface's own
+    bool transient = false;           // has a limited life, for example from DHCP
 
     friend bool operator==(const IpAddress&, const IpAddress&) = default;
 };
@@ -18,19 +18,19 @@ struct NetworkInterface {
     static constexpr std::uint32_t ethernet = 6;
     static constexpr std::uint32_t up = 1;
 
-    std::uint32_t type = 0;              // as in ifType of the interfaces MIB
-    std::uint32_t linkState = 0;         // as in its ifOperStatus
-    std::vector<std::uint8_t> mac;       // the current one; empty = the interface has none
+    std::uint32_t type = 0;              // ifType of the interfaces MIB
+    std::uint32_t linkState = 0;         // ifOperStatus of the interfaces MIB
+    std::vector<std::uint8_t> mac;       // the active one; empty = no address
     std::optional<std::uint64_t> speed;  // kbit/s
-    std::vector<IpAddress> addresses;    // in the order in which they are told
+    std::vector<IpAddress> addresses;    // in the order of the answers
 };
 
-// The position is the interface's number.
+// The position is the number of the interface.
 using NetworkSnapshot = std::vector<NetworkInterface>;
 
 class CINetworkView {
   public:
-    // Throws a CHostError when the machine does not tell.
+    // Throws a CHostError when the interfaces cannot be read.
     virtual NetworkSnapshot Take() = 0;
 
   protected:

@@ -3,7 +3,7 @@
 
 #include "frudata/address_text.h"
 #include "host/output/adapter_report.h"
-#include "host/output/adapter_text.h"
+#include "host/output/inventory_text.h"
 
 namespace em_pni {
 
@@ -43,6 +43,11 @@ class CMembers {
 
     rapidjson::PrettyWriter<rapidjson::StringBuffer>& writer_;
 };
+
+// Empty for 0, which no vendor and no device has.
+std::string knownIdText(std::uint16_t id) {
+    return id == 0 ? std::string() : idText(id);
+}
 
 template <class Address>
 std::string addressText(const std::optional<Address>& address, const char* separator) {

@@ -1,6 +1,7 @@
-// The machine's adapters for people and for programs.
+// The adapters of this machine as a tree for people and as JSON for programs.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,19 +11,21 @@ namespace em_pni {
 
 struct AdapterReport {
     AdapterFacts facts;
-    std::string className;  // empty for unknown ones
+    std::string className;  // empty = unknown
     bool infiniband = false;
     AdapterNames names;
 };
 
-// Looks names up, which may run lspci.
+// Looks up the names, which may run lspci.
 std::vector<AdapterReport> reportAdapters(const std::vector<CSystemAdapter>& adapters);
 
-// A tree of at most 100 columns, words of names longer than that aside. What is not known is left
-// out.
+// Lines of at most 100 columns; only a longer word exceeds them. Leaves out what is not known.
 std::string adapterTree(const std::vector<AdapterReport>& adapters);
 
-// An array of objects that all have the same members; what is not known is null.
+// An array of objects with the same members; null = not known.
 std::string adapterJson(const std::vector<AdapterReport>& adapters);
+
+// A PCI id as four hexadecimal digits.
+std::string idText(std::uint16_t id);
 
 }  // namespace em_pni

@@ -1,6 +1,7 @@
+#include <algorithm>
+
 #include "frudata/address_text.h"
 #include "host/output/adapter_report.h"
-#include "host/output/adapter_text.h"
 #include "host/output/inventory_text.h"
 
 namespace em_pni {
@@ -10,19 +11,45 @@ namespace {
 constexpr std::size_t columns = 100;
 constexpr std::size_t labelWidth = 12;
 
-// The aligned lines under one adapter.
+std::size_t characterCount(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
+// Breaks `text` at blanks into lines of at most `width` characters. A longer word has a line of its
+// own. Returns at least one line.
+std::vector<std::string> wrapWords(std::string_view text, std::size_t width) {
+    std::vector<std::string> lines(1);
+    while (!text.empty()) {
+        const std::string_view word = text.substr(0, text.find(' '));
+        text.remove_prefix(std::min(word.size() + 1, text.size()));
+        if (word.empty()) {
+            continue;
+        }
+        std::string& line = lines.back();
+        if (line.empty()) {
+            line = word;
+        } else if (characterCount(line) + 1 + characterCount(word) <= width) {
+            line.append(" ").append(word);
+        } else {
+            lines.emplace_back(word);
+        }
+    }
+    return lines;
+}
+
+// The lines below one adapter, in two aligned columns.
 class CFactLines {
   public:
     explicit CFactLines(std::string indent) : indent_(std::move(indent)) {}
 
-    // Nothing when the fact is empty.
+    // Leaves out an empty fact.
     void Add(std::string label, const std::string& fact) {
         if (fact.empty()) {
             return;
         }
         label.resize(labelWidth, ' ');
-        // The tree's lines are characters of several bytes, but all in the first column.
-        constexpr std::size_t indentWidth = 5;
+        constexpr std::size_t indentWidth = 5;  // in columns; the line characters have more bytes
         for (const std::string& line :
              wrapWords(printable(validUtf8(fact)), columns - indentWidth - labelWidth)) {
             text_.append(indent_).append(label).append(line).append("\n");
@@ -36,7 +63,7 @@ class CFactLines {
     std::string text_;
 };
 
-// "name [8086:1521]", without what is not known.
+// "name [8086:1521]"; leaves out what is not known.
 std::string namedIds(const std::string& name, std::uint16_t vendor, std::uint16_t device) {
     if (vendor == 0 && device == 0) {
         return name;
@@ -57,7 +84,7 @@ std::string macFact(const AdapterFacts& facts) {
         const auto& known = facts.activeMac ? facts.activeMac : facts.permanentMac;
         return known ? macText(*known) : std::string();
     }
-    return macText(*facts.activeMac) + " (made as " + macText(*facts.permanentMac) + ")";
+    return macText(*facts.activeMac) + " (permanent " + macText(*facts.permanentMac) + ")";
 }
 
 std::string wwnFact(const std::optional<WorldWideName>& name) {
@@ -74,7 +101,7 @@ std::string joined(const std::vector<std::string>& texts) {
 
 std::string slotText(std::uint32_t slot) {
     if (slot == unknownSlot) {
-        return "slot not known";
+        return "slot unknown";
     }
     return slot == 0 ? "onboard" : "slot " + std::to_string(slot);
 }

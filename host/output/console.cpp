@@ -1,12 +1,6 @@
 #include "host/output/console.h"
 
-#include <system_error>
-
 namespace em_pni {
-
-std::string systemErrorText(const std::string& what, int error) {
-    return what + ": " + std::generic_category().message(error);
-}
 
 void CConsole::Text(std::string_view text) {
     const CRecursiveLockGuard guard(lock_);

@@ -1,42 +1,30 @@
-// What pni-host says, and how it ends.
+// The output streams and the exit codes of pni-host.
 #pragma once
 
 #include <ostream>
-#include <stdexcept>
-#include <string>
 #include <string_view>
 
 #include "platform/recursive_lock.h"
 
 namespace em_pni {
 
-// Exit codes of the program.
 enum ExitCode : int {
     exitDone = 0,
-    exitFailed = 1,   // the work was done and its outcome is bad
+    exitFailed = 1,   // the command ran and its result is bad
     exitUnusable = 2  // bad arguments, or a file or module that cannot be used
 };
 
-// Ends a command with exitUnusable; the text is for the user.
-class CHostError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
-// "<what>: <the system's text for this errno>".
-std::string systemErrorText(const std::string& what, int error);
-
-// The two output streams, each line flushed at once. Any thread may write.
+// Standard output and standard error. Each call is flushed at once. Any thread may write.
 class CConsole {
   public:
     CConsole(std::ostream& output, std::ostream& errors) : output_(output), errors_(errors) {}
 
-    // As it is, for documents.
+    // Writes a document without adding a newline.
     void Text(std::string_view text);
     void Line(std::string_view text);
-    // To standard error, with the program's name before it.
+    // Writes a line with the program's name before it to standard error.
     void Error(std::string_view text);
-    // False when standard output did not take everything.
+    // False after a write to standard output has failed.
     [[nodiscard]] bool AllWritten();
 
   private:

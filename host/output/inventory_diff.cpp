@@ -43,7 +43,7 @@ std::string itemTitle(const std::string& label, const Value& item) {
     return name.empty() ? label : label + " \"" + name + "\"";
 }
 
-// What is left of `texts` when each of `others` takes one equal text away.
+// Removes from `texts` one equal text for each of `others`.
 std::vector<std::string> without(std::vector<std::string> texts,
                                  const std::vector<std::string>& others) {
     for (const std::string& other : others) {
@@ -152,7 +152,7 @@ void CDifferences::CompareLists(const std::string& path, const Value& before, co
         Add("added: ", joined(path, text));
     }
     if (removed.empty() && added.empty()) {
-        Changed(path, before, after);  // only the order
+        Changed(path, before, after);  // only the order differs
     }
 }
 

@@ -1,4 +1,4 @@
-// What differs between two inventory documents.
+// The differences between two inventory documents.
 #pragma once
 
 #include <rapidjson/document.h>
@@ -7,12 +7,13 @@
 
 namespace em_pni {
 
-// One line for each difference, none when the documents are equal:
+// One line for each difference; no line when the documents are equal:
 //     changed: module 1 port 0 function 0 ActiveMAC: 00-11-22-33-44-55 -> 00-11-22-33-44-66
 //     added: module 0 port 1 function 0 Ipv4Addresses 192.0.2.7
 //     removed: module 5 "Dual Port Adapter"
-// The numbers are the ids in the document, so that a module inserted before others is one line. Of
-// several with the same id the second is "module 1 (2)"; one without an id is "module [index]".
+// The numbers are the ids in the document, not positions: an inserted module is one line. The
+// second of two modules with the same id is "module 1 (2)"; a module without an id is "module
+// [index]".
 std::vector<std::string> inventoryDifferences(const rapidjson::Value& before,
                                               const rapidjson::Value& after);
 

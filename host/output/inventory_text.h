@@ -1,5 +1,5 @@
-// The inventory document ("Modules" > "PhysicalPorts" > "PhysicalFunctions") put in words for a
-// terminal. Every function takes any document whatever.
+// Texts from the inventory document ("Modules" > "PhysicalPorts" > "PhysicalFunctions") for a
+// terminal. Every function accepts any JSON.
 #pragma once
 
 #include <array>
@@ -9,7 +9,8 @@
 
 namespace em_pni {
 
-// One level of the document: a list, the member that tells its objects apart, what people call one.
+// One level of the document: the name of the list, the member with an object's id, and the word for
+// one object.
 struct InventoryLevel {
     const char* list;
     const char* id;
@@ -22,18 +23,21 @@ inline constexpr std::array<InventoryLevel, 3> inventoryLevels{{
     {"PhysicalFunctions", "PhyFunctionId", "function"},
 }};
 
-// `text` with '?' for each control character: names in a record come from the adapter's maker and
-// must not steer the terminal.
+// `text` with U+FFFD for each byte that is not part of a UTF-8 character.
+std::string validUtf8(std::string_view text);
+
+// `text` with '?' for each control character. Names in a record come from the adapter's firmware
+// and must not control the terminal.
 std::string printable(std::string_view text);
 
-// A text as it is, an object {"Address": text} as that text, any other value as compact JSON; all
-// printable.
+// A string as it is, an object {"Address": string} as that string, any other value as compact JSON.
+// Without control characters.
 std::string valueText(const rapidjson::Value& value);
 
-// The text member `key` of an object, empty when there is none.
+// The printable value of the string member `key`; empty when there is no such string.
 std::string textMember(const rapidjson::Value& object, const char* key);
 
-// The whole document as indented JSON.
+// The document as JSON, indented by two blanks.
 std::string prettyJson(const rapidjson::Value& value);
 
 }  // namespace em_pni

@@ -16,7 +16,7 @@ namespace {
 
 using rapidjson::Value;
 
-// The facts of one line, in order. Those that are empty or say that nothing is known are left out.
+// The facts of one line. Leaves out a fact that is empty, and a labelled fact that is "N/A".
 class CFacts {
   public:
     void Add(const std::string& fact) {
@@ -41,7 +41,7 @@ std::optional<std::uint64_t> numberMember(const Value& object, const char* key) 
                                                    : std::nullopt;
 }
 
-// "disabled" is a fact worth its place, "enabled" is what one expects.
+// Only a disabled object is worth a word.
 std::string disabledText(const Value& object) {
     const Value* const enabled = krcp::findMember(object, "Enabled");
     return enabled != nullptr && enabled->IsFalse() ? "disabled" : "";
@@ -69,13 +69,13 @@ std::string speedText(const Value& function) {
     if (!speed || *speed == 0) {
         return "";
     }
-    // The unit "10Gb/s" counts tens.
+    // A speed of 4 with the unit "10Gb/s" is 40 Gb/s.
     return unit == "10Gb/s" ? std::to_string(*speed) + "0 Gb/s"
                             : std::to_string(*speed) + " " + unit;
 }
 
-// segment:bus:device.function, as lspci writes it. All zero is the host bridge: an address that the
-// record does not know.
+// segment:bus:device.function, as lspci writes it. Empty when all are 0: the record does not know
+// the address.
 std::string pciText(const Value& function) {
     const auto segment = numberMember(function, "PciSegment");
     const auto bus = numberMember(function, "PciBus");
@@ -96,20 +96,20 @@ std::string pciText(const Value& function) {
     return text.data();
 }
 
-// Empty for an address of zeros, which is none.
+// Empty for an address of zeros, which means that there is no address.
 std::string addressMember(const Value& function, const std::string& key) {
     const std::string text = textMember(function, key.c_str());
     return text.find_first_not_of("0-:") == std::string::npos ? std::string() : text;
 }
 
-// The active address, and the one it was made with when that is another.
+// The active address, and the manufacture address when it differs.
 std::string addressText(const Value& function, const std::string& kind) {
     const std::string active = addressMember(function, "Active" + kind);
     const std::string manufacture = addressMember(function, "Manufacture" + kind);
     if (active.empty() || manufacture.empty() || active == manufacture) {
         return active.empty() ? manufacture : active;
     }
-    return active + " (made as " + manufacture + ")";
+    return active + " (manufacture " + manufacture + ")";
 }
 
 void addIpAddresses(CFacts& facts, const Value& function, const char* list) {

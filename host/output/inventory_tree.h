@@ -7,8 +7,8 @@
 
 namespace em_pni {
 
-// UTF-8 lines under `title`, one for each module, port and function with its main facts. What the
-// document leaves out, or holds in another type, is simply not there.
+// UTF-8 lines: the title, then one line for each module, port and function with its main facts. A
+// member that is missing or of another type is left out.
 std::string inventoryTree(std::string_view title, const rapidjson::Value& inventory);
 
 }  // namespace em_pni

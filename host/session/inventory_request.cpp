@@ -13,8 +13,8 @@ void writeText(JsonWriter& writer, const std::string& text) {
     writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
-// The outer "Filter" keeps the reader from taking a lone "ModuleFilter" for such an envelope itself
-// and looking for the filters inside it.
+// The filters stand inside an object "Filter": a single member at the top would be taken for that
+// object.
 std::string filterText(const InventoryFilter& filter) {
     rapidjson::StringBuffer text;
     JsonWriter writer(text);

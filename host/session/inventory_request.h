@@ -1,4 +1,4 @@
-// The request "ReadPniData" and the two ways to narrow its answer.
+// The request "ReadPniData", its two filters and its answer.
 #pragma once
 
 #include <string>
@@ -9,17 +9,17 @@
 namespace em_pni {
 
 struct InventoryFilter {
-    std::string technology;           // of the modules wanted; empty = all
-    std::vector<std::string> fields;  // names of the members wanted; empty = all
+    std::string technology;           // of the modules; empty = all modules
+    std::vector<std::string> fields;  // names of the members; empty = all members
 };
 
-// The module judges technology and fields itself, in the status of its answer.
+// Does not check the filter: the module does, and answers with a status.
 CKrcpMessage makeInventoryRequest(const InventoryFilter& filter);
 
-// The inventory document in the answer; null unless the status is SUCCESS.
+// The inventory document of an answer; null when the status is not SUCCESS.
 const rapidjson::Value* findInventory(const CKrcpMessage& answer) noexcept;
 
-// The status of an answer for the user: "CHECKSUM_ERROR [16]".
+// The status of an answer as a text: "CHECKSUM_ERROR [16]".
 std::string answerText(const CKrcpMessage& answer);
 
 }  // namespace em_pni

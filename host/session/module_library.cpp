@@ -5,7 +5,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
@@ -19,7 +19,7 @@ std::string loaderError() {
     return text != nullptr ? text : "no reason given";
 }
 
-// A name without a slash would be searched for in the system's library folders.
+// Makes the path absolute: dlopen looks for a name without a slash in the library folders only.
 void* load(const std::string& path) {
     void* const handle = ::dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
@@ -32,7 +32,7 @@ template <typename Function>
 Function findFunction(void* handle, const char* name, const std::string& path) {
     void* const symbol = ::dlsym(handle, name);
     if (symbol == nullptr) {
-        throw CHostError(path + " is no extension module: it does not export " + name);
+        throw CHostError(path + " is not an extension module: it does not export " + name);
     }
     return reinterpret_cast<Function>(symbol);
 }

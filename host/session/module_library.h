@@ -1,4 +1,4 @@
-// The module's shared library, loaded, and its exported functions.
+// The loaded shared library of the module and its exported functions.
 #pragma once
 
 #include <memory>
@@ -8,14 +8,14 @@
 
 namespace em_pni {
 
-// Where the module is looked for when the user names none: beside the program, else where it is
-// installed.
+// The path of the module when the user gives none: em_pni.so in the folder of the program, else the
+// installed module.
 std::string defaultModulePath();
 
-// Unloads the library when it goes; the module object must be gone by then.
+// The destructor unloads the library: delete the module object before.
 class CModuleLibrary {
   public:
-    // Throws a CHostError when this is no library, lacks an export, or is another module.
+    // Throws a CHostError when the file is not a library, lacks an export, or is another module.
     explicit CModuleLibrary(const std::string& path);
 
     [[nodiscard]] const std::string& Path() const noexcept { return path_; }

@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include "host/output/console.h"
+#include "host/output/host_error.h"
 
 namespace em_pni {
 
@@ -16,7 +16,7 @@ constexpr std::uint32_t instanceNumber = 0;
 CModuleSession::CModuleSession(const CModuleLibrary& library, CIHostInterface& host)
     : library_(library), host_(host) {
     if (!library_.Create()(&module_, nullptr) || module_ == nullptr) {
-        throw CHostError(library_.Path() + ": the module could not be created");
+        throw CHostError(library_.Path() + ": the module cannot create its object");
     }
 }
 
@@ -27,8 +27,7 @@ CModuleSession::~CModuleSession() {
     try {
         Stop();
     } catch (const std::exception&) {
-        // Deleting stops it too, and what brought us here is being reported already.
-        running_ = false;
+        // EM_Delete stops the module, too.
     }
     library_.Delete()();
 }
@@ -36,7 +35,7 @@ CModuleSession::~CModuleSession() {
 void CModuleSession::Start() {
     CModuleDescription description;
     if (module_->GetModuleInfo(description.Data()) == 0) {
-        throw CHostError(library_.Path() + ": the module does not describe itself");
+        throw CHostError(library_.Path() + ": the module does not fill its description");
     }
     description_ = description.Name() + ", " + description.Description();
     if (module_->SetCabinetNumber(cabinetNumber) == 0 ||

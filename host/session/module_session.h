@@ -1,4 +1,4 @@
-// One life of the module object, from EM_Create to EM_Delete, called in the order it expects.
+// The life of one module object, from EM_Create to EM_Delete, in the order that a module expects.
 #pragma once
 
 #include <string>
@@ -8,38 +8,38 @@
 
 namespace em_pni {
 
-// Belongs to the thread that made it. Whatever happens, the module is stopped and deleted.
+// One thread uses the session. The destructor stops and deletes the module.
 class CModuleSession {
   public:
-    // Creates the module object; library and host must outlive the session. Throws a CHostError
-    // when the module refuses, here and in Start.
+    // Creates the module object. Library and host must outlive the session. Throws a CHostError
+    // when the module refuses.
     CModuleSession(const CModuleLibrary& library, CIHostInterface& host);
     ~CModuleSession();
     CModuleSession(const CModuleSession&) = delete;
     CModuleSession& operator=(const CModuleSession&) = delete;
 
-    // GetModuleInfo, SetCabinetNumber and Start. The module looks for its configuration file in
-    // the current directory now.
+    // Calls GetModuleInfo, SetCabinetNumber and Start. The module reads its configuration now.
+    // Throws a CHostError when the module refuses.
     void Start();
     // The module reads the record and begins its first cycle.
     void SwitchStarted();
-    // Answered in place. May be called from Start until Delete.
+    // The module answers in `message`. Call it between Start and Delete.
     void Request(CKrcpMessage& message);
-    // A reply or an event; as above.
+    // Gives the module a reply or an event. Call it between Start and Delete.
     void Report(CKrcpMessage& message);
-    // From now on the module writes nothing; a cycle under way comes to nothing, too.
+    // The module writes nothing from now on, also in a running cycle.
     void AnnounceShutdown();
     void Stop();
-    // Waits for the module's thread. False when the module reports that it failed.
+    // Waits for the thread of the module. False when the module reports a failure.
     bool Delete();
 
-    // As the module describes itself, once started.
+    // Name and description from the module; empty before Start.
     [[nodiscard]] const std::string& Description() const noexcept { return description_; }
 
   private:
     const CModuleLibrary& library_;
     CIHostInterface& host_;
-    CIExtensionModule* module_ = nullptr;  // the library's; null once deleted
+    CIExtensionModule* module_ = nullptr;  // owned by the library; null after Delete
     bool running_ = false;                 // between Start and Stop
     std::string description_;
 };

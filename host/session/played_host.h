@@ -1,7 +1,8 @@
-// The host as the module sees it: controller and machine behind one interface.
+// The host as the module sees it: controller, network and configuration behind one interface.
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "em_pni/em_pni.h"
 #include "host/machine/fru_controller.h"
@@ -9,24 +10,31 @@
 
 namespace em_pni {
 
-class CPlayedHost final : public CIHostInterface {
+class CPlayedHost final : public CIConfiguringHostInterface {
   public:
-    // Both must outlive the host.
-    CPlayedHost(CFruController& controller, CNetworkAnswers& network)
-        : controller_(controller), network_(network) {}
+    // Both must outlive the host. Null = a host without a controller. `moduleConfig` is the text of
+    // a configuration file; empty = the module looks for its file.
+    CPlayedHost(CFruController* controller, CNetworkAnswers& network, std::string moduleConfig = {})
+        : controller_(controller), network_(network), moduleConfig_(std::move(moduleConfig)) {}
 
-    // 0 when the message has no command that could take the answer.
+    // Returns 0 when the message has no command that can hold the answer.
     std::uint32_t SendRequest(CIExtensionModule* module, CKrcpMessage& message,
                               std::uint32_t timeoutMs) override;
     std::uint32_t SwitchStartFinished(CIExtensionModule* /*module*/,
                                       std::uint32_t /*value*/) override {
         return 1;
     }
-    std::uint32_t GetHostKind() override { return 0; }
+    std::uint32_t GetHostKind() override { return configuringHostKind; }
+    const char* GetModuleConfig() override {
+        return moduleConfig_.empty() ? nullptr : moduleConfig_.c_str();
+    }
 
   private:
-    CFruController& controller_;
+    std::uint32_t Answer(CKrcpMessage& message);
+
+    CFruController* const controller_;
     CNetworkAnswers& network_;
+    const std::string moduleConfig_;
 };
 
 }  // namespace em_pni

@@ -1,4 +1,4 @@
-#include "host/machine/ethernet_speed.h"
+#include "host/machine/link_speed.h"
 
 #include <array>
 #include <cstring>
@@ -9,9 +9,9 @@ namespace em_pni {
 
 namespace {
 
-// With room for the three bit maps behind the structure.
+// Has room for the three bit maps that follow the structure.
 struct SettingsBuffer {
-    static constexpr std::size_t maxWords = 127;  // what the structure's counter can say
+    static constexpr std::size_t maxWords = 127;  // the maximum of the structure's counter
 
     alignas(ethtool_link_settings)
         std::array<std::byte, sizeof(ethtool_link_settings) + 3 * maxWords * sizeof(__u32)> bytes;
@@ -38,10 +38,10 @@ bool ask(CInterfaceControl& control, const std::string& name, std::int8_t words,
 
 }  // namespace
 
-std::optional<std::uint64_t> ethernetSpeed(CInterfaceControl& control, const std::string& name) {
+std::optional<std::uint64_t> linkSpeedOf(CInterfaceControl& control, const std::string& name) {
     constexpr std::uint64_t kbitPerMbit = 1000;
     SettingsBuffer buffer;
-    // The first answer is only how many words a bit map has, negated.
+    // The first answer holds only the number of words of a bit map, negated.
     if (!ask(control, name, 0, buffer)) {
         return std::nullopt;
     }

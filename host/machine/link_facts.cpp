@@ -1,25 +1,12 @@
-#include "host/machine/kernel_facts.h"
+#include "host/machine/link_facts.h"
 
 #include <algorithm>
 #include <linux/if.h>
-#include <linux/if_addr.h>
 #include <linux/if_arp.h>
-#include <linux/rtnetlink.h>
+
+#include "host/machine/network_snapshot.h"
 
 namespace em_pni {
-
-namespace {
-
-constexpr std::size_t ipv6Length = 16;
-
-bool isTransient(const KernelAddress& address) noexcept {
-    // For IPv4 the bit of IFA_F_TEMPORARY says that the address is not the first of its network.
-    const bool temporary =
-        address.bytes.size() == ipv6Length && (address.flags & IFA_F_TEMPORARY) != 0;
-    return temporary || (address.flags & IFA_F_PERMANENT) == 0;
-}
-
-}  // namespace
 
 std::uint32_t interfaceTypeOf(unsigned hardwareType, std::span<const std::uint8_t> mac) noexcept {
     enum IfType : std::uint32_t {
@@ -74,19 +61,6 @@ std::uint32_t linkStateOf(unsigned operationalState, unsigned flags) noexcept {
         default:
             return (flags & working) == working ? NetworkInterface::up : unknown;
     }
-}
-
-std::vector<IpAddress> tellableAddresses(const std::vector<KernelAddress>& addresses) {
-    std::vector<IpAddress> result;
-    for (const bool onLink : {false, true}) {
-        for (const KernelAddress& address : addresses) {
-            const bool usable = (address.flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
-            if (usable && (address.scope >= RT_SCOPE_LINK) == onLink) {
-                result.push_back({address.bytes, isTransient(address)});
-            }
-        }
-    }
-    return result;
 }
 
 }  // namespace em_pni
