@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "devscan/text.h"
-#include "platform/profile_file.h"
+#include "platform/number.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -71,7 +71,7 @@ std::vector<DeviceToAdaptersMap> groupByDevice(const std::vector<CSystemAdapter>
         if (!address.IsKnown()) {
             continue;
         }
-        const DeviceToAdaptersMapID id{address.segment, address.bus, address.device};
+        const auto id = DeviceToAdaptersMapID::Of(address);
         auto device =
             std::find_if(devices.begin(), devices.end(),
                          [&](const DeviceToAdaptersMap& known) { return known.Id() == id; });

@@ -15,6 +15,9 @@ struct DeviceToAdaptersMapID {
     std::uint8_t bus = 0;
     std::uint8_t device = 0;
 
+    [[nodiscard]] static DeviceToAdaptersMapID Of(const PciAddress& function) noexcept {
+        return {.segment = function.segment, .bus = function.bus, .device = function.device};
+    }
     // Segment in the high half, bus in bits 8-15, device in bits 0-7.
     [[nodiscard]] std::uint32_t Key() const noexcept {
         return std::uint32_t{segment} << 16U | std::uint32_t{bus} << 8U | device;

@@ -1,30 +1,22 @@
 #include "adapters/function_specific_area.h"
 #include "adapters/local_pni_port_function_area.h"
 #include "frudata/address_text.h"
+#include "frudata/worldwide_name.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
-std::uint64_t numberOf(const WorldWideName& name) noexcept {
-    std::uint64_t number = 0;
-    for (const std::uint8_t byte : name) {
-        number = number << 8U | byte;
-    }
-    return number;
-}
-
-WorldWideName foundName(const std::optional<WorldWideName>& name, const char* operation,
-                        const char* kind) {
-    if (!name) {
+WorldWideName foundName(WorldWideName name, const char* operation, const char* kind) {
+    if (name == 0) {
         PNI_TRACE(2,
                   "\nEM_PNI FC_LocalPniPortFunctionArea::%s() : ERROR! Could not get %s Address!",
                   operation, kind);
-        return {};
+        return name;
     }
     PNI_TRACE(5, "\nEM_PNI FC_LocalPniPortFunctionArea::%s() : Found %s Address %s!", operation,
-              kind, hexPairs(*name, ":").c_str());
-    return *name;
+              kind, worldwideNameText(name).c_str());
+    return name;
 }
 
 }  // namespace
@@ -32,8 +24,8 @@ WorldWideName foundName(const std::optional<WorldWideName>& name, const char* op
 PhysicalAddress FC_LocalPniPortFunctionArea::GetPhysicalAddress() const {
     PhysicalAddress address;
     address.kind = PhysicalAddress::Kind::wwn;
-    address.wwpn = numberOf(GetActivePortWWNAddress());
-    address.wwnn = numberOf(GetActiveNodeWWNAddress());
+    address.wwpn = GetActivePortWWNAddress();
+    address.wwnn = GetActiveNodeWWNAddress();
     return address;
 }
 
@@ -46,11 +38,11 @@ WorldWideName FC_LocalPniPortFunctionArea::GetActiveNodeWWNAddress() const {
 }
 
 std::string FC_LocalPniPortFunctionArea::GetActivePortWWNAddressAscii() const {
-    return hexPairs(GetActivePortWWNAddress(), "");
+    return hexPairs(worldwideNameBytes(GetActivePortWWNAddress()), "");
 }
 
 std::string FC_LocalPniPortFunctionArea::GetActiveNodeWWNAddressAscii() const {
-    return hexPairs(GetActiveNodeWWNAddress(), "");
+    return hexPairs(worldwideNameBytes(GetActiveNodeWWNAddress()), "");
 }
 
 std::vector<std::uint8_t> FC_LocalPniPortFunctionArea::ToPniFruDataPortFnSpecific() const {

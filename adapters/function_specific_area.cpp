@@ -1,8 +1,8 @@
 #include "adapters/function_specific_area.h"
 
-#include "adapters/area_bytes.h"
 #include "frudata/address_text.h"
 #include "frudata/layout.h"
+#include "platform/bytes.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -20,7 +20,7 @@ struct Family {
     std::size_t count = 0;
     std::vector<std::uint8_t> bytes;
 
-    void Add(const IpAddressBytes& address) {
+    void Add(const IpAddress& address) {
         ++count;
         bytes.insert(bytes.end(), address.begin(), address.end());
     }
@@ -37,9 +37,9 @@ struct Families {
     }
 };
 
-Families sorted(const std::vector<IpAddressBytes>& addresses) {
+Families sorted(const std::vector<IpAddress>& addresses) {
     Families families;
-    for (const IpAddressBytes& address : addresses) {
+    for (const IpAddress& address : addresses) {
         if (address.size() == layout::ipv4Size) {
             PNI_TRACE(2,
                       "\nEM_PNI NIC_LocalPniPortFunctionArea::ToPniFruDataPortFnSpecific() : "
@@ -57,7 +57,7 @@ Families sorted(const std::vector<IpAddressBytes>& addresses) {
     return families;
 }
 
-Families storable(const std::vector<IpAddressBytes>& addresses) {
+Families storable(const std::vector<IpAddress>& addresses) {
     Families families = sorted(addresses);
     if (!families.Fit()) {
         PNI_TRACE(2,
@@ -92,10 +92,10 @@ std::size_t alignedSize(std::size_t size) {
     return aligned;
 }
 
-void setOptionRom(CAreaBytes& area, std::size_t offset, const std::string& version,
+void setOptionRom(CByteEditor area, std::size_t offset, const std::string& version,
                   const char* prefix) {
     const std::string text = version.empty() ? "N/A" : version.substr(0, layout::optionRomSize - 1);
-    if (!area.Text(offset, layout::optionRomSize, text)) {
+    if (!area.PutText(offset, layout::optionRomSize, text)) {
         PNI_TRACE(2,
                   "\nEM_PNI %s_LocalPniPortFunctionArea::ToPniFruDataPortFnSpecific() : WARNING! "
                   "Could not set oprom version!",
@@ -103,47 +103,49 @@ void setOptionRom(CAreaBytes& area, std::size_t offset, const std::string& versi
     }
 }
 
-std::vector<std::uint8_t> created(CAreaBytes&& area, const char* prefix) {
-    auto bytes = std::move(area).Take();
+void traceCreated(std::size_t size, const char* prefix) {
     PNI_TRACE(3,
               "\nEM_PNI %s_LocalPniPortFunctionArea::ToPniFruDataPortFnSpecific() : Created %s "
               "Specific function area (%u bytes).",
-              prefix, prefix, static_cast<unsigned>(bytes.size()));
-    return bytes;
+              prefix, prefix, static_cast<unsigned>(size));
 }
 
 }  // namespace
 
 std::vector<std::uint8_t> nicSpecificArea(const AdapterFacts& facts,
-                                          const std::vector<IpAddressBytes>& ipAddresses) {
+                                          const std::vector<IpAddress>& ipAddresses) {
     const Families families = storable(ipAddresses);
     // The record's writers count the counter twice.
     const std::size_t size = alignedSize(Nic::ipAddresses + families.Size() + 1);
     if (size == 0) {
         return {};
     }
-    CAreaBytes area(size);
-    area.Bytes(Nic::manufactureMac, facts.permanentMac.value_or(MacAddress{}));
-    area.Bytes(Nic::activeMac, facts.activeMac.value_or(MacAddress{}));
+    std::vector<std::uint8_t> bytes(size);
+    CByteEditor area(bytes);
+    area.Put(Nic::manufactureMac, facts.permanentMac);
+    area.Put(Nic::activeMac, facts.activeMac);
     setOptionRom(area, Nic::optionRom, facts.optionRom, "NIC");
-    area.U8(Nic::ipCounters,
-            static_cast<std::uint8_t>(families.ipv6.count << 4U | families.ipv4.count));
-    area.Bytes(Nic::ipAddresses, families.ipv4.bytes);
-    area.Bytes(Nic::ipAddresses + families.ipv4.bytes.size(), families.ipv6.bytes);
-    return created(std::move(area), "NIC");
+    area.PutU8(Nic::ipCounters,
+               static_cast<std::uint8_t>(families.ipv6.count << 4U | families.ipv4.count));
+    area.Put(Nic::ipAddresses, families.ipv4.bytes);
+    area.Put(Nic::ipAddresses + families.ipv4.bytes.size(), families.ipv6.bytes);
+    traceCreated(bytes.size(), "NIC");
+    return bytes;
 }
 
 std::vector<std::uint8_t> fcSpecificArea(const std::string& nodeName, const std::string& portName,
                                          const std::string& optionRom) {
-    CAreaBytes area(alignedSize(Fc::optionRom + layout::optionRomSize));
+    std::vector<std::uint8_t> bytes(alignedSize(Fc::optionRom + layout::optionRomSize));
+    CByteEditor area(bytes);
     const std::vector<std::uint8_t> node(nodeName.begin(), nodeName.end());
     const std::vector<std::uint8_t> port(portName.begin(), portName.end());
-    area.Bytes(Fc::manufactureWwnn, node);
-    area.Bytes(Fc::manufactureWwpn, port);
-    area.Bytes(Fc::activeWwnn, node);
-    area.Bytes(Fc::activeWwpn, port);
+    area.Put(Fc::manufactureWwnn, node);
+    area.Put(Fc::manufactureWwpn, port);
+    area.Put(Fc::activeWwnn, node);
+    area.Put(Fc::activeWwpn, port);
     setOptionRom(area, Fc::optionRom, optionRom, "FC");
-    return created(std::move(area), "FC");
+    traceCreated(bytes.size(), "FC");
+    return bytes;
 }
 
 }  // namespace em_pni

@@ -17,7 +17,7 @@ namespace em_pni {
 // they are more than the record can hold, none is stored. Empty when the area becomes longer than
 // it may be, which 300 bytes of addresses already do.
 std::vector<std::uint8_t> nicSpecificArea(const AdapterFacts& facts,
-                                          const std::vector<IpAddressBytes>& ipAddresses);
+                                          const std::vector<IpAddress>& ipAddresses);
 
 // The names as 16 hexadecimal digits each; they stand in the record twice.
 std::vector<std::uint8_t> fcSpecificArea(const std::string& nodeName, const std::string& portName,

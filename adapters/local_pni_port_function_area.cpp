@@ -68,8 +68,7 @@ std::uint32_t LocalPniPortFunctionAreaOf<Technology>::GetPciPFA() const {
                   Technology::prefix);
         return 0;
     }
-    return std::uint32_t{address.segment} << 16U | std::uint32_t{address.bus} << 8U |
-           (address.device & 0x1FU) << 3U | (address.function & 0x07U);
+    return address.Packed();
 }
 
 template class LocalPniPortFunctionAreaOf<NicTechnology>;

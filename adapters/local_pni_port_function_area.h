@@ -8,7 +8,7 @@
 
 #include "adapters/technology.h"
 #include "devscan/system_adapter.h"
-#include "frudata/physical_address.h"
+#include "platform/address.h"
 
 namespace em_pni {
 
@@ -108,7 +108,7 @@ class FC_LocalPniPortFunctionArea final : public LocalPniPortFunctionAreaOf<FcTe
     [[nodiscard]] std::uint16_t GetSpeed() const override { return 0; }
     [[nodiscard]] std::vector<std::uint8_t> ToPniFruDataPortFnSpecific() const override;
 
-    // First byte on the wire first; all zero when not known.
+    // 0 when not known.
     [[nodiscard]] WorldWideName GetActivePortWWNAddress() const;
     [[nodiscard]] WorldWideName GetActiveNodeWWNAddress() const;
     // 16 upper-case digits.

@@ -1,10 +1,9 @@
 #include "adapters/net_interface_connection_context.h"
 
+#include <span>
 #include <stdexcept>
 #include <utility>
 
-#include "frudata/layout.h"
-#include "frudata/physical_address.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -12,14 +11,17 @@ namespace em_pni {
 using IpAddressKind = CNetworkRequests::IpAddressKind;
 
 struct NetInterfaceConnectionContext::FoundAddresses {
-    std::vector<IpAddressBytes> list;
+    std::vector<IpAddress> list;
     std::uint32_t ipv4 = 0;
     std::uint32_t ipv6 = 0;
 
     [[nodiscard]] bool HasBoth() const noexcept { return ipv4 > 0 && ipv6 > 0; }
-    void Add(IpAddressBytes&& address) {
-        ++(address.size() == layout::ipv4Size ? ipv4 : ipv6);
-        list.push_back(std::move(address));
+    // Bytes that are no address count as IPv6 and are not listed.
+    void Add(std::span<const std::uint8_t> bytes) {
+        ++(bytes.size() == IpAddress::shortSize ? ipv4 : ipv6);
+        if (const IpAddress address(bytes); !address.IsEmpty()) {
+            list.push_back(address);
+        }
     }
 };
 
@@ -49,18 +51,18 @@ bool NetInterfaceConnectionContext::IsEthernetInterface(std::uint32_t interface)
     return reply.value == krcp::ethernetType;
 }
 
-std::vector<std::uint8_t> NetInterfaceConnectionContext::FetchMacAddress(
-    std::uint32_t interface) const {
-    BytesReply reply = requests_.MacAddress(interface);
+MacAddress NetInterfaceConnectionContext::FetchMacAddress(std::uint32_t interface) const {
+    const BytesReply reply = requests_.MacAddress(interface);
     if (!reply.value) {
         throw std::runtime_error(
             "NetInterfaceConnectionContext::Refresh() : No reply data from SIP!");
     }
-    if (!isUsableMac(*reply.value)) {
+    const MacAddress mac(*reply.value);
+    if (!mac.IsUsable()) {
         throw std::runtime_error(
             "NetInterfaceConnectionContext::Refresh() : Invalid MAC received!");
     }
-    return std::move(*reply.value);
+    return mac;
 }
 
 bool NetInterfaceConnectionContext::Refresh() {
@@ -120,8 +122,7 @@ bool NetInterfaceConnectionContext::IsCurrent() {
     }
 }
 
-std::uint32_t NetInterfaceConnectionContext::InterfaceOf(
-    const std::vector<std::uint8_t>& mac) const {
+std::uint32_t NetInterfaceConnectionContext::InterfaceOf(const MacAddress& mac) const {
     const auto found = interfaces_->numbers.find(mac);
     return found != interfaces_->numbers.end() ? found->second : 0;
 }
@@ -140,9 +141,9 @@ void NetInterfaceConnectionContext::AddPrimary(std::uint32_t interface,
                                                FoundAddresses& found) const {
     constexpr std::uint32_t addresses = 4;
     for (std::uint32_t index = 0; index < addresses; ++index) {
-        BytesReply reply = RequestIpAddress(IpAddressKind::primary, index, interface);
+        const BytesReply reply = RequestIpAddress(IpAddressKind::primary, index, interface);
         if (reply.value) {
-            found.Add(std::move(*reply.value));
+            found.Add(*reply.value);
         } else {
             PNI_TRACE(4,
                       "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() :   IF_%02u "
@@ -156,17 +157,16 @@ void NetInterfaceConnectionContext::AddMissing(IpAddressKind kind, std::uint32_t
                                                std::uint32_t interface,
                                                FoundAddresses& found) const {
     for (std::uint32_t index = 0; index < count && !found.HasBoth(); ++index) {
-        BytesReply reply = RequestIpAddress(kind, index, interface);
+        const BytesReply reply = RequestIpAddress(kind, index, interface);
         const std::size_t size = reply.value ? reply.value->size() : 0;
-        if ((size == layout::ipv4Size && found.ipv4 == 0) ||
-            (size == layout::ipv6Size && found.ipv6 == 0)) {
-            found.Add(std::move(*reply.value));
+        if ((size == IpAddress::shortSize && found.ipv4 == 0) ||
+            (size == IpAddress::longSize && found.ipv6 == 0)) {
+            found.Add(*reply.value);
         }
     }
 }
 
-std::vector<IpAddressBytes> NetInterfaceConnectionContext::GetIpAddresses(
-    const std::vector<std::uint8_t>& mac) {
+std::vector<IpAddress> NetInterfaceConnectionContext::GetIpAddresses(const MacAddress& mac) {
     PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() : Start.");
     if (!IsCurrent()) {
         PNI_TRACE(1, "\nEM_PNI NetInterfaceConnectionContext::GetIpAddresses() : Check failed!");
@@ -184,8 +184,7 @@ std::vector<IpAddressBytes> NetInterfaceConnectionContext::GetIpAddresses(
     return std::move(found.list);
 }
 
-std::uint64_t NetInterfaceConnectionContext::GetNetInterfaceSpeed(
-    const std::vector<std::uint8_t>& mac) {
+std::uint64_t NetInterfaceConnectionContext::GetNetInterfaceSpeed(const MacAddress& mac) {
     PNI_TRACE(5, "\nEM_PNI NetInterfaceConnectionContext::GetNetInterfaceSpeed() : Start.");
     if (!IsCurrent()) {
         PNI_TRACE(1,

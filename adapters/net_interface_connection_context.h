@@ -2,30 +2,20 @@
 // interfaces, known by number.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <vector>
 
 #include "adapters/network_requests.h"
+#include "platform/address.h"
 
 namespace em_pni {
 
-using IpAddressBytes = std::vector<std::uint8_t>;  // network order; 4 bytes IPv4, 16 bytes IPv6
-
 // The host's Ethernet interfaces at one moment.
 struct HostInterfaces {
-    struct MacLess {  // g++ 12 sees an overrun in the vector's own comparison
-        bool operator()(const std::vector<std::uint8_t>& left,
-                        const std::vector<std::uint8_t>& right) const noexcept {
-            return std::lexicographical_compare(left.begin(), left.end(), right.begin(),
-                                                right.end());
-        }
-    };
-
-    std::map<std::vector<std::uint8_t>, std::uint32_t, MacLess> numbers;  // by MAC, 6 or 8 bytes
-    std::uint32_t count = 0;                                              // of all interfaces
+    std::map<MacAddress, std::uint32_t> numbers;
+    std::uint32_t count = 0;  // of all interfaces
 };
 
 // What contexts made for one collection of adapters hand on to each other: asking about every
@@ -62,15 +52,15 @@ class NetInterfaceConnectionContext {
 
     // The addresses of the interface with this MAC, or of interface 0 when no interface has it: all
     // primary ones, and at most one more of a family that they lack. No exception for a bad reply.
-    std::vector<IpAddressBytes> GetIpAddresses(const std::vector<std::uint8_t>& mac);
+    std::vector<IpAddress> GetIpAddresses(const MacAddress& mac);
     // In kbit/s, 0 when not known; the interface is found likewise.
-    std::uint64_t GetNetInterfaceSpeed(const std::vector<std::uint8_t>& mac);
+    std::uint64_t GetNetInterfaceSpeed(const MacAddress& mac);
 
   private:
     struct FoundAddresses;
-    [[nodiscard]] std::vector<std::uint8_t> FetchMacAddress(std::uint32_t interface) const;
+    [[nodiscard]] MacAddress FetchMacAddress(std::uint32_t interface) const;
     [[nodiscard]] std::shared_ptr<const HostInterfaces> ReadInterfaces(std::uint32_t count) const;
-    [[nodiscard]] std::uint32_t InterfaceOf(const std::vector<std::uint8_t>& mac) const;
+    [[nodiscard]] std::uint32_t InterfaceOf(const MacAddress& mac) const;
     [[nodiscard]] bool IsCurrent();
     [[nodiscard]] BytesReply RequestIpAddress(CNetworkRequests::IpAddressKind kind,
                                               std::uint32_t index, std::uint32_t interface) const;

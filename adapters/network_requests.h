@@ -44,7 +44,7 @@ class CNetworkRequests {
 
     [[nodiscard]] NetworkReply<std::uint32_t> InterfaceCount() const;
     [[nodiscard]] NumberReply InterfaceType(std::uint32_t interface) const;
-    // First byte on the wire first; see isUsableMac in physical_address.h.
+    // In network order.
     [[nodiscard]] BytesReply MacAddress(std::uint32_t interface) const;
     // In network order. `index` counts the addresses of one kind, `interface` is below
     // maxInterfaces. An answer without a single byte is none.

@@ -4,19 +4,11 @@
 #include "platform/trace.h"
 
 namespace em_pni {
-namespace {
-
-std::vector<std::uint8_t> bytesOf(const MacAddress& mac) {
-    return {mac.begin(), mac.end()};
-}
-
-}  // namespace
 
 PhysicalAddress NIC_LocalPniPortFunctionArea::GetPhysicalAddress() const {
     PhysicalAddress address;
-    if (const auto& mac = adapter_.Facts().permanentMac) {
-        address.mac = bytesOf(*mac);
-    } else {
+    address.mac = adapter_.Facts().permanentMac;
+    if (address.mac.IsEmpty()) {
         PNI_TRACE(2,
                   "\nEM_PNI NIC_LocalPniPortFunctionArea::GetPhysicalAddress() : ERROR! Could not "
                   "get MAC Address!");
@@ -26,8 +18,8 @@ PhysicalAddress NIC_LocalPniPortFunctionArea::GetPhysicalAddress() const {
 
 std::uint16_t NIC_LocalPniPortFunctionArea::GetSpeed() const {
     // Without an address the host would answer for its first interface.
-    const auto& mac = adapter_.Facts().activeMac;
-    const std::uint64_t speed = mac ? context_->GetNetInterfaceSpeed(bytesOf(*mac)) : 0;
+    const MacAddress& mac = adapter_.Facts().activeMac;
+    const std::uint64_t speed = mac.IsEmpty() ? 0 : context_->GetNetInterfaceSpeed(mac);
     if (speed == 0) {
         PNI_TRACE(2,
                   "\nEM_PNI NIC_LocalPniPortFunctionArea::GetSpeed() : ERROR! Invalid speed "
@@ -41,9 +33,9 @@ std::uint16_t NIC_LocalPniPortFunctionArea::GetSpeed() const {
 }
 
 std::vector<std::uint8_t> NIC_LocalPniPortFunctionArea::ToPniFruDataPortFnSpecific() const {
-    const auto& mac = adapter_.Facts().activeMac;
-    return nicSpecificArea(adapter_.Facts(), mac ? context_->GetIpAddresses(bytesOf(*mac))
-                                                 : std::vector<IpAddressBytes>());
+    const MacAddress& mac = adapter_.Facts().activeMac;
+    return nicSpecificArea(
+        adapter_.Facts(), mac.IsEmpty() ? std::vector<IpAddress>() : context_->GetIpAddresses(mac));
 }
 
 }  // namespace em_pni

@@ -1,9 +1,9 @@
 // The bytes of a whole module: each area asks its virtual operations for the values.
 #include <stdexcept>
 
-#include "adapters/area_bytes.h"
 #include "adapters/local_pni_adapter.h"
 #include "frudata/layout.h"
+#include "platform/bytes.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -19,9 +19,9 @@ std::uint8_t flags(std::uint32_t id, std::uint8_t idMask, bool enabled, bool las
 }
 
 // The trace names the module area for the texts of all areas.
-void setText(CAreaBytes& area, std::size_t offset, std::size_t fieldSize, const std::string& text,
+void setText(CByteEditor area, std::size_t offset, std::size_t fieldSize, const std::string& text,
              const char* kind) {
-    if (!area.Text(offset, fieldSize, text)) {
+    if (!area.PutText(offset, fieldSize, text)) {
         PNI_TRACE(2,
                   "\nEM_PNI NIC_LocalPniModuleArea::ToPniFruDataModule() : WARNING! Could not set "
                   "%s to '%s'!",
@@ -32,29 +32,31 @@ void setText(CAreaBytes& area, std::size_t offset, std::size_t fieldSize, const 
 }  // namespace
 
 std::vector<std::uint8_t> LocalPniModuleArea::ToPniFruDataModule() const {
-    CAreaBytes area(Module::size);
+    std::vector<std::uint8_t> bytes(Module::size);
+    CByteEditor area(bytes);
     std::uint32_t slot = 0;  // stays when it is not known
     GetAdapterSlotNo(slot);
-    area.U8(Module::flags, flags(slot, layout::moduleIdMask, IsEnabled(), false));
-    area.U8(Module::recordLen, Module::size);
-    area.U8(Module::portCount, static_cast<std::uint8_t>(GetPortCount()));
+    area.PutU8(Module::flags, flags(slot, layout::moduleIdMask, IsEnabled(), false));
+    area.PutU8(Module::recordLen, Module::size);
+    area.PutU8(Module::portCount, static_cast<std::uint8_t>(GetPortCount()));
     setText(area, Module::name, Module::nameSize, GetModuleName(), "module name");
-    area.U8(Module::moduleTypeCode, GetModuleTypeCode());
-    area.U8(Module::moduleType, GetModuleType());
+    area.PutU8(Module::moduleTypeCode, GetModuleTypeCode());
+    area.PutU8(Module::moduleType, GetModuleType());
     setText(area, Module::firmwareVersion, Module::firmwareVersionSize, GetFirmwareVersion(),
             "firmware version");
-    return std::move(area).Take();
+    return bytes;
 }
 
 std::vector<std::uint8_t> LocalPniPortArea::ToPniFruDataPort() const {
     PNI_TRACE(5, "\nEM_PNI NIC_LocalPniPortArea::ToPniFruDataPort() : Start.");
-    CAreaBytes area(Port::size);
-    area.U8(Port::flags, flags(GetPortNumber(), layout::portIdMask, IsEnabled(), IsLast()));
-    area.U8(Port::recordLen, Port::size);
-    area.U8(Port::pfCount, static_cast<std::uint8_t>(functionAreas_.size()));
-    area.U8(Port::wolBehaviour, GetWolBehaviour());
+    std::vector<std::uint8_t> bytes(Port::size);
+    CByteEditor area(bytes);
+    area.PutU8(Port::flags, flags(GetPortNumber(), layout::portIdMask, IsEnabled(), IsLast()));
+    area.PutU8(Port::recordLen, Port::size);
+    area.PutU8(Port::pfCount, static_cast<std::uint8_t>(functionAreas_.size()));
+    area.PutU8(Port::wolBehaviour, GetWolBehaviour());
     PNI_TRACE(5, "\nEM_PNI NIC_LocalPniPortArea::ToPniFruDataPort() : Done.");
-    return std::move(area).Take();
+    return bytes;
 }
 
 std::vector<std::uint8_t> LocalPniAdapter::ToPniFruDataPortFnCommon(
@@ -65,24 +67,25 @@ std::vector<std::uint8_t> LocalPniAdapter::ToPniFruDataPortFnCommon(
             "ToPniFruDataPortFnCommon() : Total length should be multiple of 4 (Spec PortFn size "
             "not aligned).");
     }
-    CAreaBytes area(Function::commonSize);
-    area.U8(Function::flags, flags(function.GetFunctionNumber(), layout::functionIdMask,
-                                   function.IsEnabled(), function.IsLast()));
-    area.U8(Function::functionLength, static_cast<std::uint8_t>(size / Function::lengthUnit));
-    area.U8(Function::addressOffset, Function::commonSize);
-    area.U8(Function::bootOptionId, function.GetFunctionReserved());
+    std::vector<std::uint8_t> bytes(Function::commonSize);
+    CByteEditor area(bytes);
+    area.PutU8(Function::flags, flags(function.GetFunctionNumber(), layout::functionIdMask,
+                                      function.IsEnabled(), function.IsLast()));
+    area.PutU8(Function::functionLength, static_cast<std::uint8_t>(size / Function::lengthUnit));
+    area.PutU8(Function::addressOffset, Function::commonSize);
+    area.PutU8(Function::bootOptionId, function.GetFunctionReserved());
     setText(area, Function::bootName, Function::bootNameSize,
             function.GetFunctionLabel().substr(0, Function::bootNameSize - 1), "boot name");
-    area.U8(Function::technologyType, function.GetTechnology());
-    area.U16(Function::speed, function.GetSpeed());
-    area.U16(Function::vlanId, function.GetVlanId());
-    area.U8(Function::bandwidth, function.GetBandwidth());
-    area.U8(Function::rateLimit, function.GetRateLimit());
-    area.U8(Function::bootFlags, function.GetBootFlags());
-    area.U32(Function::vendorDeviceId, function.GetVendorDeviceId());
-    area.U32(Function::pciAddress, function.GetPciPFA());
-    area.U32(Function::subVendorDeviceId, function.GetSubVendorDeviceId());
-    return std::move(area).Take();
+    area.PutU8(Function::technologyType, function.GetTechnology());
+    area.PutU16(Function::speed, function.GetSpeed());
+    area.PutU16(Function::vlanId, function.GetVlanId());
+    area.PutU8(Function::bandwidth, function.GetBandwidth());
+    area.PutU8(Function::rateLimit, function.GetRateLimit());
+    area.PutU8(Function::bootFlags, function.GetBootFlags());
+    area.PutU32(Function::vendorDeviceId, function.GetVendorDeviceId());
+    area.PutU32(Function::pciAddress, function.GetPciPFA());
+    area.PutU32(Function::subVendorDeviceId, function.GetSubVendorDeviceId());
+    return bytes;
 }
 
 void LocalPniAdapter::AppendToDataStream(std::vector<std::uint8_t>& stream,

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "bench/table.h"
-#include "frudata/image_view.h"
+#include "platform/bytes.h"
 #include "tests/record_builder.h"
 
 namespace em_pni::bench {
@@ -47,7 +47,7 @@ inline Bytes recordOf(std::uint8_t modules) {
 inline void sumOfBytes(benchmark::State& state) {
     const Bytes image = recordOf(moduleCount(state));
     for (auto _ : state) {
-        CImageView view(image.data(), image.size());
+        CByteView view(image.data(), image.size());
         benchmark::DoNotOptimize(view);
         benchmark::DoNotOptimize(view.Sum(0, image.size()));
     }

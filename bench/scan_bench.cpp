@@ -9,7 +9,7 @@
 
 #include "bench/system_calls.h"
 #include "bench/table.h"
-#include "devscan/text.h"
+#include "platform/number.h"
 #include "tests/devscan_fake_machine.h"
 
 namespace em_pni::bench {

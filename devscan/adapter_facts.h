@@ -2,12 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "devscan/hardware_address.h"
 #include "devscan/pci_function.h"
+#include "platform/address.h"
 
 namespace em_pni {
 
@@ -17,10 +16,10 @@ struct AdapterFacts {
     std::uint16_t classCode = 0;  // base class << 8 | sub-class
     std::uint8_t headerType = 0;  // bits 6..0 layout, bit 7 multi-function
     std::string driver;           // here and below: empty = none or not known
-    std::optional<MacAddress> activeMac;
-    std::optional<MacAddress> permanentMac;
-    std::optional<WorldWideName> nodeName;
-    std::optional<WorldWideName> portName;
+    MacAddress activeMac;         // empty = not known
+    MacAddress permanentMac;
+    WorldWideName nodeName = 0;  // 0 = not known
+    WorldWideName portName = 0;
     std::string optionRom;  // version texts as driver or firmware give them, printable ASCII
     std::string firmware;
     std::uint32_t slot = unknownSlot;  // 0 = onboard

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string_view>
 
-#include "devscan/text.h"
 #include "platform/number.h"
 #include "platform/profile_file.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace em_pni {

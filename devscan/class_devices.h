@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "devscan/file_tree.h"
-#include "devscan/pci_address.h"
+#include "platform/pci_address.h"
 
 namespace em_pni {
 

@@ -5,8 +5,9 @@
 #include <limits>
 #include <string_view>
 
-#include "devscan/text.h"
+#include "devscan/hardware_address.h"
 #include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {
@@ -20,9 +21,10 @@ std::uint64_t hostNumber(const ClassDevice& host) noexcept {
     return parseDecimal(std::string_view(host.name).substr(digit), none).value_or(none);
 }
 
-std::optional<WorldWideName> nameIn(const CFileTree& files, const std::string& path) {
+// 0 when the attribute holds no name.
+WorldWideName nameIn(const CFileTree& files, const std::string& path) {
     const auto text = files.ReadAttribute(path);
-    return text ? parseWorldWideName(*text) : std::nullopt;
+    return text ? parseWorldWideName(*text).value_or(0) : 0;
 }
 
 // Each driver has its own attributes: the first one that exists and says something.
@@ -57,8 +59,8 @@ void addFcHostFacts(const CFileTree& files, const std::vector<ClassDevice>& host
                     AdapterFacts& facts) {
     for (const ClassDevice& host : hosts) {
         const std::string directory = joinedPath({fcDirectory, host.name});
-        const auto nodeName = nameIn(files, directory + "/node_name");
-        const auto portName = nameIn(files, directory + "/port_name");
+        const WorldWideName nodeName = nameIn(files, directory + "/node_name");
+        const WorldWideName portName = nameIn(files, directory + "/port_name");
         std::string optionRom = firstText(
             files, host.name, {"optrom_bios_version", "optrom_efi_version", "option_rom_version"});
         std::string firmware = firstText(files, host.name, {"fw_version", "fwrev"});

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "platform/file.h"
-#include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {

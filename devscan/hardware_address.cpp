@@ -1,22 +1,20 @@
 #include "devscan/hardware_address.h"
 
+#include <array>
 #include <limits>
 
-#include "devscan/text.h"
+#include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
-
-bool isZero(const MacAddress& address) noexcept {
-    return address == MacAddress{};
-}
 
 std::optional<MacAddress> parseMacAddress(std::string_view text) noexcept {
     constexpr std::size_t length = 17;
     if (text.size() != length) {
         return std::nullopt;
     }
-    MacAddress address{};
-    for (std::uint8_t& byte : address) {
+    std::array<std::uint8_t, MacAddress::shortSize> bytes{};
+    for (std::uint8_t& byte : bytes) {
         const std::string_view digits = takeUntil(text, ':');
         const auto value = parseHexAs<std::uint8_t>(digits);
         if (digits.size() != 2 || !value) {
@@ -24,22 +22,17 @@ std::optional<MacAddress> parseMacAddress(std::string_view text) noexcept {
         }
         byte = *value;
     }
-    return isZero(address) ? std::nullopt : std::optional(address);
+    const MacAddress address(bytes);
+    return address.IsUsable() ? std::optional(address) : std::nullopt;
 }
 
 std::optional<WorldWideName> parseWorldWideName(std::string_view text) noexcept {
     if (!text.starts_with("0x")) {
         return std::nullopt;
     }
-    const auto value = parseHexAs<std::uint64_t>(text.substr(2));
-    if (!value || *value == 0 || *value == std::numeric_limits<std::uint64_t>::max()) {
-        return std::nullopt;
-    }
-    WorldWideName name{};
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        name[i] = static_cast<std::uint8_t>(*value >> (56U - 8U * i));
-    }
-    return name;
+    const auto name = parseHexAs<WorldWideName>(text.substr(2));
+    return name && *name != 0 && *name != std::numeric_limits<WorldWideName>::max() ? name
+                                                                                    : std::nullopt;
 }
 
 }  // namespace em_pni

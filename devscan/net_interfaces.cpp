@@ -12,8 +12,9 @@
 #include <string_view>
 #include <tuple>
 
-#include "devscan/text.h"
+#include "devscan/hardware_address.h"
 #include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {
@@ -48,7 +49,7 @@ class CInterfaceQuery {
     };
     struct LinkAddress {
         bool ethernet = false;
-        std::optional<MacAddress> mac;
+        MacAddress mac;  // empty = not known
     };
 
     [[nodiscard]] std::optional<DriverInfo> Driver() const {
@@ -64,19 +65,20 @@ class CInterfaceQuery {
     [[nodiscard]] LinkAddress Current() const {
         ifreq request{};
         if (Call(SIOCGIFHWADDR, request) == 0) {
-            MacAddress mac{};
-            std::memcpy(mac.data(), request.ifr_hwaddr.sa_data, mac.size());
+            std::array<std::uint8_t, MacAddress::shortSize> bytes{};
+            std::memcpy(bytes.data(), request.ifr_hwaddr.sa_data, bytes.size());
+            const MacAddress mac(bytes);
             return {request.ifr_hwaddr.sa_family == ARPHRD_ETHER,
-                    isZero(mac) ? std::nullopt : std::optional(mac)};
+                    mac.IsUsable() ? mac : MacAddress()};
         }
         const auto type = files_.ReadAttribute(attributePath(name_, "type"));
         return {type && parseDecimal(*type, 0xFFFF) == std::uint64_t{ARPHRD_ETHER},
                 MacIn("address")};
     }
 
-    // The address the hardware was made with; `current` where nobody knows of another one.
-    [[nodiscard]] std::optional<MacAddress> Permanent(
-        const std::optional<MacAddress>& current) const {
+    // The address that the hardware was made with. Returns `current` when the driver knows no
+    // permanent address, and an empty address when asking failed.
+    [[nodiscard]] MacAddress Permanent(const MacAddress& current) const {
         constexpr std::size_t head = sizeof(ethtool_perm_addr);
         ethtool_perm_addr question{};
         question.cmd = ETHTOOL_GPERMADDR;
@@ -86,21 +88,21 @@ class CInterfaceQuery {
         const int error = Ethtool(answer.data());
         if (error == 0) {
             std::memcpy(&question, answer.data(), head);
-            MacAddress mac{};
-            std::memcpy(mac.data(), answer.data() + head, mac.size());
-            if (question.size == mac.size() && !isZero(mac)) {
+            const MacAddress mac(
+                std::span<const std::uint8_t>(answer).subspan(head, MacAddress::shortSize));
+            if (question.size == mac.size() && mac.IsUsable()) {
                 return mac;
             }
         }
         const auto member = files_.ReadAttribute(attributePath(name_, "bonding_slave/perm_hwaddr"));
         const bool mayBeMember = !member && errno != ENOENT && errno != ENOTDIR;
         if (const auto mac = member ? parseMacAddress(*member) : std::nullopt) {
-            return mac;
+            return *mac;
         }
-        // A current address may have been set by anybody: it stands in for the permanent one only
-        // where the driver does not know that, not where asking failed.
+        // Anybody can set the current address. It replaces the permanent one only when the driver
+        // does not know that one, not when asking failed.
         const bool unsupported = error == 0 || error == EOPNOTSUPP || error == ENOTTY;
-        return unsupported && !mayBeMember ? current : std::nullopt;
+        return unsupported && !mayBeMember ? current : MacAddress();
     }
 
     [[nodiscard]] std::uint32_t Index() const {
@@ -133,9 +135,9 @@ class CInterfaceQuery {
         return printableText({field, ::strnlen(field, size)});
     }
 
-    [[nodiscard]] std::optional<MacAddress> MacIn(const char* attribute) const {
+    [[nodiscard]] MacAddress MacIn(const char* attribute) const {
         const auto text = files_.ReadAttribute(attributePath(name_, attribute));
-        return text ? parseMacAddress(*text) : std::nullopt;
+        return text ? parseMacAddress(*text).value_or(MacAddress()) : MacAddress();
     }
 
     const CFileTree& files_;
@@ -167,7 +169,7 @@ struct Contribution {
     std::uint32_t port = 0;
     std::uint32_t index = 0;
     CInterfaceQuery::LinkAddress address;
-    std::optional<MacAddress> permanent;
+    MacAddress permanent;
     CInterfaceQuery::DriverInfo driver;
 
     [[nodiscard]] auto Rank() const noexcept { return std::tuple(!address.ethernet, port, index); }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "devscan/pci_address.h"
+#include "platform/pci_address.h"
 
 namespace em_pni {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "devscan/pci_text.h"
-#include "devscan/text.h"
+#include "platform/number.h"
 #include "platform/trace.h"
 
 namespace em_pni {

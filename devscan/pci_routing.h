@@ -1,8 +1,8 @@
 // The PCI interrupt routing table ("$PIR") that older firmware leaves below 1 MiB.
 #pragma once
 
-#include "devscan/byte_view.h"
 #include "devscan/slot_tables.h"
+#include "platform/bytes.h"
 
 namespace em_pni {
 

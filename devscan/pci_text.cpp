@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "devscan/text.h"
 #include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {
@@ -156,8 +156,7 @@ std::vector<PciFunction> parseProcPciDevices(std::string_view text) {
             takeUntil(line, '\t');
         }
         PciFunction function;
-        function.address = pciAddress(0, static_cast<std::uint8_t>(*place >> 8U),
-                                      static_cast<std::uint8_t>(*place & 0xFFU));
+        function.address = PciAddress::FromPacked(*place);
         function.ids.vendor = static_cast<std::uint16_t>(*ids >> 16U);
         function.ids.device = static_cast<std::uint16_t>(*ids & 0xFFFFU);
         function.driver = trimBlanks(line);

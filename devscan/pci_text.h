@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "devscan/byte_view.h"
 #include "devscan/pci_function.h"
+#include "platform/bytes.h"
 
 namespace em_pni {
 

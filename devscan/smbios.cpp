@@ -63,7 +63,8 @@ std::optional<PciAddress> addressAt(CByteView structure, std::size_t offset) noe
     if (bytes.Size() == 0 || bytes.U8(2) == unknownBus) {
         return std::nullopt;
     }
-    return pciAddress(bytes.U16(0), bytes.U8(2), bytes.U8(3));
+    return PciAddress::FromPacked(std::uint32_t{bytes.U16(0)} << 16U |
+                                  std::uint32_t{bytes.U8(2)} << 8U | bytes.U8(3));
 }
 
 void addSlot(CByteView structure, SlotTables& tables) {

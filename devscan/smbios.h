@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "devscan/byte_view.h"
 #include "devscan/slot_tables.h"
+#include "platform/bytes.h"
 
 namespace em_pni {
 

@@ -5,8 +5,7 @@
 #include <cerrno>
 #include <string_view>
 
-#include "devscan/text.h"
-#include "platform/profile_file.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace em_pni {

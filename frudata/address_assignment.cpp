@@ -1,6 +1,7 @@
 #include "frudata/address_assignment.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "frudata/address_targets.h"
 #include "frudata/address_text.h"
@@ -17,7 +18,7 @@ using FcAddresses = layout::FC_ADDRESSES;
 
 // The functions of one technology in one module, each with an entry in a list of `count` per port.
 template <class Fits>
-std::vector<AddressTarget> findModuleTargets(const char* operation, CImageView image,
+std::vector<AddressTarget> findModuleTargets(const char* operation, CByteView image,
                                              std::uint8_t moduleIndex,
                                              FunctionTechnology technology, std::size_t count,
                                              Fits fits) {
@@ -41,12 +42,12 @@ std::vector<AddressTarget> findModuleTargets(const char* operation, CImageView i
 
 }  // namespace
 
-bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const AddressBytes> macs,
+bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const MacAddress> macs,
                    std::uint8_t moduleIndex) {
-    if (!std::all_of(macs.begin(), macs.end(), isUsableMac)) {
+    if (!std::all_of(macs.begin(), macs.end(), std::mem_fn(&MacAddress::IsUsable))) {
         return false;
     }
-    CImageEditor editor(image);
+    CByteEditor editor(image);
     const auto targets = findModuleTargets(
         "SetMACAddress", editor.View(), moduleIndex, FunctionTechnology::nic, macs.size(),
         [&macs](const AddressTarget& target) {
@@ -55,7 +56,7 @@ bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const AddressByte
                        .has_value();
         });
     for (const AddressTarget& target : targets) {
-        const AddressBytes& mac = macs[target.port];
+        const MacAddress& mac = macs[target.port];
         // A MAC of eight bytes runs into the second copy, which then stands over its end.
         editor.Put(target.addresses + NicAddresses::manufactureMac, mac);
         editor.Put(target.addresses + NicAddresses::activeMac, mac);
@@ -70,7 +71,7 @@ bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const AddressByte
 
 bool SetWWNAddress(std::vector<std::uint8_t>& image, std::span<const PhysicalAddress> names,
                    std::uint8_t moduleIndex) {
-    CImageEditor editor(image);
+    CByteEditor editor(image);
     const auto targets = findModuleTargets(
         "SetWWNAddress", editor.View(), moduleIndex, FunctionTechnology::fc, names.size(),
         [](const AddressTarget& target) {

@@ -20,7 +20,8 @@ class CModuleAddressIndex {
   private:
     struct Owner {
         PhysicalAddress::Kind kind;
-        AddressBytes bytes;
+        MacAddress mac;
+        WorldWideName wwpn = 0;
         std::uint8_t module;
     };
 

@@ -25,7 +25,7 @@ std::uint32_t codeOf(FrameFault fault, bool isEmpty) noexcept {
 }  // namespace
 
 std::vector<AddressTarget> findAddressTargets(
-    CImageView image, const std::function<bool(const CRecordCursor&)>& isWanted,
+    CByteView image, const std::function<bool(const CRecordCursor&)>& isWanted,
     std::uint32_t& code) {
     std::vector<AddressTarget> targets;
     RecordFrame frame;

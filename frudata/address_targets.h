@@ -23,7 +23,7 @@ struct AddressTarget {
 // The functions for which `isWanted` holds, in record order; none, and another `code` than
 // PNI_SUCCESS, when the image holds no record or an element does not stand where it says.
 std::vector<AddressTarget> findAddressTargets(
-    CImageView image, const std::function<bool(const CRecordCursor&)>& isWanted,
+    CByteView image, const std::function<bool(const CRecordCursor&)>& isWanted,
     std::uint32_t& code);
 
 // Traces the outcome of a setter by the text of its code; true for PNI_SUCCESS.

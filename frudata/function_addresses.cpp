@@ -6,12 +6,11 @@
 namespace em_pni {
 namespace {
 
-std::optional<std::vector<std::uint8_t>> readMac(const CPniPortFunction& function,
-                                                 std::size_t offset) {
+std::optional<MacAddress> readMac(const CPniPortFunction& function, std::size_t offset) {
     const auto mac = function.Technology() == FunctionTechnology::nic
                          ? function.AddressBytes(offset, layout::macSize)
                          : std::nullopt;
-    return mac ? std::optional(std::vector<std::uint8_t>(mac->begin(), mac->end())) : std::nullopt;
+    return mac ? std::optional(MacAddress(*mac)) : std::nullopt;
 }
 
 std::uint64_t readName(const CPniPortFunction& function, std::size_t offset) {
@@ -21,11 +20,11 @@ std::uint64_t readName(const CPniPortFunction& function, std::size_t offset) {
 
 }  // namespace
 
-std::optional<std::vector<std::uint8_t>> manufactureMac(const CPniPortFunction& function) {
+std::optional<MacAddress> manufactureMac(const CPniPortFunction& function) {
     return readMac(function, layout::NIC_ADDRESSES::manufactureMac);
 }
 
-std::optional<std::vector<std::uint8_t>> activeMac(const CPniPortFunction& function) {
+std::optional<MacAddress> activeMac(const CPniPortFunction& function) {
     return readMac(function, layout::NIC_ADDRESSES::activeMac);
 }
 
@@ -36,7 +35,7 @@ std::optional<PhysicalAddress> manufactureNames(const CPniPortFunction& function
         return std::nullopt;
     }
     return PhysicalAddress{.kind = PhysicalAddress::Kind::wwn,
-                           .mac = {},
+                           .mac = MacAddress(),
                            .wwpn = readName(function, Names::manufactureWwpn),
                            .wwnn = readName(function, Names::manufactureWwnn)};
 }

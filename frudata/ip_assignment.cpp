@@ -5,8 +5,8 @@
 #include "frudata/address_targets.h"
 #include "frudata/address_text.h"
 #include "frudata/layout.h"
-#include "frudata/physical_address.h"
 #include "frudata/record_checksum.h"
+#include "platform/address.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -55,8 +55,8 @@ bool mayHoldIpAddresses(const CPniPortFunction& function) noexcept {
            function.Size() >= smallestIpFunction;
 }
 
-bool hasMac(const CPniPortFunction& function, std::span<const std::uint8_t> mac) noexcept {
-    const auto wanted = mac.first(layout::macSize);
+bool hasMac(const CPniPortFunction& function, const MacAddress& mac) noexcept {
+    const auto wanted = std::span(mac).first(layout::macSize);
     for (const std::size_t offset : {Addresses::manufactureMac, Addresses::activeMac}) {
         const auto stored = function.AddressBytes(offset, layout::macSize);
         if (stored && std::equal(stored->begin(), stored->end(), wanted.begin(), wanted.end())) {
@@ -67,7 +67,7 @@ bool hasMac(const CPniPortFunction& function, std::span<const std::uint8_t> mac)
 }
 
 // Image offset of the multi-record header, whose length changes with the function's.
-std::size_t recordLengthOffset(CImageView image) noexcept {
+std::size_t recordLengthOffset(CByteView image) noexcept {
     RecordFrame frame;
     locateFrame(image, frame);
     return frame.multirecordHeader + layout::OEM_PNI_MULTIRECORD_HEADER::recordLength;
@@ -75,8 +75,8 @@ std::size_t recordLengthOffset(CImageView image) noexcept {
 
 // Puts a new address in at `place`, counted from the address block, and makes the function and the
 // record longer by it.
-bool insertAddress(CImageEditor& image, const AddressTarget& target, std::size_t place,
-                   std::span<const std::uint8_t> address, std::uint8_t counters) {
+bool insertAddress(CByteEditor& image, const AddressTarget& target, std::size_t place,
+                   const IpAddress& address, std::uint8_t counters) {
     const std::size_t lengthOffset = recordLengthOffset(image.View());
     const std::size_t recordLength = image.View().U16(lengthOffset) + address.size();
     const std::size_t functionLength =
@@ -97,8 +97,8 @@ bool insertAddress(CImageEditor& image, const AddressTarget& target, std::size_t
     return true;
 }
 
-bool storeIpv4(CImageEditor& image, const AddressTarget& target, const IpLists& lists,
-               std::span<const std::uint8_t> address) {
+bool storeIpv4(CByteEditor& image, const AddressTarget& target, const IpLists& lists,
+               const IpAddress& address) {
     if (lists.ipv4 != 0) {
         PNI_TRACE(4,
                   "\nCPniFruData         : Replace existing IPv4 address with new IPv4 address %s",
@@ -112,8 +112,8 @@ bool storeIpv4(CImageEditor& image, const AddressTarget& target, const IpLists& 
                          static_cast<std::uint8_t>(lists.counters + oneIpv4));
 }
 
-bool storeIpv6(CImageEditor& image, const AddressTarget& target, const IpLists& lists,
-               std::span<const std::uint8_t> address, std::size_t slot) {
+bool storeIpv6(CByteEditor& image, const AddressTarget& target, const IpLists& lists,
+               const IpAddress& address, std::size_t slot) {
     const std::size_t place = lists.Ipv6Begin() + slot * layout::ipv6Size;
     if (lists.ipv6 > slot) {
         PNI_TRACE(4,
@@ -133,13 +133,13 @@ bool storeIpv6(CImageEditor& image, const AddressTarget& target, const IpLists& 
 
 }  // namespace
 
-bool SetIPAddress(std::vector<std::uint8_t>& image, std::span<const std::uint8_t> mac,
-                  std::span<const std::uint8_t> address, std::size_t slot) {
+bool SetIPAddress(std::vector<std::uint8_t>& image, const MacAddress& mac, const IpAddress& address,
+                  std::size_t slot) {
     const bool isV4 = address.size() == layout::ipv4Size;
-    if (!isUsableMac(mac) || (!isV4 && address.size() != layout::ipv6Size)) {
+    if (!mac.IsUsable() || address.IsEmpty()) {
         return traceAssignment("SetIPAddress", PNI_PARAMETER_ERR);
     }
-    CImageEditor editor(image);
+    CByteEditor editor(image);
     std::uint32_t code = PNI_SUCCESS;
     const auto targets = findAddressTargets(
         editor.View(),
@@ -160,7 +160,7 @@ bool SetIPAddress(std::vector<std::uint8_t>& image, std::span<const std::uint8_t
 }
 
 bool ClearIpAddresses(std::vector<std::uint8_t>& image) {
-    CImageEditor editor(image);
+    CByteEditor editor(image);
     std::uint32_t code = PNI_SUCCESS;
     const auto targets = findAddressTargets(
         editor.View(),

@@ -39,7 +39,7 @@ std::optional<CPniPortFunction> firstFunction(CRecordCursor atModule) noexcept {
 
 ModuleTechnology moduleTechnology(const CRecordCursor& atModule) noexcept {
     if (atModule.FormatVersion() >= layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes) {
-        const CImageView header = atModule.ModuleHeader();
+        const CByteView header = atModule.ModuleHeader();
         return header.Has(Area::moduleTypeCode, 1)
                    ? static_cast<ModuleTechnology>(header.U8(Area::moduleTypeCode))
                    : ModuleTechnology::none;
@@ -49,7 +49,7 @@ ModuleTechnology moduleTechnology(const CRecordCursor& atModule) noexcept {
 }
 
 ModuleFacts moduleFacts(const CRecordCursor& atModule) noexcept {
-    const CImageView header = atModule.ModuleHeader();
+    const CByteView header = atModule.ModuleHeader();
     ModuleFacts facts{.index = atModule.Module().position,
                       .moduleId = atModule.Module().moduleId,
                       .headerSize = header.Size(),
@@ -60,7 +60,9 @@ ModuleFacts moduleFacts(const CRecordCursor& atModule) noexcept {
         facts.type = static_cast<ModuleType>(header.U8(Area::moduleType));
     }
     if (const auto function = firstFunction(atModule)) {
-        facts.pciAddress = function->U32(layout::PNI_PORT_FUNCTION::pciAddress);
+        if (const auto packed = function->U32(layout::PNI_PORT_FUNCTION::pciAddress)) {
+            facts.pciAddress = PciAddress::FromPacked(*packed);
+        }
     }
     return facts;
 }

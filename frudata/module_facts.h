@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "frudata/record_cursor.h"
+#include "platform/pci_address.h"
 
 namespace em_pni {
 
@@ -28,8 +29,7 @@ struct ModuleFacts {
     std::size_t headerSize = 0;  // bytes, as far as they are inside the image
     ModuleTechnology technology = ModuleTechnology::none;
     ModuleType type = ModuleType::unknown;
-    // Of the first function: segment (bits 16-31), bus (8-15), device (3-7), function (0-2).
-    std::optional<std::uint32_t> pciAddress;
+    std::optional<PciAddress> pciAddress;  // of the first function
 };
 
 // Of the module that the cursor has just entered; what its header and functions do not hold stays

@@ -52,7 +52,7 @@ void passPort(CRecordCursor& cursor) noexcept {
 
 }  // namespace
 
-CModuleSearch::CModuleSearch(CImageView image, bool checkEndOfList) noexcept
+CModuleSearch::CModuleSearch(CByteView image, bool checkEndOfList) noexcept
     : checkEndOfList_(checkEndOfList) {
     RecordFrame frame;
     if (const FrameFault fault = locateFrame(image, frame); fault != FrameFault::none) {

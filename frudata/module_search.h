@@ -15,7 +15,7 @@ class CModuleSearch {
   public:
     // Traces why, when there is no record to search. A module on the way whose end mark does not
     // fit its place ends the search when `checkEndOfList` is set.
-    CModuleSearch(CImageView image, bool checkEndOfList) noexcept;
+    CModuleSearch(CByteView image, bool checkEndOfList) noexcept;
 
     // Image offset of the module at this position, which must not be before that of an earlier
     // call; a module found last is found again. A port or function on the way that does not fit its

@@ -13,7 +13,7 @@ using InternalUseArea = layout::OEM_INTERNAL_USE_AREA;
 using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
 
 // Every number and end mark of the record's modules, ports and functions fits its place.
-bool isWalkable(CImageView image, const RecordFrame& frame) noexcept {
+bool isWalkable(CByteView image, const RecordFrame& frame) noexcept {
     CRecordCursor cursor(image, frame);
     while (cursor.NextModule()) {
         if (!cursor.ModuleFitsItsPlace()) {
@@ -23,7 +23,7 @@ bool isWalkable(CImageView image, const RecordFrame& frame) noexcept {
     return cursor.Fault() == WalkFault::none;
 }
 
-std::uint32_t validateHeaders(CImageView image) noexcept {
+std::uint32_t validateHeaders(CByteView image) noexcept {
     if (!image.Has(0, CommonHeader::size)) {
         return PNI_INSUFFICENT_DATA_ERR;
     }
@@ -63,7 +63,7 @@ std::uint32_t pniValidateFru(const std::uint8_t* data, std::size_t size) noexcep
     if (data == nullptr) {
         return PNI_PARAMETER_ERR;
     }
-    const CImageView image(data, size);
+    const CByteView image(data, size);
     if (const std::uint32_t code = validateHeaders(image); code != PNI_SUCCESS) {
         return code;
     }
@@ -92,7 +92,7 @@ const std::uint8_t* pni_findOemInternalUseArea(const std::uint8_t* data,
                   "parameters.");
         return nullptr;
     }
-    const CImageView image(data, size);
+    const CByteView image(data, size);
     if (!image.Has(0, CommonHeader::size)) {
         return nullptr;
     }
@@ -122,7 +122,7 @@ const std::uint8_t* pni_findPniFruMultirecordHeader(const std::uint8_t* data,
                   "parameters.");
         return nullptr;
     }
-    const CImageView image(data, size);
+    const CByteView image(data, size);
     if (!image.Has(0, CommonHeader::size)) {
         PNI_TRACE(3,
                   "\nCPniFruData         : pni_findPniFruMultirecordHeader() : ERROR ! No "
@@ -163,7 +163,7 @@ const std::uint8_t* pni_findPniCommonArea(const std::uint8_t* data, std::size_t 
                   "Multirecord Header.");
         return nullptr;
     }
-    const CImageView image(data, size);
+    const CByteView image(data, size);
     const auto header = static_cast<std::size_t>(found - data);
     if (!isAcceptedFormatVersion(image.U8(header + Header::recordFormatVersion))) {
         PNI_TRACE(2,
@@ -185,7 +185,7 @@ std::uint32_t pni_getRecordFormatVersion(const std::uint8_t* data, std::size_t s
     if (version == nullptr) {
         return PNI_PARAMETER_ERR;
     }
-    const CImageView image(data, size);
+    const CByteView image(data, size);
     if (!image.Has(0, CommonHeader::size)) {
         return PNI_FORMAT_ERR;
     }
@@ -203,7 +203,7 @@ std::uint32_t pni_getRecordFormatVersion(const std::uint8_t* data, std::size_t s
 }
 
 std::uint8_t pni_getModuleCount(const std::uint8_t* data, std::size_t size) noexcept {
-    const CImageView image(data, size);
+    const CByteView image(data, size);
     if (!image.Has(0, CommonHeader::size)) {
         return 0;
     }

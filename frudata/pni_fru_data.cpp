@@ -149,7 +149,7 @@ std::size_t CPniFruData::GetStoredPniRealSize() const {
     const CReadGuard guard(lock_);
     const auto headerEnd = static_cast<std::size_t>(common - image_.data());
     const std::uint16_t length =
-        CImageView(image_.data(), image_.size())
+        CByteView(image_.data(), image_.size())
             .U16(static_cast<std::size_t>(header - image_.data()) + Header::recordLength);
     const std::size_t size = headerEnd + length;
     PNI_TRACE(3,
@@ -170,13 +170,13 @@ void CPniFruData::CropToValidSize() {
 
 bool CPniFruData::UpdateInternalUseAreaChecksum() {
     const CWriteGuard guard(lock_);
-    return mendInternalUseAreaChecksum(CImageEditor(image_));
+    return mendInternalUseAreaChecksum(CByteEditor(image_));
 }
 
 void CPniFruData::UpdateEndOfListBit() {
     const CWriteGuard guard(lock_);
     const std::uint8_t count = GetModuleCount();
-    const CImageView image(image_.data(), image_.size());
+    const CByteView image(image_.data(), image_.size());
     CModuleSearch search(image, false);
     for (unsigned i = 0; i < count; ++i) {
         const auto index = static_cast<std::uint8_t>(i);
@@ -205,7 +205,7 @@ void CPniFruData::UpdateEndOfListBit() {
 
 void CPniFruData::UpdateOemPniRecordChecksum() {
     const CWriteGuard guard(lock_);
-    mendRecordChecksum(CImageEditor(image_));
+    mendRecordChecksum(CByteEditor(image_));
 }
 
 }  // namespace em_pni

@@ -10,7 +10,7 @@
 
 #include "frudata/address_assignment.h"
 #include "frudata/module_facts.h"
-#include "frudata/physical_address.h"
+#include "platform/address.h"
 #include "platform/read_write_lock.h"
 
 namespace em_pni {
@@ -85,12 +85,10 @@ class CPniFruData {
     void UpdateOemPniRecordChecksum();
 
     // Each change of addresses is all or nothing; address_assignment.h says what is refused.
-    bool AssignMacAddresses(std::span<const AddressBytes> macs, std::uint8_t module);
+    bool AssignMacAddresses(std::span<const MacAddress> macs, std::uint8_t module);
     bool AssignWwnAddresses(std::span<const PhysicalAddress> names, std::uint8_t module);
-    bool AssignIpv4Address(std::span<const std::uint8_t> mac,
-                           std::span<const std::uint8_t> address);
-    bool AssignIpv6Address(std::span<const std::uint8_t> mac, std::span<const std::uint8_t> address,
-                           std::size_t slot);
+    bool AssignIpv4Address(const MacAddress& mac, const IpAddress& address);
+    bool AssignIpv6Address(const MacAddress& mac, const IpAddress& address, std::size_t slot);
     bool ClearIpAddresses();
 
     // Appends a whole module area, and cuts off what lies behind the record. The low six bits of
@@ -109,11 +107,11 @@ class CPniFruData {
     [[nodiscard]] std::uint8_t GetNextAvailableModuleId(std::uint8_t locationId) const;
 
     // The first module, in record order, whose manufacture MAC or WWPN is the searched one.
-    [[nodiscard]] FoundModule FindModuleByMacAddress(std::span<const std::uint8_t> mac) const;
-    [[nodiscard]] FoundModule FindModuleByWWPNAddress(std::uint64_t wwpn) const;
+    [[nodiscard]] FoundModule FindModuleByMacAddress(const MacAddress& mac) const;
+    [[nodiscard]] FoundModule FindModuleByWWPNAddress(WorldWideName wwpn) const;
     [[nodiscard]] FoundModule FindModuleByAddress(const PhysicalAddress& address) const;
     // One entry per Ethernet or Fibre Channel function, in port and function order.
-    [[nodiscard]] std::vector<AddressBytes> GetModuleMacAddresses(std::uint8_t module) const;
+    [[nodiscard]] std::vector<MacAddress> GetModuleMacAddresses(std::uint8_t module) const;
     [[nodiscard]] std::vector<PhysicalAddress> GetModuleWWPNAddresses(std::uint8_t module) const;
     // The former, or, when there are none, the latter.
     [[nodiscard]] std::vector<PhysicalAddress> GetModulePhysicalAddresses(
@@ -126,7 +124,7 @@ class CPniFruData {
     // "FindPniModuleArea() : Could not find Module Area."
     [[nodiscard]] ModuleFacts GetModuleFacts(std::uint8_t module) const;
     // The active MACs of all Ethernet functions of the record.
-    [[nodiscard]] std::vector<AddressBytes> GetActiveMacAddresses() const;
+    [[nodiscard]] std::vector<MacAddress> GetActiveMacAddresses() const;
     // `moduleId` of each module, in record order: the slot it sits in, 0 = onboard.
     [[nodiscard]] std::vector<std::uint8_t> GetModuleIds() const;
     // Bus (bits 8-15), device (3-7) and function (0-2) stored for a port function.

@@ -34,13 +34,13 @@ bool assign(std::vector<std::uint8_t>& image, Subject subject, Setter setter) {
 
 }  // namespace
 
-bool CPniFruData::AssignMacAddresses(std::span<const AddressBytes> macs, std::uint8_t module) {
+bool CPniFruData::AssignMacAddresses(std::span<const MacAddress> macs, std::uint8_t module) {
     const CWriteGuard guard(lock_);
     return assign(
         image_,
         [&] {
             return "MAC address [" +
-                   joinedTexts(macs, [](const AddressBytes& mac) { return macText(mac); }) + "]";
+                   joinedTexts(macs, [](const MacAddress& mac) { return macText(mac); }) + "]";
         },
         [&](auto& image) { return SetMACAddress(image, macs, module); });
 }
@@ -59,8 +59,7 @@ bool CPniFruData::AssignWwnAddresses(std::span<const PhysicalAddress> names, std
         [&](auto& image) { return SetWWNAddress(image, names, module); });
 }
 
-bool CPniFruData::AssignIpv4Address(std::span<const std::uint8_t> mac,
-                                    std::span<const std::uint8_t> address) {
+bool CPniFruData::AssignIpv4Address(const MacAddress& mac, const IpAddress& address) {
     const CWriteGuard guard(lock_);
     return assign(
         image_,
@@ -70,8 +69,8 @@ bool CPniFruData::AssignIpv4Address(std::span<const std::uint8_t> mac,
         [&](auto& image) { return SetIPAddress(image, mac, address, 0); });
 }
 
-bool CPniFruData::AssignIpv6Address(std::span<const std::uint8_t> mac,
-                                    std::span<const std::uint8_t> address, std::size_t slot) {
+bool CPniFruData::AssignIpv6Address(const MacAddress& mac, const IpAddress& address,
+                                    std::size_t slot) {
     const CWriteGuard guard(lock_);
     return assign(
         image_,

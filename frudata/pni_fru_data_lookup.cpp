@@ -18,7 +18,7 @@ using Bytes = std::span<const std::uint8_t>;
 // Calls `visit(cursor)` for each function of the image until it answers true.
 template <class Visit>
 bool findFunction(Bytes bytes, Visit visit) {
-    const CImageView image(bytes.data(), bytes.size());
+    const CByteView image(bytes.data(), bytes.size());
     RecordFrame frame;
     if (locateFrame(image, frame) != FrameFault::none) {
         return false;
@@ -39,7 +39,7 @@ bool findFunction(Bytes bytes, Visit visit) {
 // Calls `visit` with a cursor that has just entered a module, for each until it answers true.
 template <class Visit>
 void findModule(Bytes bytes, Visit visit) {
-    const CImageView image(bytes.data(), bytes.size());
+    const CByteView image(bytes.data(), bytes.size());
     RecordFrame frame;
     if (locateFrame(image, frame) == FrameFault::none) {
         CRecordCursor cursor(image, frame);
@@ -60,14 +60,14 @@ void enterModule(Bytes bytes, std::uint8_t module, Visit visit) {
     });
 }
 
-std::vector<AddressBytes> macAddressesOf(CRecordCursor atModule) {
-    std::vector<AddressBytes> macs;
+std::vector<MacAddress> macAddressesOf(CRecordCursor atModule) {
+    std::vector<MacAddress> macs;
     while (atModule.NextPort()) {
         while (atModule.NextFunction()) {
-            if (auto mac = manufactureMac(atModule.Function())) {
+            if (const auto mac = manufactureMac(atModule.Function())) {
                 PNI_TRACE(5, "\nPniFruData::GetModuleMacAddresses : Module %u - Found MAC '%s'",
                           atModule.Module().position, macText(*mac).c_str());
-                macs.push_back(std::move(*mac));
+                macs.push_back(*mac);
             }
         }
     }
@@ -92,8 +92,8 @@ std::vector<PhysicalAddress> physicalAddressesOf(const CRecordCursor& atModule) 
     PNI_TRACE(5, "\nCPniFruData::GetModulePhysicalAddresses() : Searching addresses in module %u",
               atModule.Module().position);
     std::vector<PhysicalAddress> addresses;
-    for (AddressBytes& mac : macAddressesOf(atModule)) {
-        addresses.push_back({.kind = PhysicalAddress::Kind::mac, .mac = std::move(mac)});
+    for (const MacAddress& mac : macAddressesOf(atModule)) {
+        addresses.push_back({.kind = PhysicalAddress::Kind::mac, .mac = mac});
     }
     if (!addresses.empty()) {
         PNI_TRACE(4, "\nCPniFruData::GetModulePhysicalAddresses() : Found %u MAC addresses.",
@@ -113,40 +113,37 @@ std::vector<PhysicalAddress> physicalAddressesOf(const CRecordCursor& atModule) 
     return addresses;
 }
 
-std::optional<AddressBytes> manufactureWwpn(const CPniPortFunction& function) {
+std::optional<WorldWideName> manufactureWwpn(const CPniPortFunction& function) {
     const auto names = manufactureNames(function);
-    if (!names) {
-        return std::nullopt;
-    }
-    const auto bytes = worldwideNameBytes(names->wwpn);
-    return AddressBytes(bytes.begin(), bytes.end());
+    return names ? std::optional(names->wwpn) : std::nullopt;
 }
 
-std::string wwpnText(Bytes wwpn) {
-    return hexPairs(wwpn, ":");
-}
-
-std::string recordMacText(Bytes mac) {
+std::string searchedText(const MacAddress& mac) {
     return macText(mac);
 }
 
-// One kind of address to search for: the words of its trace lines, its text and its reader.
+std::string searchedText(const WorldWideName& name) {
+    return worldwideNameText(name);
+}
+
+// One kind of address to search for: the words of its trace lines and its reader.
+template <class Address>
 struct SearchKind {
     const char* operation;
     const char* word;
     const char* operationWhenMissing;
-    std::string (*text)(Bytes);
-    std::optional<AddressBytes> (*read)(const CPniPortFunction&);
+    std::optional<Address> (*read)(const CPniPortFunction&);
 };
 
-constexpr SearchKind macSearch = {"FindModuleByMacAddress", "MAC", "FindModuleByWwpnAddress",
-                                  &recordMacText, &manufactureMac};
-constexpr SearchKind wwpnSearch = {"FindModuleByWWPNAddress", "WWPN", "FindModuleByWWPNAddress",
-                                   &wwpnText, &manufactureWwpn};
+constexpr SearchKind<MacAddress> macSearch = {"FindModuleByMacAddress", "MAC",
+                                              "FindModuleByWwpnAddress", &manufactureMac};
+constexpr SearchKind<WorldWideName> wwpnSearch = {"FindModuleByWWPNAddress", "WWPN",
+                                                  "FindModuleByWWPNAddress", &manufactureWwpn};
 
-FoundModule search(const SearchKind& kind, Bytes image, Bytes wanted) {
+template <class Address>
+FoundModule search(const SearchKind<Address>& kind, Bytes image, const Address& wanted) {
     PNI_TRACE(5, "\nCPniFruData         : %s() : Searched %s - '%s'", kind.operation, kind.word,
-              kind.text(wanted).c_str());
+              searchedText(wanted).c_str());
     FoundModule found{false, 0};
     found.first = findFunction(image, [&](const CRecordCursor& cursor) {
         const auto stored = kind.read(cursor.Function());
@@ -154,8 +151,8 @@ FoundModule search(const SearchKind& kind, Bytes image, Bytes wanted) {
             return false;
         }
         PNI_TRACE(5, "\nCPniFruData         : %s() : Check module %s - '%s'", kind.operation,
-                  kind.word, kind.text(*stored).c_str());
-        if (!std::equal(stored->begin(), stored->end(), wanted.begin(), wanted.end())) {
+                  kind.word, searchedText(*stored).c_str());
+        if (*stored != wanted) {
             return false;
         }
         PNI_TRACE(4, "\nCPniFruData         : %s() : Found %s Address at mod %u port %u func %u",
@@ -173,9 +170,9 @@ FoundModule search(const SearchKind& kind, Bytes image, Bytes wanted) {
 
 }  // namespace
 
-FoundModule CPniFruData::FindModuleByMacAddress(std::span<const std::uint8_t> mac) const {
+FoundModule CPniFruData::FindModuleByMacAddress(const MacAddress& mac) const {
     PNI_TRACE(5, "\nCPniFruData         : FindModuleByMacAddress() : Start.");
-    if (macText(mac).empty()) {
+    if (mac.IsEmpty()) {
         PNI_TRACE(1,
                   "\nCPniFruData         : FindModuleByMacAddress() : Called with invalid searched "
                   "MAC Address.");
@@ -185,13 +182,13 @@ FoundModule CPniFruData::FindModuleByMacAddress(std::span<const std::uint8_t> ma
     return search(macSearch, image_, mac);
 }
 
-FoundModule CPniFruData::FindModuleByWWPNAddress(std::uint64_t wwpn) const {
+FoundModule CPniFruData::FindModuleByWWPNAddress(WorldWideName wwpn) const {
     PNI_TRACE(5, "\nCPniFruData         : FindModuleByWWPNAddress() : Start.");
     if (wwpn == 0) {
         return {false, 0};  // no name, as in a function whose text is none
     }
     const CReadGuard guard(lock_);
-    return search(wwpnSearch, image_, worldwideNameBytes(wwpn));
+    return search(wwpnSearch, image_, wwpn);
 }
 
 FoundModule CPniFruData::FindModuleByAddress(const PhysicalAddress& address) const {
@@ -209,9 +206,9 @@ FoundModule CPniFruData::FindModuleByAddress(const PhysicalAddress& address) con
     return found;
 }
 
-std::vector<AddressBytes> CPniFruData::GetModuleMacAddresses(std::uint8_t module) const {
+std::vector<MacAddress> CPniFruData::GetModuleMacAddresses(std::uint8_t module) const {
     const CReadGuard guard(lock_);
-    std::vector<AddressBytes> macs;
+    std::vector<MacAddress> macs;
     enterModule(image_, module,
                 [&macs](const CRecordCursor& cursor) { macs = macAddressesOf(cursor); });
     return macs;
@@ -251,13 +248,13 @@ ModuleFacts CPniFruData::GetModuleFacts(std::uint8_t module) const {
     return facts;
 }
 
-std::vector<AddressBytes> CPniFruData::GetActiveMacAddresses() const {
+std::vector<MacAddress> CPniFruData::GetActiveMacAddresses() const {
     PNI_TRACE(3, "\nCPniFruData         : Retrieving all active MAC addresses.");
     const CReadGuard guard(lock_);
-    std::vector<AddressBytes> macs;
+    std::vector<MacAddress> macs;
     findFunction(image_, [&](const CRecordCursor& cursor) {
-        if (auto mac = activeMac(cursor.Function())) {
-            macs.push_back(std::move(*mac));
+        if (const auto mac = activeMac(cursor.Function())) {
+            macs.push_back(*mac);
         }
         return false;
     });

@@ -2,10 +2,10 @@
 #include <limits>
 #include <stdexcept>
 
-#include "frudata/image_editor.h"
 #include "frudata/layout.h"
 #include "frudata/pni_fru_data.h"
 #include "frudata/record_cursor.h"
+#include "platform/bytes.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -30,7 +30,7 @@ struct WalkedRecord {
     RecordFrame frame;
     std::vector<ModulePlace> modules;
 
-    explicit WalkedRecord(CImageView image) {
+    explicit WalkedRecord(CByteView image) {
         if (locateFrame(image, frame) != FrameFault::none) {
             return;
         }
@@ -57,14 +57,14 @@ struct WalkedRecord {
     }
 };
 
-CImageView viewOf(const std::vector<std::uint8_t>& image) noexcept {
+CByteView viewOf(const std::vector<std::uint8_t>& image) noexcept {
     return {image.data(), image.size()};
 }
 
 // Writes another number of modules and record length; checksums and end marks are not touched.
 void putCounts(std::vector<std::uint8_t>& image, const RecordFrame& frame, std::size_t modules,
                std::size_t length) noexcept {
-    CImageEditor editor(image);
+    CByteEditor editor(image);
     editor.PutU8(frame.internalUseArea + InternalUseArea::moduleCount,
                  static_cast<std::uint8_t>(modules));
     editor.PutU16(frame.multirecordHeader + Header::recordLength,
@@ -138,7 +138,7 @@ bool CPniFruData::InsertModule(std::vector<std::uint8_t>& stream) {
     CPniFruData copy(*this);
     copy.CropToValidSize();
     const WalkedRecord before(viewOf(copy.image_));
-    CImageEditor(copy.image_).Insert(before.ModulesEnd(), stream);
+    CByteEditor(copy.image_).Insert(before.ModulesEnd(), stream);
     putCounts(copy.image_, before.frame, before.modules.size() + 1,
               before.frame.recordLength + stream.size());
     copy.UpdateAfterModuleChange();
@@ -187,7 +187,7 @@ bool CPniFruData::EraseModule(std::uint8_t index) {
     if (place.begin > end || end > before.End()) {
         throw std::logic_error("The module reaches behind the record.");
     }
-    CImageEditor(copy.image_).Erase(place.begin, end - place.begin);
+    CByteEditor(copy.image_).Erase(place.begin, end - place.begin);
     putCounts(copy.image_, before.frame, before.modules.size() - 1,
               before.frame.recordLength - (end - place.begin));
     copy.UpdateAfterModuleChange();

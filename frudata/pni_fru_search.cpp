@@ -14,7 +14,7 @@ namespace {
 
 // A cursor that has just entered the module at `index`, every module before it walked without a
 // fault; nothing when that fails.
-std::optional<CRecordCursor> enterModule(CImageView image, std::uint8_t index) noexcept {
+std::optional<CRecordCursor> enterModule(CByteView image, std::uint8_t index) noexcept {
     RecordFrame frame;
     if (locateFrame(image, frame) != FrameFault::none) {
         return std::nullopt;
@@ -31,7 +31,7 @@ std::optional<CRecordCursor> enterModule(CImageView image, std::uint8_t index) n
     return std::nullopt;
 }
 
-std::optional<CRecordCursor> enterPort(CImageView image, std::uint8_t moduleIndex,
+std::optional<CRecordCursor> enterPort(CByteView image, std::uint8_t moduleIndex,
                                        std::uint8_t portIndex) noexcept {
     auto cursor = enterModule(image, moduleIndex);
     while (cursor && cursor->NextPort()) {
@@ -51,19 +51,19 @@ const std::uint8_t* pni_findPniModuleArea(const std::uint8_t* data, std::size_t 
         PNI_TRACE(2,
                   "\nCPniFruData         : pni_findPniModuleArea() : ERROR - Invalid parameters!");
     }
-    const auto offset = CModuleSearch(CImageView(data, size), checkEndOfList).Find(moduleIndex);
+    const auto offset = CModuleSearch(CByteView(data, size), checkEndOfList).Find(moduleIndex);
     return offset ? data + *offset : nullptr;
 }
 
 std::uint8_t pni_getPortCount(const std::uint8_t* data, std::size_t size,
                               std::uint8_t moduleIndex) noexcept {
-    const auto cursor = enterModule(CImageView(data, size), moduleIndex);
+    const auto cursor = enterModule(CByteView(data, size), moduleIndex);
     return cursor ? cursor->Module().portCount : std::uint8_t{0};
 }
 
 std::uint8_t pni_getPortFunctionCount(const std::uint8_t* data, std::size_t size,
                                       std::uint8_t moduleIndex, std::uint8_t portIndex) noexcept {
-    const auto cursor = enterPort(CImageView(data, size), moduleIndex, portIndex);
+    const auto cursor = enterPort(CByteView(data, size), moduleIndex, portIndex);
     return cursor ? cursor->Port().pfCount : std::uint8_t{0};
 }
 
@@ -75,7 +75,7 @@ std::uint32_t pni_readAddressBlock(const std::uint8_t* data, std::size_t size,
     if (buffer == nullptr) {
         return PNI_PARAMETER_ERR;
     }
-    auto cursor = enterPort(CImageView(data, size), moduleIndex, portIndex);
+    auto cursor = enterPort(CByteView(data, size), moduleIndex, portIndex);
     do {
         if (!cursor || !cursor->NextFunction()) {
             return PNI_PARAMETER_ERR;
@@ -92,7 +92,7 @@ std::uint32_t pni_readAddressBlock(const std::uint8_t* data, std::size_t size,
     const std::size_t start =
         function.Offset() + function.U8(layout::PNI_PORT_FUNCTION::addressOffset).value_or(0);
     const auto block =
-        CImageView(data, size)
+        CByteView(data, size)
             .Inside(start, std::min({function.Size(), Addresses::readAtMost, bufferSize}));
     std::copy(block.begin(), block.end(), buffer);
     return PNI_SUCCESS;

@@ -6,8 +6,8 @@
 #include <optional>
 #include <span>
 
-#include "frudata/image_view.h"
 #include "frudata/layout.h"
+#include "platform/bytes.h"
 
 namespace em_pni {
 
@@ -29,7 +29,7 @@ class CPniPortFunction {
   public:
     CPniPortFunction() noexcept = default;
     // `offset`: of the function in the image, which holds at least what a walk reads of it.
-    CPniPortFunction(CImageView image, std::size_t offset, std::uint8_t position,
+    CPniPortFunction(CByteView image, std::size_t offset, std::uint8_t position,
                      std::uint8_t formatVersion) noexcept
         : offset_(offset), position_(position), formatVersion_(formatVersion) {
         using Area = layout::PNI_PORT_FUNCTION;
@@ -38,7 +38,7 @@ class CPniPortFunction {
             size_ = Area::lengthUnit * header[Area::functionLength];
         }
         const auto inside = image.Inside(offset, size_);
-        bytes_ = CImageView(inside.data(), inside.size());
+        bytes_ = CByteView(inside.data(), inside.size());
     }
 
     [[nodiscard]] std::size_t Offset() const noexcept { return offset_; }
@@ -70,7 +70,7 @@ class CPniPortFunction {
     [[nodiscard]] std::size_t Place(std::size_t field) const noexcept;
     [[nodiscard]] FunctionTechnology TextTechnology() const noexcept;
 
-    CImageView bytes_;  // of the function, as far as they are inside the image
+    CByteView bytes_;  // of the function, as far as they are inside the image
     std::size_t offset_ = 0;
     std::size_t size_ = 0;
     std::uint8_t flags_ = 0;

@@ -17,8 +17,8 @@ std::uint8_t negated(std::uint8_t sum) noexcept {
 
 }  // namespace
 
-bool mendInternalUseAreaChecksum(CImageEditor image) noexcept {
-    const CImageView view = image.View();
+bool mendInternalUseAreaChecksum(CByteEditor image) noexcept {
+    const CByteView view = image.View();
     const std::uint8_t* const found = pni_findOemInternalUseArea(view.Data(), view.Size());
     if (found == nullptr) {
         return false;
@@ -30,8 +30,8 @@ bool mendInternalUseAreaChecksum(CImageEditor image) noexcept {
     return true;
 }
 
-bool mendRecordChecksum(CImageEditor image) noexcept {
-    const CImageView view = image.View();
+bool mendRecordChecksum(CByteEditor image) noexcept {
+    const CByteView view = image.View();
     RecordFrame frame;
     const FrameFault fault = locateFrame(view, frame);
     const std::size_t header = frame.multirecordHeader;

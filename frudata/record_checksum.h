@@ -1,13 +1,13 @@
 // The checksums of a record, mended after a change.
 #pragma once
 
-#include "frudata/image_editor.h"
+#include "platform/bytes.h"
 
 namespace em_pni {
 
 // Both do nothing, and say so by false, when what they cover is not wholly inside the image.
-bool mendInternalUseAreaChecksum(CImageEditor image) noexcept;
+bool mendInternalUseAreaChecksum(CByteEditor image) noexcept;
 // The record's checksum, then that of its header, which covers it.
-bool mendRecordChecksum(CImageEditor image) noexcept;
+bool mendRecordChecksum(CByteEditor image) noexcept;
 
 }  // namespace em_pni

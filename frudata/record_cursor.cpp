@@ -29,7 +29,7 @@ void CPniPortArea::TraceDump() const {
     PNI_TRACE(3, "\nCPniPortArea::TraceDump() : wolBehaviour = %u", wolBehaviour.value_or(0));
 }
 
-CImageView CRecordCursor::ModuleHeader() const noexcept {
+CByteView CRecordCursor::ModuleHeader() const noexcept {
     const auto bytes = image_.Inside(module_.offset, module_.recordLen);
     return {bytes.data(), bytes.size()};
 }

@@ -16,10 +16,10 @@
 #include <cstdint>
 #include <optional>
 
-#include "frudata/image_view.h"
 #include "frudata/layout.h"
 #include "frudata/port_function.h"
 #include "frudata/record_frame.h"
+#include "platform/bytes.h"
 
 namespace em_pni {
 
@@ -37,7 +37,7 @@ struct PNI_MODULE_AREA {
 };
 
 // Reads the header of the module at `offset`, which must be inside the image.
-inline PNI_MODULE_AREA moduleHeader(CImageView image, std::size_t offset,
+inline PNI_MODULE_AREA moduleHeader(CByteView image, std::size_t offset,
                                     std::uint8_t position) noexcept {
     using Area = layout::PNI_MODULE_AREA;
     PNI_MODULE_AREA module{.offset = offset, .position = position};
@@ -76,7 +76,7 @@ enum class WalkFault {
 // A small value: a copy walks on from the same place.
 class CRecordCursor {
   public:
-    CRecordCursor(CImageView image, const RecordFrame& frame) noexcept
+    CRecordCursor(CByteView image, const RecordFrame& frame) noexcept
         : image_(image),
           moduleCount_(frame.moduleCount),
           formatVersion_(frame.formatVersion),
@@ -98,7 +98,7 @@ class CRecordCursor {
         return module_.endOfList == (module_.position + 1 == moduleCount_);
     }
     // The bytes of the module's header, as far as they are inside the image.
-    [[nodiscard]] CImageView ModuleHeader() const noexcept;
+    [[nodiscard]] CByteView ModuleHeader() const noexcept;
 
     [[nodiscard]] std::uint8_t FormatVersion() const noexcept { return formatVersion_; }
     // Image offset right behind what has been walked so far; it may lie outside.
@@ -110,7 +110,7 @@ class CRecordCursor {
     void GiveUpList() noexcept;
 
   private:
-    CImageView image_;
+    CByteView image_;
     std::uint8_t moduleCount_;
     std::uint8_t formatVersion_;
     std::size_t next_;  // image offset of the next element, whatever it is

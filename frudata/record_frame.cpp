@@ -13,21 +13,21 @@ bool isAcceptedFormatVersion(std::uint8_t recordFormatVersion) noexcept {
     return (recordFormatVersion & 0x0E) == 0x0A || (recordFormatVersion & 0x0F) == 0x0C;
 }
 
-std::size_t internalUseAreaOffset(CImageView image) noexcept {
+std::size_t internalUseAreaOffset(CByteView image) noexcept {
     return std::size_t{8} * image.U8(CommonHeader::internalUseAreaOffset);
 }
 
-std::size_t multirecordHeaderOffset(CImageView image, std::size_t internalUseArea) noexcept {
+std::size_t multirecordHeaderOffset(CByteView image, std::size_t internalUseArea) noexcept {
     return internalUseArea +
            std::size_t{8} * image.U8(internalUseArea + InternalUseArea::pniRecordOffset);
 }
 
-bool isInternalUseAreaFormat(CImageView image, std::size_t internalUseArea) noexcept {
+bool isInternalUseAreaFormat(CByteView image, std::size_t internalUseArea) noexcept {
     return image.U8(internalUseArea + InternalUseArea::iuaFormatVersion) == 1 &&
            image.U8(internalUseArea + InternalUseArea::iuaAreaType) == 1;
 }
 
-FrameFault locateFrame(CImageView image, RecordFrame& frame) noexcept {
+FrameFault locateFrame(CByteView image, RecordFrame& frame) noexcept {
     if (!image.Has(0, CommonHeader::size)) {
         return FrameFault::shorterThanHeader;
     }

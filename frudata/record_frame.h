@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "frudata/image_view.h"
+#include "platform/bytes.h"
 
 namespace em_pni {
 
@@ -35,12 +35,12 @@ enum class FrameFault {
 bool isAcceptedFormatVersion(std::uint8_t recordFormatVersion) noexcept;
 
 // Image offset of the internal use area, as the common header says. Needs a common header.
-std::size_t internalUseAreaOffset(CImageView image) noexcept;
+std::size_t internalUseAreaOffset(CByteView image) noexcept;
 // Image offset of the multi-record header. Needs the internal use area header.
-std::size_t multirecordHeaderOffset(CImageView image, std::size_t internalUseArea) noexcept;
-bool isInternalUseAreaFormat(CImageView image, std::size_t internalUseArea) noexcept;
+std::size_t multirecordHeaderOffset(CByteView image, std::size_t internalUseArea) noexcept;
+bool isInternalUseAreaFormat(CByteView image, std::size_t internalUseArea) noexcept;
 
 // Fills `frame` as far as it gets.
-FrameFault locateFrame(CImageView image, RecordFrame& frame) noexcept;
+FrameFault locateFrame(CByteView image, RecordFrame& frame) noexcept;
 
 }  // namespace em_pni

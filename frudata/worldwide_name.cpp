@@ -7,7 +7,7 @@
 
 namespace em_pni {
 
-std::array<std::uint8_t, 8> worldwideNameBytes(std::uint64_t name) noexcept {
+std::array<std::uint8_t, 8> worldwideNameBytes(WorldWideName name) noexcept {
     std::array<std::uint8_t, 8> bytes{};
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<std::uint8_t>(name >> (56 - 8 * i));
@@ -15,11 +15,11 @@ std::array<std::uint8_t, 8> worldwideNameBytes(std::uint64_t name) noexcept {
     return bytes;
 }
 
-std::string worldwideNameText(std::uint64_t name) {
+std::string worldwideNameText(WorldWideName name) {
     return hexPairs(worldwideNameBytes(name), ":");
 }
 
-std::array<std::uint8_t, layout::worldwideNameSize> HexToAscii(std::uint64_t name) {
+std::array<std::uint8_t, layout::worldwideNameSize> HexToAscii(WorldWideName name) {
     PNI_TRACE(2, "\nEM_PNI HexToAscii() : Start");
     const std::string text = hexPairs(worldwideNameBytes(name), "");
     std::array<std::uint8_t, layout::worldwideNameSize> characters{};
@@ -28,14 +28,14 @@ std::array<std::uint8_t, layout::worldwideNameSize> HexToAscii(std::uint64_t nam
     return characters;
 }
 
-std::optional<std::uint64_t> ToHex(std::span<const std::uint8_t> characters) {
+std::optional<WorldWideName> ToHex(std::span<const std::uint8_t> characters) {
     PNI_TRACE(5, "\nCPniFruData::ToHex input WWPN address - '%s'",
               std::string(characters.begin(), characters.end()).c_str());
     const auto bytes = bytesOfHex(characters);
     if (!bytes || bytes->size() != 8) {
         return std::nullopt;
     }
-    std::uint64_t name = 0;
+    WorldWideName name = 0;
     for (const std::uint8_t byte : *bytes) {
         name = name << 8 | byte;
     }

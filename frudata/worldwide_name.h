@@ -8,19 +8,20 @@
 #include <string>
 
 #include "frudata/layout.h"
+#include "platform/address.h"
 
 namespace em_pni {
 
 // Eight bytes, the most significant one first.
-std::array<std::uint8_t, 8> worldwideNameBytes(std::uint64_t name) noexcept;
+std::array<std::uint8_t, 8> worldwideNameBytes(WorldWideName name) noexcept;
 
 // "20:00:00:10:9B:00:00:01"
-std::string worldwideNameText(std::uint64_t name);
+std::string worldwideNameText(WorldWideName name);
 
 // As the record holds it: 16 upper-case hexadecimal characters, no NUL.
-std::array<std::uint8_t, layout::worldwideNameSize> HexToAscii(std::uint64_t name);
+std::array<std::uint8_t, layout::worldwideNameSize> HexToAscii(WorldWideName name);
 
 // The inverse; nothing when the characters are not 16 hexadecimal ones.
-std::optional<std::uint64_t> ToHex(std::span<const std::uint8_t> characters);
+std::optional<WorldWideName> ToHex(std::span<const std::uint8_t> characters);
 
 }  // namespace em_pni

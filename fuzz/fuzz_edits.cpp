@@ -31,7 +31,7 @@ struct CutRecord {
     bool isWhole = false;  // valid, and the modules end where the record does or before
 
     explicit CutRecord(const Bytes& image) {
-        const CImageView view(image.data(), image.size());
+        const CByteView view(image.data(), image.size());
         RecordFrame frame;
         if (pniValidateFru(image.data(), image.size()) != PNI_SUCCESS ||
             locateFrame(view, frame) != FrameFault::none) {
@@ -76,16 +76,17 @@ struct CutRecord {
     }
 };
 
-AddressBytes takeMac(CFuzzInput& script, const CPniFruData& record) {
+MacAddress takeMac(CFuzzInput& script, const CPniFruData& record) {
     const auto macs = record.GetActiveMacAddresses();
     const unsigned choice = script.Byte();
-    return choice < 200 && !macs.empty() ? macs[choice % macs.size()]
-                                         : script.Take(choice % 2 == 0 ? 6 : script.Below(12));
+    return choice < 200 && !macs.empty()
+               ? macs[choice % macs.size()]
+               : MacAddress(script.Take(choice % 2 == 0 ? 6 : script.Below(12)));
 }
 
 // Whether the lists of an Ethernet function hold the address.
-bool isListed(const Bytes& image, const AddressBytes& address) {
-    const CImageView view(image.data(), image.size());
+bool isListed(const Bytes& image, const IpAddress& address) {
+    const CByteView view(image.data(), image.size());
     RecordFrame frame;
     locateFrame(view, frame);
     CRecordCursor cursor(view, frame);
@@ -137,19 +138,19 @@ class CEditing {
     [[nodiscard]] CutRecord Now() const { return CutRecord(record_.GetImage()); }
 
     void SetIpv4(const CutRecord& before) {
-        const AddressBytes address = script_.Take(4);
+        const IpAddress address = script_.Take(4);
         isDone_ = record_.AssignIpv4Address(takeMac(script_, record_), address);
         CheckIpChange(before, address);
     }
 
     void SetIpv6(const CutRecord& before) {
-        const AddressBytes address = script_.Take(16);
+        const IpAddress address = script_.Take(16);
         const std::size_t slot = script_.Below(18);
         isDone_ = record_.AssignIpv6Address(takeMac(script_, record_), address, slot);
         CheckIpChange(before, address);
     }
 
-    void CheckIpChange(const CutRecord& before, const AddressBytes& address) const {
+    void CheckIpChange(const CutRecord& before, const IpAddress& address) const {
         require(!isDone_ || isListed(record_.GetImage(), address), "the address is stored");
         if (!before.isWhole || !isDone_) {
             return;
@@ -166,8 +167,8 @@ class CEditing {
     }
 
     void SetMacs(const CutRecord& before) {
-        std::vector<AddressBytes> macs(script_.Below(4));
-        for (AddressBytes& mac : macs) {
+        std::vector<MacAddress> macs(script_.Below(4));
+        for (MacAddress& mac : macs) {
             mac = takeMac(script_, record_);
         }
         const std::uint8_t module = script_.Byte() & 0x0FU;
@@ -215,7 +216,8 @@ class CEditing {
     // As each cycle of the update thread does it.
     void AssignAnew(const CutRecord& /*before*/) {
         struct Interface {
-            AddressBytes mac, ipv4, ipv6;
+            MacAddress mac;
+            IpAddress ipv4, ipv6;
         };
         std::vector<Interface> interfaces(script_.Below(4));
         for (Interface& one : interfaces) {

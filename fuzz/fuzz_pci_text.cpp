@@ -3,11 +3,12 @@
 #include <algorithm>
 
 #include "devscan/adapter_names.h"
+#include "devscan/hardware_address.h"
 #include "devscan/pci_list.h"
 #include "devscan/pci_text.h"
 #include "devscan/scan.h"
-#include "devscan/text.h"
 #include "fuzz/fuzz_input.h"
+#include "platform/text.h"
 
 using namespace em_pni;
 using namespace em_pni::fuzz;

@@ -31,7 +31,7 @@ class CNavigation {
     void Check() {
         CheckFinds();
         RecordFrame frame;
-        const bool hasFrame = locateFrame(CImageView(data_, size_), frame) == FrameFault::none;
+        const bool hasFrame = locateFrame(CByteView(data_, size_), frame) == FrameFault::none;
         require(hasFrame || !isValid_, "a valid image has a record");
         require(isValid_ == record_.IsValid(), "the owner of the image says the same");
         if (hasFrame) {
@@ -49,7 +49,7 @@ class CNavigation {
             return outside;
         }
         const auto offset = static_cast<std::size_t>(found - data_);
-        require(found >= data_ && CImageView(data_, size_).Has(offset, length),
+        require(found >= data_ && CByteView(data_, size_).Has(offset, length),
                 "what is found lies inside");
         return offset;
     }
@@ -73,7 +73,7 @@ class CNavigation {
     }
 
     void CheckWalk(const RecordFrame& frame) const {
-        CRecordCursor cursor(CImageView(data_, size_), frame);
+        CRecordCursor cursor(CByteView(data_, size_), frame);
         bool isHidden = false;  // behind a module whose end mark does not fit its place
         while (cursor.NextModule()) {
             const std::uint8_t module = cursor.Module().position;
@@ -147,7 +147,7 @@ class CNavigation {
             require(addresses.empty() || module < record_.GetModuleCount(), "addresses, too");
             for (const PhysicalAddress& address : addresses) {
                 const auto [isFound, where] = record_.FindModuleByAddress(address);
-                const bool isNone = address.wwpn == 0 && !isUsableMac(address.mac);
+                const bool isNone = address.wwpn == 0 && !address.mac.IsUsable();
                 require(isFound ? where <= module : isNone, "an address leads to its module");
             }
         }

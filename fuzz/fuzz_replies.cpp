@@ -8,8 +8,9 @@
 #include <map>
 
 #include "adapters/device_to_adapters_map.h"
-#include "devscan/text.h"
 #include "fuzz/fuzz_input.h"
+#include "platform/number.h"
+#include "platform/text.h"
 #include "pni/hotplug_update.h"
 #include "pni/ip_update.h"
 #include "pni/physical_check.h"

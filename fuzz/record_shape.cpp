@@ -47,7 +47,7 @@ Bytes buildFunction(CFuzzInput& input, unsigned version, unsigned id, bool last)
 }
 
 // The flags of one element, all bits but those of its number kept, the end mark set or cleared.
-void putMark(CImageEditor& image, std::size_t offset, std::uint8_t keptBits, unsigned number,
+void putMark(CByteEditor& image, std::size_t offset, std::uint8_t keptBits, unsigned number,
              bool last) {
     const unsigned flags = (image.View().U8(offset) & keptBits) | number | (last ? 0x80U : 0U);
     image.PutU8(offset, static_cast<std::uint8_t>(flags));
@@ -56,7 +56,7 @@ void putMark(CImageEditor& image, std::size_t offset, std::uint8_t keptBits, uns
 // The walk stops where a number or end mark is wrong; it is put right and tried once more.
 class CMarkMender {
   public:
-    CMarkMender(CImageEditor image, const RecordFrame& frame)
+    CMarkMender(CByteEditor image, const RecordFrame& frame)
         : image_(image), modules_(frame.moduleCount), cursor_(image.View(), frame) {}
 
     void Mend() {
@@ -91,7 +91,7 @@ class CMarkMender {
         return (cursor_.*next)();
     }
 
-    CImageEditor image_;
+    CByteEditor image_;
     int modules_;
     CRecordCursor cursor_;
 };
@@ -127,7 +127,7 @@ Bytes buildRecord(CFuzzInput& input) {
 }
 
 void mendRecord(Bytes& image) {
-    CImageEditor editor(image);
+    CByteEditor editor(image);
     if (!editor.View().Has(0, layout::IPMI_FRU_COMMON_HEADER::size)) {
         return;
     }

@@ -9,6 +9,7 @@
 #include "platform/file.h"
 #include "platform/number.h"
 #include "platform/profile_file.h"
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {

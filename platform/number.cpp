@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "platform/text.h"
+
 namespace em_pni {
 namespace {
 
@@ -16,16 +18,15 @@ std::optional<std::uint64_t> parseDigits(std::string_view digits, int base,
     return value;
 }
 
-}  // namespace
-
-std::string_view trimBlanks(std::string_view text) noexcept {
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) {
-        return {};
+std::string hexText(std::uint32_t value, int digits, const char* alphabet) {
+    std::string text;
+    for (int i = 0; i < digits || value != 0; ++i, value >>= 4U) {
+        text.insert(text.begin(), alphabet[value & 0xFU]);
     }
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    return text;
 }
+
+}  // namespace
 
 std::optional<std::uint64_t> parseDecimal(std::string_view text, std::uint64_t max) noexcept {
     return parseDigits(trimBlanks(text), 10, max);
@@ -40,6 +41,19 @@ std::optional<std::uint64_t> parseNumber(std::string_view text, std::uint64_t ma
         return parseDigits(digits, 8, max);
     }
     return parseDigits(digits, 10, max);
+}
+
+std::optional<std::uint64_t> parseHex(std::string_view digits, std::uint64_t max) noexcept {
+    constexpr std::size_t maxDigits = 16;
+    return digits.size() <= maxDigits ? parseDigits(digits, 16, max) : std::nullopt;
+}
+
+std::string lowerHex(std::uint32_t value, int digits) {
+    return hexText(value, digits, "0123456789abcdef");
+}
+
+std::string upperHex(std::uint32_t value, int digits) {
+    return hexText(value, digits, "0123456789ABCDEF");
 }
 
 }  // namespace em_pni

@@ -6,17 +6,13 @@
 #include <fcntl.h>
 
 #include "platform/file.h"
-#include "platform/number.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
 constexpr std::size_t maxProfileSize = 1024 * 1024;
-
-char lowered(char c) noexcept {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
 
 // The name of the section that a line opens, or nothing for any other line.
 std::optional<std::string_view> sectionName(std::string_view line) noexcept {
@@ -90,11 +86,6 @@ const char* orNil(const char* text) noexcept {
 }
 
 }  // namespace
-
-bool equalIgnoringCase(std::string_view left, std::string_view right) noexcept {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char a, char b) { return lowered(a) == lowered(b); });
-}
 
 CProfileText::CProfileText(std::string_view text) {
     std::string_view section;

@@ -14,9 +14,6 @@
 
 namespace em_pni {
 
-// Whether both texts are the same letters, A-Z and a-z counting as equal.
-bool equalIgnoringCase(std::string_view left, std::string_view right) noexcept;
-
 // A parsed view of a profile text; the text must outlive it.
 class CProfileText {
   public:

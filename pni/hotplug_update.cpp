@@ -19,17 +19,8 @@ using Addresses = std::vector<PhysicalAddress>;
 
 Addresses usableAddresses(const LocalPniAdapter& adapter) {
     Addresses addresses = adapter.GetFuncPhysicalAddress();
-    std::erase_if(addresses, [](const PhysicalAddress& address) {
-        return address.kind == PhysicalAddress::Kind::mac ? !isUsableMac(address.mac)
-                                                          : address.wwpn == 0;
-    });
+    std::erase_if(addresses, [](const PhysicalAddress& address) { return !address.IsUsable(); });
     return addresses;
-}
-
-DeviceToAdaptersMapID deviceOf(std::uint32_t pciAddress) noexcept {
-    return {.segment = static_cast<std::uint16_t>(pciAddress >> 16U),
-            .bus = static_cast<std::uint8_t>(pciAddress >> 8U),
-            .device = static_cast<std::uint8_t>(pciAddress >> 3U & 0x1FU)};
 }
 
 const char* nameOf(ModuleType type) noexcept {
@@ -218,8 +209,9 @@ bool CHotplugUpdate::IsRemovable(std::uint8_t index, std::uint8_t current) const
 
 // A device whose driver is not loaded, or about which the host did not answer, has not gone.
 bool CHotplugUpdate::IsDeviceThere(const ModuleFacts& module) const {
-    return module.pciAddress && std::find(unidentified_.begin(), unidentified_.end(),
-                                          deviceOf(*module.pciAddress)) != unidentified_.end();
+    return module.pciAddress &&
+           std::find(unidentified_.begin(), unidentified_.end(),
+                     DeviceToAdaptersMapID::Of(*module.pciAddress)) != unidentified_.end();
 }
 
 }  // namespace

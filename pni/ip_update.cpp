@@ -15,10 +15,6 @@ using IpAddressKind = CNetworkRequests::IpAddressKind;
 constexpr std::uint32_t indicesPerKind = 4;
 constexpr std::size_t maxIpv6 = 2;  // stored per interface
 
-bool isIpAddress(const AddressBytes& bytes) noexcept {
-    return bytes.size() == layout::ipv4Size || bytes.size() == layout::ipv6Size;
-}
-
 void traceRecordMacs(const CPniFruData& record) {
     if (!trace::isOn(3)) {
         return;
@@ -46,8 +42,9 @@ void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
     }
     PNI_TRACE(4, "\nEM_PNI              : Confirmed ethernet type interface");
     PNI_TRACE(4, "\nEM_PNI              : Retrieving MAC address of the interface");
-    const auto mac = requests.MacAddress(interface).value;
-    if (!mac || !isUsableMac(*mac)) {
+    const auto macBytes = requests.MacAddress(interface).value;
+    const MacAddress mac = macBytes ? MacAddress(*macBytes) : MacAddress();
+    if (!mac.IsUsable()) {
         PNI_TRACE(4, "\nEM_PNI              : ERROR! Skipped invalid MAC address at interface %u",
                   interface);
         return;
@@ -58,7 +55,7 @@ void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
                   static_cast<int>(state.value_or(0)));
         return;
     }
-    NetworkInterfaceEntry entry{*mac, {}};
+    NetworkInterfaceEntry entry{mac, {}};
     if (!CollectIpAddresses(requests, interface, entry)) {
         PNI_TRACE(4, "\nEM_PNI              : Request IP addresses failed, try one more time");
         CollectIpAddresses(requests, interface, entry);
@@ -66,7 +63,7 @@ void scanInterface(const CNetworkRequests& requests, std::uint32_t interface,
     list.push_back(std::move(entry));
 }
 
-void traceStored(const char* family, const std::string& address, const AddressBytes& mac) {
+void traceStored(const char* family, const std::string& address, const MacAddress& mac) {
     PNI_TRACE(3, "\n                    :  %s address %s stored in PNI FRU for MAC address %s",
               family, address.c_str(), macText(mac).c_str());
 }
@@ -74,8 +71,8 @@ void traceStored(const char* family, const std::string& address, const AddressBy
 void storeAddresses(const NetworkInterfaceEntry& entry, CPniFruData& record) {
     bool hasIpv4 = false;
     std::size_t ipv6Count = 0;
-    for (const AddressBytes& address : entry.addresses) {
-        if (address.size() == layout::ipv4Size) {
+    for (const IpAddress& address : entry.addresses) {
+        if (address.size() == IpAddress::shortSize) {
             if (!hasIpv4 && record.AssignIpv4Address(entry.mac, address)) {
                 traceStored("IPv4", ipv4Text(address), entry.mac);
                 hasIpv4 = true;
@@ -105,10 +102,10 @@ bool CollectIpAddresses(const CNetworkRequests& requests, std::uint32_t interfac
                 5, "\nEM_PNI              : NIC[%u]: Request %s IP address %u - KRCP status 0x%X",
                 interface, nameOf(kind), index, reply.status);
             hasData |= reply.value.has_value();
-            if (reply.value && isIpAddress(*reply.value) &&
-                std::find(entry.addresses.begin(), entry.addresses.end(), *reply.value) ==
-                    entry.addresses.end()) {
-                entry.addresses.push_back(*reply.value);
+            const IpAddress address = reply.value ? IpAddress(*reply.value) : IpAddress();
+            if (!address.IsEmpty() && std::find(entry.addresses.begin(), entry.addresses.end(),
+                                                address) == entry.addresses.end()) {
+                entry.addresses.push_back(address);
             }
         }
     }

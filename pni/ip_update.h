@@ -11,8 +11,8 @@ namespace em_pni {
 
 // One Ethernet interface of the host that is up.
 struct NetworkInterfaceEntry {
-    AddressBytes mac;                     // 6 or 8 bytes
-    std::vector<AddressBytes> addresses;  // 4 or 16 bytes each, every one once
+    MacAddress mac;
+    std::vector<IpAddress> addresses;  // each address once
 };
 
 // False when the host does not tell how many interfaces it has, or has none.

@@ -21,7 +21,7 @@ struct CheckKind {
 };
 
 bool assignMacs(CPniFruData& record, const Addresses& table, std::uint8_t module) {
-    std::vector<AddressBytes> macs;
+    std::vector<MacAddress> macs;
     for (const PhysicalAddress& address : table) {
         macs.push_back(address.mac);
     }
@@ -31,7 +31,7 @@ bool assignMacs(CPniFruData& record, const Addresses& table, std::uint8_t module
 constexpr CheckKind macKind = {
     .mismatch = "MAC",
     .word = "MAC",
-    .isKnown = [](const PhysicalAddress& local) { return !local.mac.empty(); },
+    .isKnown = [](const PhysicalAddress& local) { return !local.mac.IsEmpty(); },
     .isEqual = [](const PhysicalAddress& local,
                   const PhysicalAddress& stored) { return local.mac == stored.mac; },
     .assign = &assignMacs,
@@ -136,16 +136,6 @@ bool checkModule(CPniFruData& record, CPniFruData& copy, const LocalPniAdapter& 
     return correctAddresses(record, copy, kind, stored, local, module, *slot);
 }
 
-struct PciLocation {
-    int bus;
-    int device;
-    int function;
-
-    explicit PciLocation(std::uint16_t packed) noexcept
-        : bus(packed >> 8), device(packed >> 3 & 0x1F), function(packed & 0x07) {}
-    friend bool operator==(const PciLocation&, const PciLocation&) = default;
-};
-
 }  // namespace
 
 void CheckPhysicalAddrs(CPniFruData& record, const AdapterSource& collectAdapters) {
@@ -169,7 +159,7 @@ bool ComparePciLocation(const CPniFruData& record, const LocalPniAdapter& adapte
                         std::uint8_t module, std::uint8_t port, std::uint8_t function) {
     const auto stored = record.GetPciLocation(module, port, function);
     if (stored) {
-        const PciLocation pni(*stored);
+        const PciAddress pni = PciAddress::FromPacked(*stored);
         PNI_TRACE(
             4,
             "\nEM_PNI              : ComparePciLocation : PNI location - Bus [%d], Dev [%d], Fn "
@@ -179,11 +169,12 @@ bool ComparePciLocation(const CPniFruData& record, const LocalPniAdapter& adapte
     const auto& ports = adapter.GetLocalPniPortAreaList();
     const LocalPniPortFunctionArea& area =
         *ports.at(port)->GetLocalPniPortFunctionAreaList().at(function);
-    const PciLocation local(static_cast<std::uint16_t>(area.GetPciPFA()));
+    // Without the segment, as the record's 16 bits.
+    const auto local = PciAddress::FromPacked(static_cast<std::uint16_t>(area.GetPciPFA()));
     PNI_TRACE(
         4, "\nEM_PNI              : ComparePciLocation : OS location - Bus [%d], Dev [%d], Fn [%d]",
         local.bus, local.device, local.function);
-    return stored && PciLocation(*stored) == local;
+    return stored && PciAddress::FromPacked(*stored) == local;
 }
 
 }  // namespace em_pni

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "module/krcp_trace.h"
-#include "platform/profile_file.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace em_pni {

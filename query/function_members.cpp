@@ -1,6 +1,7 @@
 #include "query/function_members.h"
 
 #include "frudata/layout.h"
+#include "platform/pci_address.h"
 #include "platform/trace.h"
 #include "query/value_names.h"
 
@@ -40,12 +41,13 @@ void addIds(CAnswerWriter& answer, Member vendor, Member device, std::optional<s
     }
 }
 
-void addPciAddress(CAnswerWriter& answer, std::optional<std::uint32_t> address) {
-    if (address) {
-        answer.Add(Member::PciSegment, *address >> 16);
-        answer.Add(Member::PciBus, *address >> 8 & 0xFFU);
-        answer.Add(Member::PciDevice, *address >> 3 & 0x1FU);
-        answer.Add(Member::PciFunction, *address & 0x07U);
+void addPciAddress(CAnswerWriter& answer, std::optional<std::uint32_t> packed) {
+    if (packed) {
+        const PciAddress address = PciAddress::FromPacked(*packed);
+        answer.Add(Member::PciSegment, address.segment);
+        answer.Add(Member::PciBus, address.bus);
+        answer.Add(Member::PciDevice, address.device);
+        answer.Add(Member::PciFunction, address.function);
     }
 }
 

@@ -1,6 +1,6 @@
 #include "query/member_names.h"
 
-#include "platform/profile_file.h"
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {

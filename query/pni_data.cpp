@@ -18,7 +18,7 @@ struct ModuleMembers {
     std::optional<std::string> name;
     std::optional<std::string> firmware;
 
-    ModuleMembers(const CAnswerWriter& answer, CImageView header, bool hasTechnology) {
+    ModuleMembers(const CAnswerWriter& answer, CByteView header, bool hasTechnology) {
         using Area = layout::PNI_MODULE_AREA;
         if (hasTechnology && answer.Selects(Member::TechnologyType) &&
             header.Has(Area::moduleTypeCode, 1)) {

@@ -5,8 +5,8 @@
 #include <rapidjson/document.h>
 #include <span>
 
-#include "frudata/image_view.h"
 #include "frudata/record_cursor.h"
+#include "platform/bytes.h"
 #include "query/answer_writer.h"
 #include "query/data_filter.h"
 
@@ -39,7 +39,7 @@ class CPNI_Data {
     void GetPortsData(CAnswerWriter& answer, CRecordCursor& cursor) const;
     [[nodiscard]] const CMemberSelection& Selection() const noexcept;
 
-    CImageView image_;
+    CByteView image_;
     const CPNI_DataFilter* filter_;
     std::uint8_t formatVersion_ = 0;
 };

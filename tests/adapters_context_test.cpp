@@ -92,8 +92,7 @@ TEST_F(AdaptersContext, AsksFurtherUntilBothFamiliesAreKnown) {
     host.Ip(1, 2, 0, {10, 0, 0, 2});
     host.Ip(2, 0, 0, {10, 0, 0, 3});
     host.Ip(0, 1, 0, ipv6);
-    EXPECT_EQ(context.GetIpAddresses(first),
-              (std::vector<IpAddressBytes>{ipv4, {10, 0, 0, 2}, ipv6}));
+    EXPECT_EQ(context.GetIpAddresses(first), (std::vector<IpAddress>{ipv4, {10, 0, 0, 2}, ipv6}));
     host.Ip(1, 3, 0, ipv6);
     EXPECT_EQ(context.GetIpAddresses(first).size(), 3U);
     EXPECT_EQ((host.asked[{0x1703, 1}]), 2 * 4);
@@ -107,11 +106,10 @@ TEST_F(AdaptersContext, TakesNoAddressFromBadReplies) {
     host.answers[{0x1703, 1, 0x30000}] = "";
     host.Ip(2, 0, 0, {10, 0, 0});
     EXPECT_TRUE(context.GetIpAddresses(first).empty());
-    // Only a primary address may have any length; it counts as IPv6.
+    // A primary answer of any other length counts as IPv6 and is no address.
     host.Ip(1, 0, 0, {1, 2, 3, 4, 5, 6, 7});
     host.Ip(0, 3, 0, ipv4);
-    EXPECT_EQ(context.GetIpAddresses(first),
-              (std::vector<IpAddressBytes>{{1, 2, 3, 4, 5, 6, 7}, ipv4}));
+    EXPECT_EQ(context.GetIpAddresses(first), std::vector<IpAddress>{ipv4});
 }
 
 TEST(AdaptersSpeed, Encoding) {

@@ -126,7 +126,7 @@ TEST_F(AdaptersModel, AddressesAndSpeed) {
     EXPECT_EQ(Function(facts).GetSpeed(), 0x8002);
     // Nobody's address is not the one of the host's first interface.
     AdapterFacts silent = facts;
-    silent.activeMac.reset();
+    silent.activeMac = {};
     EXPECT_EQ(Function(silent).GetSpeed(), 0);
 }
 
@@ -166,8 +166,8 @@ TEST_F(AdaptersModel, EthernetModule) {
     AdapterFacts full = nicFacts({1, 3, 0, 0}, 5);
     full.optionRom = "5." + std::string(40, 'r');
     AdapterFacts bare = nicFacts({1, 3, 0, 1}, 5);
-    bare.activeMac.reset();
-    bare.permanentMac.reset();
+    bare.activeMac = {};
+    bare.permanentMac = {};
     const Bytes stream = StreamOf({full, bare});
     const Bytes module =
         joined({{0x45, 56, 2}, textBytes("LAN PCI Card", 19), {3, 2}, textBytes("N/A", 32)});
@@ -189,8 +189,8 @@ TEST_F(AdaptersModel, FibreChannelModule) {
     fibre.address = {0, 4, 2, 1};
     fibre.ids = {0x10DF, 0xF100, 0x10DF, 0xF101};
     fibre.classCode = 0x0C04;
-    fibre.nodeName = WorldWideName{0x20, 0, 0, 0x90, 0xFA, 0x94, 0x27, 0x79};
-    fibre.portName = WorldWideName{0x10, 0, 0, 0x90, 0xFA, 0x94, 0x27, 0x79};
+    fibre.nodeName = 0x20000090FA942779;
+    fibre.portName = 0x10000090FA942779;
     const Bytes stream = StreamOf({fibre});
     const Bytes names = textBytes("20000090FA94277910000090FA942779");
     const Bytes module =
@@ -212,7 +212,7 @@ TEST_F(AdaptersModel, SizesOfTheEthernetArea) {
         {0, 16, 46, 0},     {15, 15, 0, 0},
     };
     for (const auto& one : cases) {
-        std::vector<IpAddressBytes> addresses(one.ipv6, ipv6);
+        std::vector<IpAddress> addresses(one.ipv6, ipv6);
         addresses.insert(addresses.end(), one.ipv4, {10, 0, 0, 1});
         addresses.push_back({1, 2, 3});
         const Bytes area = nicSpecificArea(nicFacts({0, 3, 0, 0}), addresses);

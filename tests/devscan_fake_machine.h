@@ -36,8 +36,8 @@ class CScriptedCommands final : public CCommandRunner {
 };
 
 struct FakeInterface {
-    MacAddress mac{};
-    MacAddress permanent{};  // all zeros: the driver answers, but knows none
+    MacAddress mac{0, 0, 0, 0, 0, 0};
+    MacAddress permanent{0, 0, 0, 0, 0, 0};  // all zeros: the driver answers without an address
     std::uint16_t type = 1;
     int index = 1;
     int port = 0;

@@ -82,7 +82,7 @@ TEST_F(DevscanScan, ConvergedCardAndItsStorageFunction) {
     const auto adapters = machine.Scan();
     ASSERT_EQ(adapters.size(), 3U);
     const AdapterFacts& fibre = adapters[2].Facts();
-    EXPECT_EQ(fibre.portName, (WorldWideName{0, 0, 0, 0x90, 0xFA, 0x94, 0x27, 0x79}));
+    EXPECT_EQ(fibre.portName, WorldWideName{0x90FA942779});
     EXPECT_EQ(fibre.optionRom, "11.4 (boot)");
     EXPECT_EQ(fibre.firmware, "11.4.204");
 }
@@ -102,7 +102,7 @@ TEST_F(DevscanScan, PermanentAddressOfBondMembers) {
     EXPECT_EQ(adapters[0].Facts().permanentMac, mac(1));
     EXPECT_EQ(adapters[1].Facts().permanentMac, mac(2));
     EXPECT_EQ(adapters[2].Facts().activeMac, mac(7));
-    EXPECT_FALSE(adapters[2].Facts().permanentMac);
+    EXPECT_TRUE(adapters[2].Facts().permanentMac.IsEmpty());
 }
 
 TEST_F(DevscanScan, SeveralInterfacesOnOneFunction) {
@@ -145,7 +145,7 @@ TEST_F(DevscanScan, WhatVanishesOrFailsTakesNothingElseAlong) {
     ASSERT_EQ(::mkfifo(machine.Path(modalias).c_str(), 0600), 0);
     const auto adapters = machine.Scan();
     ASSERT_EQ(adapters.size(), 2U);
-    EXPECT_FALSE(adapters[0].Facts().permanentMac);
+    EXPECT_TRUE(adapters[0].Facts().permanentMac.IsEmpty());
     EXPECT_EQ(adapters[1].Facts().permanentMac, mac(3));
 }
 
@@ -290,8 +290,7 @@ TEST(DevscanText, Addresses) {
     EXPECT_EQ(parseMacAddress("02:fc:00:A0:00:01"), (MacAddress{2, 0xFC, 0, 0xA0, 0, 1}));
     expectRefused(parseMacAddress, {"00:00:00:00:00:00", "02:fc:00:00:00", "02:fc:00:00:00:01:02",
                                     "2:fc:00:00:00:001"});
-    EXPECT_EQ(parseWorldWideName("0x10000090fa942779"),
-              (WorldWideName{0x10, 0, 0, 0x90, 0xFA, 0x94, 0x27, 0x79}));
+    EXPECT_EQ(parseWorldWideName("0x10000090fa942779"), WorldWideName{0x10000090FA942779});
     expectRefused(parseWorldWideName,
                   {"0xffffffffffffffff", "0x0", "0x", "10000090fa942779", "0x110000090fa942779"});
 }

@@ -111,20 +111,22 @@ TEST(Addresses, WhatDoesNotFitIsRefusedAndChangesNothing) {
 
 TEST(Addresses, MacsGoToTheirPortsInBothCopies) {
     CPniFruData record(twoModules());
-    const std::vector<Bytes> macs = {{0x0A, 1, 1, 1, 1, 1}, {0x0A, 2, 2, 2, 2, 2}};
+    const std::vector<MacAddress> macs = {{0x0A, 1, 1, 1, 1, 1}, {0x0A, 2, 2, 2, 2, 2}};
     ASSERT_TRUE(record.AssignMacAddresses(macs, 1));
     EXPECT_TRUE(record.IsValid());
     EXPECT_EQ(record.GetModuleMacAddresses(1), macs);
-    EXPECT_EQ(record.GetActiveMacAddresses(), (std::vector<Bytes>{activeMac(0), macs[0], macs[1]}));
-    EXPECT_EQ(record.GetModuleMacAddresses(0), (std::vector<Bytes>{manufactureMac(0)}));
+    EXPECT_EQ(record.GetActiveMacAddresses(),
+              (std::vector<MacAddress>{activeMac(0), macs[0], macs[1]}));
+    EXPECT_EQ(record.GetModuleMacAddresses(0), (std::vector<MacAddress>{manufactureMac(0)}));
     EXPECT_EQ(record.FindModuleByMacAddress(macs[1]), FoundModule(true, 1));
-    for (const Bytes& unknown : {activeMac(0), joined({macs[1], {0, 0}}), Bytes()}) {
+    for (const MacAddress& unknown :
+         {MacAddress(activeMac(0)), MacAddress{0x0A, 2, 2, 2, 2, 2, 0, 0}, MacAddress()}) {
         EXPECT_FALSE(record.FindModuleByMacAddress(unknown).first);
     }
 
     const Bytes before = record.GetImage();
-    EXPECT_FALSE(record.AssignMacAddresses(std::vector<Bytes>{macs[0], Bytes(6, 0)}, 1));
-    EXPECT_FALSE(record.AssignMacAddresses(std::vector<Bytes>{macs[0], Bytes(5, 1)}, 1));
+    EXPECT_FALSE(record.AssignMacAddresses(std::vector<MacAddress>{macs[0], Bytes(6, 0)}, 1));
+    EXPECT_FALSE(record.AssignMacAddresses(std::vector<MacAddress>{macs[0], Bytes(5, 1)}, 1));
     EXPECT_FALSE(record.AssignMacAddresses(macs, 2));
     EXPECT_FALSE(record.AssignWwnAddresses(std::vector<PhysicalAddress>(2), 1))
         << "no Fibre Channel module";

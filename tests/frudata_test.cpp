@@ -150,7 +150,7 @@ TEST(Technology, TextsAreComparedWithTheirNul) {
     for (const auto& [text, technology] : texts) {
         Bytes bytes = function(0, true, 0, nicAddresses(1));
         put(bytes, 14, textBytes(text));
-        const CImageView image(bytes.data(), bytes.size());
+        const CByteView image(bytes.data(), bytes.size());
         EXPECT_EQ(CPniPortFunction(image, 0, 0, 10).Technology(), technology) << text;
     }
 }

@@ -74,7 +74,7 @@ TEST_F(HotplugTest, CardsComeAndGoAndNothingElseIsTouched) {
     EXPECT_TRUE(trace_.Has("WARNING ! Module ADD when no proper hot-plug flag set!"));
     EXPECT_EQ(Cycle({added}), 1);
     ASSERT_EQ(Ids(), (Bytes{0, 3, 4, 5, 6, 7}));
-    EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<Bytes>{sampleMac(9, 6)});
+    EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<MacAddress>{sampleMac(9, 6)});
     EXPECT_EQ(Cycle({changed}), 0) << "nothing is new";
 
     const std::size_t size = host_.Image().size();
@@ -107,7 +107,7 @@ TEST_F(HotplugTest, PulledCardsLeaveTheFirstBytesAndExchangedOnesGetTheNextId) {
     Plug(5, 3);
     EXPECT_EQ(Cycle({removed, added}), 1);
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4, 6, 7}));
-    EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<Bytes>{sampleMac(9, 3)});
+    EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<MacAddress>{sampleMac(9, 3)});
     EXPECT_EQ(Cycle({removed, added}), 0);
 }
 
@@ -210,8 +210,8 @@ TEST_F(HotplugTest, AllOfManyCardsAreReplacedAtOnce) {
         std::iota(ids.begin(), ids.end(), cards == 30 ? 31 : 1);
         ASSERT_EQ(record.GetModuleIds(), ids);
         for (unsigned card = 1; card <= cards; ++card) {
-            const std::vector<Bytes> macs = {ManyCards::Mac(2, card, 0),
-                                             ManyCards::Mac(2, card, 1)};
+            const std::vector<MacAddress> macs = {ManyCards::Mac(2, card, 0),
+                                                  ManyCards::Mac(2, card, 1)};
             EXPECT_EQ(record.GetModuleMacAddresses(byteOf(card - 1)), macs) << card;
         }
     }

@@ -75,7 +75,7 @@ inline Bytes sampleMac(std::uint8_t module, std::uint8_t port) {
 
 inline FakeInterface fakeInterface(const Bytes& mac, int index) {
     FakeInterface interface;
-    std::copy(mac.begin(), mac.end(), interface.mac.begin());
+    interface.mac = mac;
     interface.permanent = interface.mac;
     interface.index = index;
     return interface;

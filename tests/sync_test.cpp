@@ -27,9 +27,7 @@ class SyncTest : public ModuleFixture {
         return machine_.interfaces->interfaces.at(name);
     }
     [[nodiscard]] CPniFruData Record() { return CPniFruData(host_.Image()); }
-    void ExchangePort() {
-        std::copy(newMac_.begin(), newMac_.end(), Interface("ens3f1").permanent.begin());
-    }
+    void ExchangePort() { Interface("ens3f1").permanent = newMac_; }
     const Bytes newMac_ = {0x0A, 1, 2, 3, 4, 5};
 };
 
@@ -40,7 +38,8 @@ TEST_F(SyncTest, ExchangedCardsGiveTheirAddressesToTheRecord) {
     ExchangePort();
     machine_.File("sys/class/fc_host/host1/port_name", "0x10000000c9abcdef\n");
     EXPECT_EQ(Cycle(), 1);
-    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac_}));
+    EXPECT_EQ(Record().GetModuleMacAddresses(1),
+              (std::vector<MacAddress>{sampleMac(3, 1), newMac_}));
     const auto names = Record().GetModulePhysicalAddresses(2);
     EXPECT_EQ(names[0].wwpn, 0x100000109B000001U);
     EXPECT_EQ(names[1].wwpn, 0x10000000C9ABCDEFU);
@@ -55,7 +54,8 @@ TEST_F(SyncTest, AnAddressThatTheMachineDoesNotTellStaysInTheRecord) {
     machine_.File("sys/class/fc_host/host0/port_name", "0xffffffffffffffff\n");
     ExchangePort();
     EXPECT_EQ(Cycle(), 1);
-    EXPECT_EQ(Record().GetModuleMacAddresses(1), (std::vector<Bytes>{sampleMac(3, 1), newMac_}));
+    EXPECT_EQ(Record().GetModuleMacAddresses(1),
+              (std::vector<MacAddress>{sampleMac(3, 1), newMac_}));
     EXPECT_EQ(Record().GetModulePhysicalAddresses(2)[0].wwpn, 0x100000109B000001U);
 }
 
@@ -79,7 +79,7 @@ TEST_F(SyncTest, OnlyTheSameCardInTheSamePlaceIsCompared) {
     fixChecksums(image);
     host_.Put(image);
     Cycle();
-    EXPECT_EQ(Record().GetModuleMacAddresses(1)[0], sampleMac(3, 1));
+    EXPECT_EQ(Record().GetModuleMacAddresses(1)[0], MacAddress(sampleMac(3, 1)));
     EXPECT_TRUE(trace_.Has("PCI location does not match - SKIP."));
 }
 
@@ -87,7 +87,7 @@ TEST_F(SyncTest, ARecordWithTextTechnologyKeepsItsPhysicalAddresses) {
     host_.Put(sample("text-technology-v10.fru"));
     Interface("ens3f0").permanent = {0x0A, 9, 9, 9, 9, 9};
     Cycle();
-    EXPECT_EQ(Record().GetModuleMacAddresses(1)[0], sampleMac(3, 1));
+    EXPECT_EQ(Record().GetModuleMacAddresses(1)[0], MacAddress(sampleMac(3, 1)));
     EXPECT_FALSE(trace_.Has("mismatch"));
 }
 

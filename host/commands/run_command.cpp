@@ -10,10 +10,10 @@
 #include "host/events/run_waiter.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/inventory_diff.h"
-#include "host/output/inventory_text.h"
 #include "host/session/inventory_request.h"
 #include "host/session/module_session.h"
 #include "host/session/played_host.h"
+#include "platform/text.h"
 
 namespace em_pni {
 

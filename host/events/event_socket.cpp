@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "host/output/host_error.h"
-#include "host/output/inventory_text.h"
+#include "platform/text.h"
 
 namespace em_pni {
 

@@ -21,8 +21,6 @@ namespace em_pni {
 
 namespace {
 
-constexpr std::size_t ipv6Length = 16;
-
 struct FreeCache {
     void operator()(nl_cache* cache) const noexcept { ::nl_cache_free(cache); }
 };
@@ -57,7 +55,7 @@ NetworkInterface interfaceOf(rtnl_link* link, CInterfaceControl& control) {
 }
 
 struct KernelAddress {
-    std::vector<std::uint8_t> bytes;
+    IpAddress ip;
     unsigned flags = 0;  // IFA_F_
     unsigned scope = 0;  // RT_SCOPE_
 };
@@ -72,7 +70,7 @@ AddressesByIndex readAddresses(const NetlinkSocket& socket) {
         const int family = ::rtnl_addr_get_family(address);
         if (family == AF_INET || family == AF_INET6) {
             addresses[::rtnl_addr_get_ifindex(address)].push_back(
-                {bytesOf(::rtnl_addr_get_local(address)), ::rtnl_addr_get_flags(address),
+                {IpAddress(bytesOf(::rtnl_addr_get_local(address))), ::rtnl_addr_get_flags(address),
                  static_cast<unsigned>(::rtnl_addr_get_scope(address))});
         }
     });
@@ -82,19 +80,19 @@ AddressesByIndex readAddresses(const NetlinkSocket& socket) {
 bool isTransient(const KernelAddress& address) noexcept {
     // For IPv4 the bit of IFA_F_TEMPORARY marks a secondary address of a network.
     const bool temporary =
-        address.bytes.size() == ipv6Length && (address.flags & IFA_F_TEMPORARY) != 0;
+        address.ip.size() == IpAddress::longSize && (address.flags & IFA_F_TEMPORARY) != 0;
     return temporary || (address.flags & IFA_F_PERMANENT) == 0;
 }
 
 // Leaves out addresses whose check for duplicates has not ended or has failed. Addresses that are
 // valid beyond the link come first; otherwise the order stays.
-std::vector<IpAddress> usableAddresses(const std::vector<KernelAddress>& addresses) {
-    std::vector<IpAddress> result;
+std::vector<InterfaceAddress> usableAddresses(const std::vector<KernelAddress>& addresses) {
+    std::vector<InterfaceAddress> result;
     for (const bool onLink : {false, true}) {
         for (const KernelAddress& address : addresses) {
             const bool usable = (address.flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
             if (usable && (address.scope >= RT_SCOPE_LINK) == onLink) {
-                result.push_back({address.bytes, isTransient(address)});
+                result.push_back({address.ip, isTransient(address)});
             }
         }
     }

@@ -17,7 +17,7 @@ std::uint32_t answerNumber(CKrcpMessage& message, std::optional<std::uint64_t> v
                                                                     : krcp::INVALID_CMD;
 }
 
-std::uint32_t answerBytes(CKrcpMessage& message, const std::vector<std::uint8_t>& bytes) {
+std::uint32_t answerBytes(CKrcpMessage& message, std::span<const std::uint8_t> bytes) {
     if (bytes.empty()) {
         return krcp::NO_DATA;
     }
@@ -26,19 +26,18 @@ std::uint32_t answerBytes(CKrcpMessage& message, const std::vector<std::uint8_t>
 
 // The address with this index among those of the kind, without duplicates; empty when there is no
 // such index.
-std::vector<std::uint8_t> findAddress(const NetworkInterface& interface, std::int64_t kind,
-                                      std::uint32_t index) {
-    std::vector<std::vector<std::uint8_t>> before;
-    for (const IpAddress& address : interface.addresses) {
+IpAddress findAddress(const NetworkInterface& interface, std::int64_t kind, std::uint32_t index) {
+    std::vector<IpAddress> before;
+    for (const InterfaceAddress& address : interface.addresses) {
         const bool wanted =
             kind == krcp::anyAddress || address.transient == (kind == krcp::transientAddress);
-        if (!wanted || std::find(before.begin(), before.end(), address.bytes) != before.end()) {
+        if (!wanted || std::find(before.begin(), before.end(), address.ip) != before.end()) {
             continue;
         }
         if (before.size() == index) {
-            return address.bytes;
+            return address.ip;
         }
-        before.push_back(address.bytes);
+        before.push_back(address.ip);
     }
     return {};
 }

@@ -5,24 +5,24 @@
 #include <optional>
 #include <vector>
 
+#include "platform/address.h"
+
 namespace em_pni {
 
-struct IpAddress {
-    std::vector<std::uint8_t> bytes;  // network order; 4 bytes IPv4, 16 bytes IPv6
-    bool transient = false;           // has a limited life, for example from DHCP
-
-    friend bool operator==(const IpAddress&, const IpAddress&) = default;
+struct InterfaceAddress {
+    IpAddress ip;
+    bool transient = false;  // has a limited life, for example from DHCP
 };
 
 struct NetworkInterface {
     static constexpr std::uint32_t ethernet = 6;
     static constexpr std::uint32_t up = 1;
 
-    std::uint32_t type = 0;              // ifType of the interfaces MIB
-    std::uint32_t linkState = 0;         // ifOperStatus of the interfaces MIB
-    std::vector<std::uint8_t> mac;       // the active one; empty = no address
-    std::optional<std::uint64_t> speed;  // kbit/s
-    std::vector<IpAddress> addresses;    // in the order of the answers
+    std::uint32_t type = 0;                   // ifType of the interfaces MIB
+    std::uint32_t linkState = 0;              // ifOperStatus of the interfaces MIB
+    std::vector<std::uint8_t> mac;            // the active one; empty = no address
+    std::optional<std::uint64_t> speed;       // kbit/s
+    std::vector<InterfaceAddress> addresses;  // in the order of the answers
 };
 
 // The position is the number of the interface.

@@ -3,7 +3,8 @@
 
 #include "frudata/address_text.h"
 #include "host/output/adapter_report.h"
-#include "host/output/inventory_text.h"
+#include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -46,12 +47,7 @@ class CMembers {
 
 // Empty for 0, which no vendor and no device has.
 std::string knownIdText(std::uint16_t id) {
-    return id == 0 ? std::string() : idText(id);
-}
-
-template <class Address>
-std::string addressText(const std::optional<Address>& address, const char* separator) {
-    return address ? hexPairs(*address, separator) : std::string();
+    return id == 0 ? std::string() : lowerHex(id, 4);
 }
 
 void writeIds(CMembers& members, const AdapterReport& adapter) {
@@ -66,10 +62,10 @@ void writeIds(CMembers& members, const AdapterReport& adapter) {
 }
 
 void writeAddresses(CMembers& members, const AdapterFacts& facts) {
-    members.Text("PermanentMAC", addressText(facts.permanentMac, "-"));
-    members.Text("ActiveMAC", addressText(facts.activeMac, "-"));
-    members.Text("WWNN", addressText(facts.nodeName, ":"));
-    members.Text("WWPN", addressText(facts.portName, ":"));
+    members.Text("PermanentMAC", macText(facts.permanentMac));
+    members.Text("ActiveMAC", macText(facts.activeMac));
+    members.Text("WWNN", knownNameText(facts.nodeName));
+    members.Text("WWPN", knownNameText(facts.portName));
 }
 
 }  // namespace
@@ -85,7 +81,7 @@ std::string adapterJson(const std::vector<AdapterReport>& adapters) {
         writer.StartObject();
         members.Text("PciAddress", pciAddressText(facts.address));
         members.Slot("Slot", facts.slot);
-        members.Text("ClassCode", idText(facts.classCode));
+        members.Text("ClassCode", lowerHex(facts.classCode, 4));
         members.Text("Class", adapter.className);
         members.Bool("InfiniBand", adapter.infiniband);
         writeIds(members, adapter);

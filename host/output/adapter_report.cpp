@@ -1,7 +1,6 @@
 #include "host/output/adapter_report.h"
 
-#include <array>
-#include <cstdio>
+#include "frudata/worldwide_name.h"
 
 namespace em_pni {
 
@@ -15,10 +14,8 @@ std::vector<AdapterReport> reportAdapters(const std::vector<CSystemAdapter>& ada
     return reports;
 }
 
-std::string idText(std::uint16_t id) {
-    std::array<char, 8> text{};
-    static_cast<void>(std::snprintf(text.data(), text.size(), "%04x", unsigned{id}));
-    return text.data();
+std::string knownNameText(WorldWideName name) {
+    return name == 0 ? std::string() : worldwideNameText(name);
 }
 
 }  // namespace em_pni

@@ -1,11 +1,11 @@
 // The adapters of this machine as a tree for people and as JSON for programs.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "devscan/system_adapter.h"
+#include "platform/address.h"
 
 namespace em_pni {
 
@@ -25,7 +25,7 @@ std::string adapterTree(const std::vector<AdapterReport>& adapters);
 // An array of objects with the same members; null = not known.
 std::string adapterJson(const std::vector<AdapterReport>& adapters);
 
-// A PCI id as four hexadecimal digits.
-std::string idText(std::uint16_t id);
+// "20:00:00:10:9B:00:00:01"; empty for 0, which means that there is no name.
+std::string knownNameText(WorldWideName name);
 
 }  // namespace em_pni

@@ -2,7 +2,8 @@
 
 #include "frudata/address_text.h"
 #include "host/output/adapter_report.h"
-#include "host/output/inventory_text.h"
+#include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -69,26 +70,22 @@ std::string namedIds(const std::string& name, std::uint16_t vendor, std::uint16_
         return name;
     }
     std::string text = name;
-    text.append(text.empty() ? "[" : " [").append(idText(vendor)).append(":");
-    return text.append(idText(device)).append("]");
+    text.append(text.empty() ? "[" : " [").append(lowerHex(vendor, 4)).append(":");
+    return text.append(lowerHex(device, 4)).append("]");
 }
 
 std::string classFact(const AdapterReport& adapter) {
     std::string text = adapter.className;
-    text.append(text.empty() ? "[" : " [").append(idText(adapter.facts.classCode)).append("]");
+    text.append(text.empty() ? "[" : " [").append(lowerHex(adapter.facts.classCode, 4)).append("]");
     return adapter.infiniband ? text.append(", InfiniBand") : text;
 }
 
 std::string macFact(const AdapterFacts& facts) {
-    if (!facts.activeMac || !facts.permanentMac || facts.activeMac == facts.permanentMac) {
-        const auto& known = facts.activeMac ? facts.activeMac : facts.permanentMac;
-        return known ? macText(*known) : std::string();
+    if (facts.activeMac.IsEmpty() || facts.permanentMac.IsEmpty() ||
+        facts.activeMac == facts.permanentMac) {
+        return macText(facts.activeMac.IsEmpty() ? facts.permanentMac : facts.activeMac);
     }
-    return macText(*facts.activeMac) + " (permanent " + macText(*facts.permanentMac) + ")";
-}
-
-std::string wwnFact(const std::optional<WorldWideName>& name) {
-    return name ? hexPairs(*name, ":") : std::string();
+    return macText(facts.activeMac) + " (permanent " + macText(facts.permanentMac) + ")";
 }
 
 std::string joined(const std::vector<std::string>& texts) {
@@ -117,8 +114,8 @@ std::string factLines(const AdapterReport& adapter, const std::string& indent) {
     lines.Add("driver", facts.driver);
     lines.Add("interfaces", joined(facts.interfaces));
     lines.Add("MAC", macFact(facts));
-    lines.Add("WWNN", wwnFact(facts.nodeName));
-    lines.Add("WWPN", wwnFact(facts.portName));
+    lines.Add("WWNN", knownNameText(facts.nodeName));
+    lines.Add("WWPN", knownNameText(facts.portName));
     lines.Add("firmware", facts.firmware);
     lines.Add("option ROM", facts.optionRom);
     return lines.Text();

@@ -8,6 +8,7 @@
 
 #include "em_pni/krcp_message.h"
 #include "host/output/inventory_text.h"
+#include "platform/text.h"
 
 namespace em_pni {
 

@@ -5,7 +5,6 @@
 #include <array>
 #include <rapidjson/document.h>
 #include <string>
-#include <string_view>
 
 namespace em_pni {
 
@@ -22,13 +21,6 @@ inline constexpr std::array<InventoryLevel, 3> inventoryLevels{{
     {"PhysicalPorts", "PortId", "port"},
     {"PhysicalFunctions", "PhyFunctionId", "function"},
 }};
-
-// `text` with U+FFFD for each byte that is not part of a UTF-8 character.
-std::string validUtf8(std::string_view text);
-
-// `text` with '?' for each control character. Names in a record come from the adapter's firmware
-// and must not control the terminal.
-std::string printable(std::string_view text);
 
 // A string as it is, an object {"Address": string} as that string, any other value as compact JSON.
 // Without control characters.

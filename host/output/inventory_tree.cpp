@@ -3,12 +3,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <vector>
 
 #include "em_pni/krcp_message.h"
 #include "host/output/inventory_text.h"
+#include "platform/pci_address.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -85,15 +86,10 @@ std::string pciText(const Value& function) {
         segment.value_or(0) > 0xFFFF) {
         return "";
     }
-    if ((segment.value_or(0) | *bus | *device | *number) == 0) {
-        return "";
-    }
-    std::array<char, 16> text{};
-    static_cast<void>(std::snprintf(text.data(), text.size(), "%04x:%02x:%02x.%x",
-                                    static_cast<unsigned>(segment.value_or(0)),
-                                    static_cast<unsigned>(*bus), static_cast<unsigned>(*device),
-                                    static_cast<unsigned>(*number)));
-    return text.data();
+    const PciAddress address{static_cast<std::uint16_t>(segment.value_or(0)),
+                             static_cast<std::uint8_t>(*bus), static_cast<std::uint8_t>(*device),
+                             static_cast<std::uint8_t>(*number)};
+    return address.Packed() == 0 ? "" : pciAddressText(address);
 }
 
 // Empty for an address of zeros, which means that there is no address.

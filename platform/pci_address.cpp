@@ -1,6 +1,7 @@
-#include "devscan/pci_address.h"
+#include "platform/pci_address.h"
 
-#include "devscan/text.h"
+#include "platform/number.h"
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {
@@ -11,7 +12,7 @@ constexpr std::uint32_t maxSegment = 0xFFFF;
 
 struct WideAddress {
     std::uint32_t segment;
-    PciAddress rest;  // its segment is meaningless when the wide one is above maxSegment
+    PciAddress rest;  // ignore its segment when the wide one is above maxSegment
 };
 
 std::optional<WideAddress> parseWide(std::string_view text) noexcept {
@@ -31,7 +32,7 @@ std::optional<PciAddress> narrowed(const std::optional<WideAddress>& wide) noexc
     return wide && wide->segment <= maxSegment ? std::optional(wide->rest) : std::nullopt;
 }
 
-// Cuts the last component that is an address, and all behind it, off the end of `path`.
+// Removes the last component that is an address, and all behind it, from the end of `path`.
 std::optional<WideAddress> takeLastAddress(std::string_view& path) noexcept {
     while (!path.empty()) {
         const std::size_t slash = path.rfind('/');
@@ -46,11 +47,6 @@ std::optional<WideAddress> takeLastAddress(std::string_view& path) noexcept {
 }
 
 }  // namespace
-
-PciAddress pciAddress(std::uint16_t segment, std::uint8_t bus, std::uint8_t devfn) noexcept {
-    return {segment, bus, static_cast<std::uint8_t>(devfn >> 3U),
-            static_cast<std::uint8_t>(devfn & 7U)};
-}
 
 std::optional<PciAddress> parsePciAddress(std::string_view text) noexcept {
     return narrowed(parseWide(text));
