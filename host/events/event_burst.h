@@ -15,8 +15,8 @@
 namespace em_pni {
 
 // Collects events for half a second from the first one on and then reports one event of each kind.
-// Removals come first: the module scans the whole machine for each event, and in a scan before the
-// removal a pulled card would still be there, without its addresses.
+// Removals come first: the module scans the whole machine after each event. Without the removal, a
+// scan would only find that the addresses of a pulled card are gone.
 class CEventBursts {
   public:
     using TimePoint = CIEventSource::Clock::time_point;

@@ -46,7 +46,7 @@ class CEventSocket final : public CIEventSource {
     EventPlace place_;
     CConsole& console_;
     CFileDescriptor socket_;
-    dev_t device_ = 0;  // device_ and inode_ identify the socket file that this made
+    dev_t device_ = 0;  // with inode_: the socket file of this host
     ino_t inode_ = 0;
     std::optional<HostEvent> taken_;  // between Take and NextReport
     Clock::time_point takenAt_;

@@ -15,7 +15,7 @@ class CNetworkWatch final : public CIEventSource {
     // kernel has dropped count, too.
     bool TakeReports();
 
-    // -1 during a burst, which is one event whatever else comes.
+    // -1 during a burst: more changes do not alter its one event.
     [[nodiscard]] int Descriptor() const noexcept override;
     void Take(Clock::time_point now) override;
     [[nodiscard]] std::optional<Clock::time_point> DueAt() const override {

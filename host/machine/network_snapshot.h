@@ -11,7 +11,7 @@ namespace em_pni {
 
 struct InterfaceAddress {
     IpAddress ip;
-    bool transient = false;  // has a limited life, for example from DHCP
+    bool transient = false;  // from DHCP, or a temporary IPv6 address
 };
 
 struct NetworkInterface {
