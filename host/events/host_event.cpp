@@ -33,6 +33,7 @@ const EventFacts& factsOf(HostEvent event) noexcept {
 
 std::vector<std::string> hostEventWords() {
     std::vector<std::string> words;
+    words.reserve(allFacts.size());
     for (const EventFacts& facts : allFacts) {
         words.emplace_back(facts.word);
     }
