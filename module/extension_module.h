@@ -43,6 +43,8 @@ class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
     // Calls into the host. Return 0 before Start.
     std::uint32_t SwitchStartFinished(std::uint32_t value);
     std::uint32_t GetHostKind();
+    // The text of a configuration file; null when the host gives none.
+    const char* GetModuleConfig();
     // Adds a missing "CA" and sends the message, as CKrcpConnection::SendRequest. Before Start,
     // sets the status EXEC_FAILED and sends nothing.
     std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override;

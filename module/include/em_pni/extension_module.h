@@ -26,11 +26,27 @@ class CIHostInterface {
     // The module has finished its part of the switch start. `value` is 0. The result is what
     // OnSwitchStarted returns to the host.
     virtual std::uint32_t SwitchStartFinished(CIExtensionModule* module, std::uint32_t value) = 0;
-    // Returns 5 for the agentless service, another value for the host steward.
+    // Returns 5 for the agentless service, configuringHostKind when the object is a
+    // CIConfiguringHostInterface, another value for the host steward.
     virtual std::uint32_t GetHostKind() = 0;
 
   protected:
     ~CIHostInterface() = default;
+};
+
+// The host kind of a CIConfiguringHostInterface: no other host returns it.
+inline constexpr std::uint32_t configuringHostKind = 0x504E4943;
+
+// A host that also configures the module. Its GetHostKind returns configuringHostKind.
+class CIConfiguringHostInterface : public CIHostInterface {
+  public:
+    // Returns the text of a configuration file with the syntax of em_pni.ini, ending in a NUL byte.
+    // The module looks in its file for a property that the text does not have. Null = no text. The
+    // module calls this during Start and does not keep the pointer.
+    virtual const char* GetModuleConfig() = 0;
+
+  protected:
+    ~CIConfiguringHostInterface() = default;
 };
 
 // The module implements this interface. Order of the calls:
