@@ -4,9 +4,8 @@
 #include <linux/if.h>
 #include <linux/if_arp.h>
 
-#include "host/machine/network_snapshot.h"
-
 #include "em_pni/krcp_message.h"
+#include "host/machine/network_snapshot.h"
 
 namespace em_pni {
 
