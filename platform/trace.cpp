@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 
-#include "platform/debug_client.h"
+#include "platform/trace_client.h"
 
 namespace em_pni::trace {
 

@@ -3,7 +3,7 @@
 //     PNI_TRACE(2, "\nEM_PNI              : Received %u bytes", count);
 //
 // Levels: 1 errors, 2 ordinary flow, 3 progress of the synchronisation, 5 details, 6 locks. A line
-// is written when its level is at most the configured one; see debug_trace_config.h. While it is
+// is written when its level is at most the configured one; see trace_config.h. While it is
 // not, a call costs one branch and its arguments are not evaluated. Any thread may trace at any
 // time, also before the trace begins and after it ends.
 #pragma once

@@ -5,7 +5,7 @@
 #include <thread>
 #include <unistd.h>
 
-#include "devscan/process_runner.h"
+#include "devscan/command_runner.h"
 #include "tests/devscan_fake_machine.h"
 
 namespace em_pni {

@@ -1,4 +1,4 @@
-#include "platform/debug_trace_config.h"
+#include "platform/trace_config.h"
 
 #include <algorithm>
 #include <dirent.h>

@@ -1,4 +1,4 @@
-#include "platform/debug.h"
+#include "platform/trace_log.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "platform/debug_client.h"
+#include "platform/trace_client.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -7,8 +7,8 @@
 #include <syslog.h>
 #include <utility>
 
-#include "platform/debug.h"
 #include "platform/trace.h"
+#include "platform/trace_log.h"
 
 namespace em_pni {
 namespace {

@@ -1,4 +1,4 @@
-#include "devscan/process_runner.h"
+#include "devscan/command_runner.h"
 
 #include <algorithm>
 #include <array>

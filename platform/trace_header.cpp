@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <unistd.h>
 
-#include "platform/debug.h"
 #include "platform/file.h"
+#include "platform/trace_log.h"
 
 namespace em_pni {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/debug_trace_config.h"
 #include "platform/file.h"
+#include "platform/trace_config.h"
 
 namespace em_pni {
 

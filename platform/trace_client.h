@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <string_view>
 
-#include "platform/debug_trace_config.h"
+#include "platform/trace_config.h"
 
 namespace em_pni {
 
