@@ -15,7 +15,7 @@ namespace em_pni {
 namespace {
 
 constexpr std::size_t maxSettingFileSize = 1024 * 1024;
-constexpr std::size_t maxDirectoryLength = 256;  // characters; longer values are cut
+constexpr std::size_t maxDirectoryLength = 256;  // bytes; longer values are cut
 constexpr std::uint64_t maxLevel = std::numeric_limits<int>::max();
 constexpr std::uint64_t maxNumber = 0xFFFFFFFF;
 constexpr std::uint64_t maxLogSize = std::uint64_t{1} << 40;
@@ -65,13 +65,13 @@ CDebugTraceConfig::CDebugTraceConfig(std::string directory, std::string moduleNa
 void CDebugTraceConfig::ReadFiles() {
     entries_.clear();
     globalDynamicUpdate_.reset();
-    // The times are taken before the content, so that a change in between is seen next time.
+    // Times are read before contents, so that the next update sees a change in between.
     globalFile_.path = directory_ + "/global_trace.ini";
     globalFile_.changed = modificationTime(globalFile_.path);
     if (const auto text = readSmallFile(globalFile_.path, maxSettingFileSize)) {
         globalDynamicUpdate_ = CProfileText(*text).Find("GlobalDebugSettings", "DynamicUpdate");
     }
-    // Without a file for the module a new one may come: then the directory changes.
+    // While no file has a section for the module, watch the directory for a new file.
     moduleFile_ = {directory_, modificationTime(directory_)};
     for (const std::string& path : iniFiles(directory_)) {
         const auto changed = modificationTime(path);
@@ -123,8 +123,8 @@ bool CDebugTraceConfig::Update() {
         return false;
     }
     if ((globalFile_.changed && !globalChanged) || (moduleFile_.changed && !moduleChanged)) {
-        // A file is gone, perhaps only while somebody replaces it: what was read stays in force,
-        // and its return counts as a change.
+        // A file is missing, perhaps only while an editor replaces it. The settings stay as they
+        // are. When the file is back, that counts as a change.
         globalFile_.changed = globalChanged;
         moduleFile_.changed = moduleChanged;
         entries_.clear();
@@ -133,7 +133,7 @@ bool CDebugTraceConfig::Update() {
     const TraceSettings before = settings_;
     ReadFiles();
     Apply();
-    // The log file stays where and as it was opened.
+    // All other settings belong to the open log file and stay.
     TraceSettings updated = before;
     updated.dynamicUpdate = settings_.dynamicUpdate;
     updated.debugLevel = settings_.debugLevel;
