@@ -1,4 +1,4 @@
-// Runs commands of the machine for their output.
+// Runs commands of the machine and returns their output.
 #pragma once
 
 #include <chrono>
@@ -19,9 +19,9 @@ class CCommandRunner {
     CCommandRunner(const CCommandRunner&) = delete;
     CCommandRunner& operator=(const CCommandRunner&) = delete;
 
-    // `command` is the absolute path of the program and its arguments; there is no shell. Returns
-    // its whole standard output; nothing when it could not be run or did not succeed. May be called
-    // from any thread.
+    // `command` is the absolute path of the program and its arguments. No shell is used. Returns
+    // the whole standard output. Returns no value when the command did not start or did not exit
+    // with status 0. Any thread may call.
     virtual std::optional<std::string> Run(const std::vector<std::string>& command) = 0;
 };
 
@@ -30,8 +30,8 @@ struct CommandLimits {
     std::size_t output = std::size_t{4} << 20U;  // bytes
 };
 
-// A command that exceeds a limit is killed with its whole process group, and its output dropped:
-// half a list would be taken for the truth.
+// Runs commands as processes. A command that exceeds a limit is killed with its process group. Its
+// output is dropped, because a cut list would look like a complete one.
 class CProcessRunner final : public CCommandRunner {
   public:
     CProcessRunner() = default;
@@ -46,7 +46,7 @@ class CProcessRunner final : public CCommandRunner {
 
     CommandLimits limits_;
     CRecursiveLock lock_;
-    // Killed, but still in the kernel's hands (a dead disk, say) when we stopped waiting.
+    // Killed, but not ended in time, for example because a disk does not answer.
     std::vector<pid_t> abandoned_ PNI_GUARDED_BY(lock_);
 };
 
