@@ -40,9 +40,9 @@ class CRegistry {
     CRegistry& operator=(const CRegistry&) = delete;
 
     // Restores the tree from "registry", else "registry.old", else "registry.default", and drops
-    // unsaved changes. Does nothing after the first call unless `force` is set. Returns false when
-    // no file could be restored: the tree then keeps its content and gets the top-level keys.
-    // Open, CreateKey and DeleteKey call this first.
+    // unsaved changes. After the first call does nothing and returns true, unless `force` is set.
+    // Returns false when no file could be restored: the tree then keeps its content and gets the
+    // top-level keys. Open, CreateKey and DeleteKey call this first.
     bool SetupTree(bool force);
     // SetupTree with force.
     bool InitClass();

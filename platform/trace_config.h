@@ -55,8 +55,8 @@ class CDebugTraceConfig {
     CDebugTraceConfig(std::string directory, std::string moduleName, Environment environment);
 
     // Reads the dynamic update interval, the debug level and the trace flags again when one of
-    // their files has changed since the last reading. Returns true when it read them.
-    bool Update();
+    // their files has changed since the last reading.
+    void Update();
 
     [[nodiscard]] const TraceSettings& Settings() const noexcept { return settings_; }
     // Keys and values of the module's section, in file order.
@@ -73,7 +73,9 @@ class CDebugTraceConfig {
     void ReadFiles();
     void Apply();
     [[nodiscard]] std::optional<std::string> IniValue(const char* key) const;
-    [[nodiscard]] std::optional<std::uint64_t> Number(const char* key, const char* variable,
+    // `iniText` is the value in the ini file. `variable` may be null.
+    [[nodiscard]] std::optional<std::uint64_t> Number(const std::optional<std::string>& iniText,
+                                                      const char* variable,
                                                       std::uint64_t max) const;
     [[nodiscard]] std::string Directory(const char* variable, std::string fallback) const;
 
