@@ -23,8 +23,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds reapTime{500};  // time to wait for a killed process
 constexpr std::chrono::milliseconds reapPause{2};
 
-// Starts processes in their own process group. Standard output goes to a pipe. No other descriptor
-// is inherited.
+// Starts processes in their own process group. Standard output goes to a pipe, standard input and
+// error are /dev/null. No other descriptor is inherited.
 class CSpawnSetup {
   public:
     explicit CSpawnSetup(int output) {

@@ -38,8 +38,7 @@ class CMachine {
     const std::unique_ptr<CInterfaceControl> interfaces_;
     CAdapterNames names_;
     CRecursiveLock lock_;
-    std::optional<SlotTables> slots_
-        PNI_GUARDED_BY(lock_);  // never changed after the first reading
+    std::optional<SlotTables> slots_ PNI_GUARDED_BY(lock_);  // does not change once it is read
 };
 
 }  // namespace em_pni

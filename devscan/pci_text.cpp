@@ -39,8 +39,8 @@ std::optional<Integer> prefixed(std::string_view text) noexcept {
 // The record of a command's output that is being read.
 struct Draft {
     PciFunction function;
-    std::optional<std::uint16_t> segment, bus, device,
-        fn;  // parts of the address in localcli's output
+    // localcli's parts of the address.
+    std::optional<std::uint16_t> segment, bus, device, fn;
     std::optional<std::uint16_t> vendor, deviceId, classCode;
 
     void AppendTo(std::vector<PciFunction>& list) {
