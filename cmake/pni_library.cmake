@@ -30,6 +30,11 @@ target_compile_options(pni_build INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 target_link_libraries(pni_build INTERFACE Threads::Threads)
 
+# Unrolls short inner loops completely, as -O3 does. The checksum of a record takes three times as
+# long without it.
+target_compile_options(pni_build INTERFACE
+    $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:-fpeel-loops>)
+
 # The linker drops functions and data that nothing refers to.
 if(NOT EM_PNI_SANITIZE)
     target_compile_options(pni_build INTERFACE -ffunction-sections -fdata-sections)
@@ -68,8 +73,8 @@ endif()
 add_library(pni_rapidjson INTERFACE)
 target_include_directories(pni_rapidjson SYSTEM INTERFACE ${RAPIDJSON_INCLUDE_DIR})
 
-# pni_library(<name> SOURCES <file>... [USES <target>...]) declares a static library. Its headers are
-# included with the name of their folder, for example "platform/trace.h".
+# pni_library(<name> SOURCES <file>... [USES <target>...]) declares a static library. Include its
+# headers with the name of their folder, for example "platform/trace.h".
 function(pni_library name)
     cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
     add_library(${name} STATIC ${arg_SOURCES})

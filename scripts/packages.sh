@@ -5,8 +5,8 @@ ensure_packages() {
     local missing=() package
     for package in "$@"; do
         # One line for each architecture that has the package.
-        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -x installed >/dev/null ||
-            missing+=("$package")
+        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null |
+            grep -x installed >/dev/null || missing+=("$package")
     done
     [ "${#missing[@]}" -gt 0 ] || return 0
 
