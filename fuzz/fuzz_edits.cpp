@@ -32,9 +32,9 @@ struct CutRecord {
 
     explicit CutRecord(const Bytes& image) {
         const CByteView view(image.data(), image.size());
-        RecordFrame frame;
+        const RecordFrame frame = locateFrame(view, FrameChecks::checksums);
         if (pniValidateFru(image.data(), image.size()) != PNI_SUCCESS ||
-            locateFrame(view, frame) != FrameFault::none) {
+            frame.fault != FrameFault::none) {
             return;
         }
         const auto part = [&view](std::size_t begin, std::size_t end) {
@@ -43,9 +43,8 @@ struct CutRecord {
         };
         std::vector<std::size_t> begins;
         CRecordCursor cursor(view, frame);
-        while (cursor.NextModule()) {
-            begins.push_back(cursor.Module().offset);
-        }
+        forEachModule(cursor,
+                      [&begins](CRecordCursor& at) { begins.push_back(at.Module().offset); });
         begins.push_back(cursor.NextOffset());
         for (std::size_t i = 0; i + 1 < begins.size(); ++i) {
             Bytes& module = modules.emplace_back(part(begins[i], begins[i + 1]));
@@ -86,10 +85,6 @@ MacAddress takeMac(CFuzzInput& script, const CPniFruData& record) {
 
 // Whether the lists of an Ethernet function hold the address.
 bool isListed(const Bytes& image, const IpAddress& address) {
-    const CByteView view(image.data(), image.size());
-    RecordFrame frame;
-    locateFrame(view, frame);
-    CRecordCursor cursor(view, frame);
     const auto holds = [&address](const CPniPortFunction& function) {
         const auto counters = function.AddressBytes(44, 1);
         const std::size_t v4 = counters ? counters->front() & 0x0FU : 0;
@@ -104,17 +99,10 @@ bool isListed(const Bytes& image, const IpAddress& address) {
         }
         return false;
     };
-    while (cursor.NextModule()) {
-        while (cursor.NextPort()) {
-            while (cursor.NextFunction()) {
-                if (cursor.Function().Technology() == FunctionTechnology::nic &&
-                    holds(cursor.Function())) {
-                    return true;
-                }
-            }
-        }
-    }
-    return false;
+    return forEachFunction(CByteView(image), [&holds](const CRecordCursor& cursor) {
+        return cursor.Function().Technology() == FunctionTechnology::nic &&
+               holds(cursor.Function());
+    });
 }
 
 class CEditing {

@@ -30,8 +30,8 @@ class CNavigation {
 
     void Check() {
         CheckFinds();
-        RecordFrame frame;
-        const bool hasFrame = locateFrame(CByteView(data_, size_), frame) == FrameFault::none;
+        const RecordFrame frame = locateFrame({data_, size_});
+        const bool hasFrame = frame.fault == FrameFault::none;
         require(hasFrame || !isValid_, "a valid image has a record");
         require(isValid_ == record_.IsValid(), "the owner of the image says the same");
         if (hasFrame) {

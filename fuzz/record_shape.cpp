@@ -134,12 +134,13 @@ void mendRecord(Bytes& image) {
     constexpr std::size_t headerSum = layout::IPMI_FRU_COMMON_HEADER::size - 1;
     editor.PutU8(headerSum, static_cast<std::uint8_t>(0U - editor.View().Sum(0, headerSum)));
     mendInternalUseAreaChecksum(editor);
-    RecordFrame frame;
-    if (locateFrame(editor.View(), frame) == FrameFault::recordOutside) {
+    RecordFrame frame = locateFrame(editor.View());
+    if (frame.fault == FrameFault::recordOutside) {
         editor.PutU16(frame.multirecordHeader + Header::recordLength,
                       static_cast<std::uint16_t>(image.size() - frame.commonArea));
+        frame = locateFrame(editor.View());
     }
-    if (locateFrame(editor.View(), frame) == FrameFault::none) {
+    if (frame.fault == FrameFault::none) {
         CMarkMender(editor, frame).Mend();
         mendRecordChecksum(editor);
     }

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdio>
 
-#include "frudata/worldwide_name.h"
+#include "frudata/address_text.h"
 
 namespace em_pni {
 namespace {

@@ -43,7 +43,9 @@ bool isTracked(ModuleTechnology technology) noexcept {
 class CHotplugUpdate {
   public:
     CHotplugUpdate(const CPniFruData& record, const HotplugFlags& flags)
-        : flags_(flags), owners_(record), copy_(record) {}
+        : flags_(flags),
+          owners_(record.Read([](auto image) { return CModuleAddressIndex(CByteView(image)); })),
+          copy_(record) {}
 
     // The record as it should be; only good when both steps below have succeeded.
     [[nodiscard]] const CPniFruData& Result() const noexcept { return copy_; }
