@@ -116,7 +116,7 @@ bool CHotplugUpdate::HandleAdapter(const LocalPniAdapterHandle& handle) {
         return true;
     }
     // Modules of adapters are written with codes; in a record with texts they would be misread.
-    if (adapter.GetLocalPniModuleArea().GetModuleType() != LocalPniModuleArea::pciAddIn ||
+    if (adapter.GetLocalPniModuleArea().GetModuleType() != ModuleType::pciAddIn ||
         !copy_.HasCodes()) {
         PNI_TRACE(5, "%sAdditional module not supported in hot-plug, continue...", self);
         return true;
