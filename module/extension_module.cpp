@@ -73,6 +73,14 @@ std::uint32_t CExtensionModule::GetHostKind() {
     return host != nullptr ? host->GetHostKind() : 0;
 }
 
+const char* CExtensionModule::GetModuleConfig() {
+    CIHostInterface* const host = host_;
+    if (host == nullptr || host->GetHostKind() != configuringHostKind) {
+        return nullptr;
+    }
+    return static_cast<CIConfiguringHostInterface*>(host)->GetModuleConfig();
+}
+
 std::uint32_t CExtensionModule::SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) {
     CIHostInterface* const host = host_;
     if (host == nullptr) {

@@ -43,6 +43,8 @@ class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
     // Calls into the host; 0 before Start.
     std::uint32_t SwitchStartFinished(std::uint32_t value);
     std::uint32_t GetHostKind();
+    // The text of a configuration file; null when the host gives none.
+    const char* GetModuleConfig();
     // Blocks until the host has answered in `message` or the time is over. A missing "CA" is added.
     // Before Start the status becomes EXEC_FAILED and nothing is sent.
     std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override;

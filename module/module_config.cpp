@@ -51,12 +51,26 @@ std::optional<std::string> findConfigFile(const ModuleConfigPlaces& places) {
     return std::nullopt;
 }
 
+std::optional<std::string> findInText(const char* text, const char* section, const char* key) {
+    const auto value = text != nullptr ? CProfileText(text).Find(section, key) : std::nullopt;
+    return value ? std::optional<std::string>(*value) : std::nullopt;
+}
+
+std::optional<std::string> findInFile(const ModuleConfigPlaces& places, const char* section,
+                                      const char* key) {
+    const auto path = findConfigFile(places);
+    return path ? GetPrivateProfileString(section, key, *path) : std::nullopt;
+}
+
 }  // namespace
 
-std::optional<std::uint32_t> readModuleProperty(const ModuleConfigPlaces& places,
+std::optional<std::uint32_t> readModuleProperty(const char* hostText,
+                                                const ModuleConfigPlaces& places,
                                                 const char* moduleName, const char* property) {
-    const auto path = findConfigFile(places);
-    const auto text = path ? GetPrivateProfileString(moduleName, property, *path) : std::nullopt;
+    auto text = findInText(hostText, moduleName, property);
+    if (!text) {
+        text = findInFile(places, moduleName, property);
+    }
     const auto number = text ? parseNumber(*text) : std::nullopt;
     if (!number) {
         return std::nullopt;

@@ -1,4 +1,4 @@
-// The module's own configuration file: em_pni.ini, section [EM_PNI].
+// The module's own configuration: the host's text or the file em_pni.ini, section [EM_PNI].
 #pragma once
 
 #include <cstdint>
@@ -14,9 +14,11 @@ struct ModuleConfigPlaces {
     std::string dataRoot = "/opt/QuillonRT/vital/etc/qlagent";
 };
 
-// An integer property of the module, decimal, hexadecimal (0x) or octal (0), 0..4294967295; nothing
-// when there is no file, no such property, or it is no such number.
-std::optional<std::uint32_t> readModuleProperty(const ModuleConfigPlaces& places,
+// An integer property of the module, decimal, hexadecimal (0x) or octal (0), 0..4294967295. Looks
+// in `hostText`, which may be null, and for a property that is not there in the file. No value when
+// the property is missing or is not such a number.
+std::optional<std::uint32_t> readModuleProperty(const char* hostText,
+                                                const ModuleConfigPlaces& places,
                                                 const char* moduleName, const char* property);
 
 }  // namespace em_pni

@@ -73,8 +73,8 @@ std::uint32_t CPniExtModule::Start(CIHostInterface* host, std::uint32_t instance
         PNI_TRACE(1, "\n\n%s", dashes);
         PNI_TRACE(1, "\nEM_PNI              : ### Starting module ###\n");
         CExtensionModule::Start(host, instance);
-        const auto configured =
-            readModuleProperty(places_.config, GetModuleName(), "FruUpdateCycle");
+        const auto configured = readModuleProperty(GetModuleConfig(), places_.config,
+                                                   GetModuleName(), "FruUpdateCycle");
         // It is the stored period that must be long enough: so the first start takes any value.
         if (configured && FruUpdateCycle >= shortestConfigurableCycle) {
             FruUpdateCycle = *configured;

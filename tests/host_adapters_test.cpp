@@ -1,13 +1,12 @@
-// How the machine's adapters are shown, and the images made from them.
+// Adapters as tree and JSON, and images built from modules.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
 #include "em_pni/krcp_message.h"
 #include "frudata/pni_fru.h"
-#include "host/adapter_report.h"
-#include "host/adapter_text.h"
-#include "host/console.h"
-#include "host/image_builder.h"
+#include "host/machine/image_builder.h"
+#include "host/output/adapter_report.h"
+#include "host/output/host_error.h"
 #include "tests/record_builder.h"
 
 namespace em_pni::host_test {
@@ -33,7 +32,7 @@ TEST(HostAdapters, TheTreeIsAlignedAndFitsTheTerminal) {
               "│    device      I350 Gigabit Network Connection [8086:1521]\n"
               "│    subsystem   [8086:0001]\n"
               "│    class       [0200]\n"
-              "└─ 0000:04:00.0 slot not known\n"
+              "└─ 0000:04:00.0 slot unknown\n"
               "     device      ?[2J\xEF\xBF\xBD " +
                   std::string(70, 'n') + "\n                 " + std::string(30, 'x') +
                   " end\n"
@@ -55,7 +54,7 @@ TEST(HostAdapters, TheJsonIsValidForAnyText) {
 
 using Ids = std::vector<std::pair<unsigned, unsigned>>;
 
-// "id" of each module in order, by the last byte of its MAC address, which is its slot.
+// The id of each module in order, and the last byte of its MAC address, which is its slot.
 Ids idsAndSlots(const std::vector<ModuleStream>& modules) {
     const Bytes image = buildImage(modules, {});
     EXPECT_EQ(pniValidateFru(image.data(), image.size()), PNI_SUCCESS);
@@ -74,7 +73,7 @@ ModuleStream inSlot(std::uint32_t slot) {
     return {test::nicModule(slot & 0x3FU, false), slot};
 }
 
-TEST(HostImage, ModulesAreInOrderOfSlotsWithIdsOfTheirOwn) {
+TEST(HostImage, ModulesAreInOrderOfSlotsWithUniqueIds) {
     EXPECT_EQ(
         idsAndSlots({{test::nicModule(0, false), unknownSlot},
                      inSlot(5),
@@ -89,7 +88,7 @@ TEST(HostImage, ModulesAreInOrderOfSlotsWithIdsOfTheirOwn) {
         (Ids{{0, 0}, {0, 0}, {3, 3}, {4, 3}, {5, 4}, {6, 5}, {63, 63}, {1, 0}, {2, 63}, {0, 0}}));
 }
 
-TEST(HostImage, IsFilledUpToItsSizeOrRefused) {
+TEST(HostImage, IsPaddedToItsSizeOrRefused) {
     const std::vector<ModuleStream> modules{inSlot(0), inSlot(1)};
     Bytes image = buildImage(modules, {11, std::nullopt});
     EXPECT_EQ(image, test::recordImage(11, {test::nicModule(0, false), test::nicModule(1, true)}));
@@ -99,7 +98,7 @@ TEST(HostImage, IsFilledUpToItsSizeOrRefused) {
     EXPECT_THROW(buildImage(modules, {12, padded.size() - 4}), CHostError);
     EXPECT_THROW(buildImage(std::vector<ModuleStream>(256, {Bytes(8), 1}), {}), CHostError);
     EXPECT_THROW(buildImage({{Bytes(65510), 0}}, {}), CHostError);
-    EXPECT_THROW(buildImage({{Bytes{0, 3, 9}, 0}}, {}), CHostError);  // no module at all
+    EXPECT_THROW(buildImage({{Bytes{0, 3, 9}, 0}}, {}), CHostError);  // not a module
 }
 
 }  // namespace

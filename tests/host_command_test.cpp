@@ -1,7 +1,7 @@
 // The command line without the module: exit codes and messages.
 #include <gtest/gtest.h>
 
-#include "host/command_line.h"
+#include "host/commands/command_line.h"
 #include "tests/temp_directory.h"
 
 namespace em_pni::host_test {
@@ -32,7 +32,7 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-TEST(HostCheck, GoesOnBehindABadFile) {
+TEST(HostCheck, ContinuesAfterABadFile) {
     const test::CTempDirectory folder;
     const std::string large = folder.Write("large.fru", std::string(1048577, 'x'));
     const Outcome outcome = run({"check", folder.File("none.fru"), "/dev/zero", large,
@@ -46,7 +46,7 @@ TEST(HostCheck, GoesOnBehindABadFile) {
     EXPECT_EQ(run({"check", good}).code, 0);
 }
 
-TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
+TEST(HostCommandLine, BadArgumentsReturn2AndHelpReturns0) {
     const std::string sample = samplePath("three-modules.fru");
     for (const auto& arguments : std::vector<std::vector<std::string>>{
              {"create", sample, "--force", "--format-version", "10"},
@@ -55,6 +55,7 @@ TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
              {"run", "--once"},
              {"run", "--fru", sample, "--once", "--watch"},
              {"run", "--fru", sample, "--once", "--capacity", "0"},
+             {"event", "deleted", sample},
              {"run", "--fru", sample, "--once", "--cycle", "0"},
              {"run", "--fru", sample, "--once", "--cycle", "4294967296"}}) {
         const Outcome outcome = run(arguments);
@@ -64,7 +65,7 @@ TEST(HostCommandLine, BadUseIsTwoAndHelpIsZero) {
     EXPECT_EQ(run({"run", "--help"}).code, 0);
 }
 
-// Whatever adapters the machine has that runs this.
+// Passes with any adapters of this machine, also without.
 TEST(HostCreate, MakesAValidImageOrNone) {
     const test::CTempDirectory folder;
     const std::string file = folder.File("new.fru");
@@ -84,7 +85,7 @@ TEST(HostCreate, MakesAValidImageOrNone) {
     EXPECT_EQ(test::contentOf(old) == "old", made.code != 0);
 }
 
-TEST(HostModuleLibrary, WhatIsNoModuleIsRefusedByName) {
+TEST(HostModuleLibrary, AFileThatIsNotTheModuleIsRefused) {
     const std::string sample = samplePath("three-modules.fru");
     const test::CTempDirectory folder;
     for (const auto& [path, message] : std::vector<std::pair<std::string, std::string>>{

@@ -1,8 +1,9 @@
-// The controller that pni-host plays: what it does to the file for good and for broken messages.
+// The played controller: what good and broken messages do to the file.
 #include <gtest/gtest.h>
 #include <numeric>
 
-#include "host/played_host.h"
+#include "host/output/host_error.h"
+#include "host/session/played_host.h"
 #include "tests/temp_directory.h"
 
 namespace em_pni::host_test {
@@ -32,7 +33,7 @@ class HostController : public testing::Test {
     std::uint32_t Send(CKrcpMessage& message, const std::string& path) {
         const CFruImage image(path);
         CFruController controller(image, listener_, CFruController::Access::readWrite);
-        CPlayedHost(controller, network_).SendRequest(nullptr, message, 1000);
+        CPlayedHost(&controller, network_).SendRequest(nullptr, message, 1000);
         return krcp::status(message);
     }
     std::uint32_t Write(const std::vector<std::uint8_t>& bytes, const std::string& path) {
@@ -64,7 +65,7 @@ TEST_F(HostController, AWriteKeepsEveryByteAndTheSymbolicLink) {
     EXPECT_EQ(bytes, all_);
 }
 
-TEST_F(HostController, ARecordThatCannotBeOneChangesNothing) {
+TEST_F(HostController, ABadRecordChangesNothing) {
     const std::string path = folder_.Write("a.fru", "old");
     for (const char* const data :
          {"", R"(,"DA":[1])", R"(,"DA":{"RAW":[]})", R"(,"DA":{"RAW":[1,256]})"}) {
@@ -77,7 +78,7 @@ TEST_F(HostController, ARecordThatCannotBeOneChangesNothing) {
     EXPECT_EQ(test::contentOf(path), "old");
 }
 
-TEST_F(HostController, AFileThatIsNoImageIsRefused) {
+TEST_F(HostController, AFileThatIsNotAnImageIsRefused) {
     CKrcpMessage read = krcp::makeRequest(krcp::readFru, krcp::pniFruExtension, 0, 0);
     EXPECT_EQ(Send(read, folder_.Write("empty.fru", "")), krcp::EXEC_FAILED);
     EXPECT_EQ(Send(read, folder_.Write("large.fru", std::string(CFruImage::maxSize + 1, 'x'))),
@@ -85,7 +86,7 @@ TEST_F(HostController, AFileThatIsNoImageIsRefused) {
     EXPECT_THROW(CFruImage(folder_.File("none.fru")), CHostError);
 }
 
-TEST_F(HostController, RefusesOrLeavesAloneWhatIsNoCommandOfIts) {
+TEST_F(HostController, RefusesOrIgnoresOtherMessages) {
     const std::string path = folder_.Write("a.fru", "old");
     for (const char* const command :
          {R"({})", R"({"OC":3088})", R"({"OC":3089,"OE":45,"DA":{"RAW":[1]}})", R"({"OC":5889.0})",

@@ -1,4 +1,4 @@
-// Events on their way to the module: from the kernel's queue and from `pni-host event`.
+// Events for the module: from the kernel and from `pni-host event`.
 #include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
@@ -6,8 +6,9 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
-#include "host/device_watch.h"
-#include "host/event_socket.h"
+#include "host/events/device_watch.h"
+#include "host/events/event_socket.h"
+#include "host/output/host_error.h"
 #include "tests/host_program.h"
 #include "tests/network_namespace.h"
 
@@ -37,7 +38,7 @@ TEST(HostDeviceEvent, OnlyAdaptersCount) {
     }
 }
 
-// What the source has taken, as a user is told.
+// The reports of the source as texts.
 Texts reportsAt(CIEventSource::Clock::time_point now, auto& source, auto take) {
     Texts texts;
     while (const auto report = (source.*take)(now)) {
@@ -66,16 +67,16 @@ bool send(const std::string& action, const std::string& subsystem, const std::st
     return test::CNetworkNamespace::Send(action, subsystem, "pci0000:00/" + name);
 }
 
-TEST(HostDeviceWatch, HearsTheKernelAndLosesNoChange) {
+TEST(HostDeviceWatch, ReportsTheKernelsEventsAlsoAfterAnOverrun) {
     const test::CNetworkNamespace network;
     if (!network.Reason().empty() || !send("add", "pci", "0000:00:01.0")) {
-        GTEST_SKIP() << network.Reason() << " or a kernel without device events of programs";
+        GTEST_SKIP() << network.Reason() << " or the kernel sends no events for programs";
     }
     CDeviceWatch watch;
     const auto nextReport = &CIEventSource::NextReport;
     ASSERT_TRUE(test::CNetworkNamespace::Ip("link set v0 name v2\nlink del v2"));
     ASSERT_TRUE(send("explode", "pci", "0000:00:01.0"));
-    watch.Take(start);  // ends at the message that libudev refuses
+    watch.Take(start);  // stops at the message that libudev refuses
     ASSERT_TRUE(send("add", "usb", "1-1") && send("unbind", "pci", "0000:00:01.0") &&
                 send("remove", "net", "0000:00:01.0/net/e1"));
     watch.Take(start);
@@ -116,8 +117,7 @@ TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
           Texts{"create", link, "--force"}}) {
         CProgram other(arguments);
         EXPECT_EQ(other.Wait(), 2);
-        EXPECT_EQ(other.Errors(),
-                  "pni-host: " + link + ": another pni-host run is at work on it\n");
+        EXPECT_EQ(other.Errors(), "pni-host: " + link + ": another pni-host run is using it\n");
     }
     EXPECT_EQ(test::contentOf(image), "\x7F");
     run.Signal(SIGTERM);
@@ -125,7 +125,7 @@ TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
     EXPECT_FALSE(std::filesystem::exists(image + ".events"));
 }
 
-TEST(HostEventSocket, OneOfManyTakesThePlaceOfAKilledHost) {
+TEST(HostEventSocket, OneOfManyReplacesAKilledHost) {
     const test::CTempDirectory folder;
     const std::string image = folder.Write("a.fru", "A");
     CProgram killed = scripted({"run", "--fru", image});
@@ -143,7 +143,7 @@ TEST(HostEventSocket, OneOfManyTakesThePlaceOfAKilledHost) {
               1);
 }
 
-TEST(HostEventSocket, IsItsOwnersAndTakesNothingUnknown) {
+TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     const test::CTempDirectory folder;
     const CFruImage image(folder.Write("a.fru", "A"));
     const std::string path = image.Path() + ".events";
@@ -169,8 +169,7 @@ TEST(HostEventSocket, IsItsOwnersAndTakesNothingUnknown) {
         socket.Take(start);
         EXPECT_FALSE(socket.NextReport(start)) << message;
     }
-    EXPECT_NE(errors.str().find("an unknown event is ignored: \"?\xEF\xBF\xBD\"\n"),
-              std::string::npos)
+    EXPECT_NE(errors.str().find("unknown event ignored: \"?\xEF\xBF\xBD\"\n"), std::string::npos)
         << errors.str();
     EXPECT_TRUE(deliverEvent(image, HostEvent::deviceRemoved));
     socket.Take(start);

@@ -1,4 +1,4 @@
-// pni-host on a machine that refuses: disks that are full or read-only, too few descriptors.
+// pni-host on full and read-only disks and with too few descriptors.
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -10,7 +10,7 @@ namespace {
 
 using test::contentOf;
 
-// The calling thread and its programs see a small file system at `path` until this goes.
+// Mounts a small file system at `path` for the calling thread and its programs.
 class CSmallDisk {
   public:
     explicit CSmallDisk(std::string path) : path_(std::move(path)) {
@@ -32,7 +32,7 @@ class CSmallDisk {
     void MakeReadOnly() const {
         ::mount(nullptr, path_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, options);
     }
-    void Mend() const {
+    void Repair() const {
         ::mount(nullptr, path_.c_str(), nullptr, MS_REMOUNT, options);
         ::unlink(Filler().c_str());
     }
@@ -94,7 +94,7 @@ TEST_F(HostFault, OfDisks) {
             EXPECT_EQ(Run(), !isHit ? 0 : isFull ? 1 : 2) << place << isFull;
             EXPECT_EQ(contentOf(image_), isHit ? old_ : new_) << place << isFull;
             EXPECT_FALSE(Query().empty()) << place << isFull;
-            disk.Mend();
+            disk.Repair();
             EXPECT_EQ(Run(), 0) << place << isFull;
             EXPECT_EQ(contentOf(image_), new_) << place << isFull;
             EXPECT_EQ(Query(), answer) << place << isFull;

@@ -1,4 +1,4 @@
-// The whole way: the kernel's addresses, pni-host, the module, the image file.
+// The path of an address: from the kernel through pni-host and the module to the image file.
 #include <gtest/gtest.h>
 
 #include "frudata/pni_fru.h"
@@ -30,7 +30,7 @@ class HostFollow : public testing::Test {
         return pniValidateFru(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()) ==
                PNI_SUCCESS;
     }
-    // The image holds these bytes in time.
+    // True when the image gets these bytes within the limit.
     [[nodiscard]] bool Gains(const std::string& bytes, std::chrono::milliseconds limit = 2s) const {
         return test::isTrueWithin(
             limit, [&] { return contentOf(image_).find(bytes) != std::string::npos; });
@@ -43,7 +43,7 @@ class HostFollow : public testing::Test {
     const std::string ipv6_{"\x20\x01\x0D\xB8\0\0\0\0\0\0\0\0\0\0\0\x4D", 16};
 };
 
-TEST_F(HostFollow, ABurstOfChangesIsOneEventWhateverBecomesOfTheLog) {
+TEST_F(HostFollow, ABurstOfChangesIsOneEventAlsoWithoutTheLogFolder) {
     const std::string log = folder_.Write("log/log.EM_PNI", "");
     CProgram program({"run", "--fru", image_},
                      {"QL_LOG_DEBUG_LEVEL=5", "QL_LOG_FILE_DIR=" + folder_.File("log")});
@@ -65,7 +65,7 @@ TEST_F(HostFollow, ABurstOfChangesIsOneEventWhateverBecomesOfTheLog) {
     EXPECT_EQ(program.Output().find(event, first + 1), std::string::npos) << program.Output();
 }
 
-TEST_F(HostFollow, DoesNotListenUnlessItWatches) {
+TEST_F(HostFollow, DoesNotListenWithoutWatch) {
     CProgram program({"run", "--fru", image_, "--no-watch"});
     ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
     ASSERT_TRUE(Ip("addr add 192.0.2.77/24 dev v0"));
@@ -75,7 +75,7 @@ TEST_F(HostFollow, DoesNotListenUnlessItWatches) {
     EXPECT_EQ(program.Output().find("event: "), std::string::npos) << program.Output();
 }
 
-TEST_F(HostFollow, EndedAtAnyPointItLeavesOneOfTwoImages) {
+TEST_F(HostFollow, AnEndAtAnyPointLeavesTheOldOrTheNewImage) {
     const auto runOnce = [this] {
         CProgram program({"run", "--fru", image_, "--once"});
         EXPECT_EQ(program.Wait(), 0) << program.Errors();
@@ -101,7 +101,7 @@ TEST_F(HostFollow, EndedAtAnyPointItLeavesOneOfTwoImages) {
             const int code = program.Wait();
             const std::string image = contentOf(image_);
             ASSERT_TRUE(image == with || image == without) << signal << ": " << milliseconds;
-            if (signal == SIGTERM) {  // before the program has come to block it, or properly
+            if (signal == SIGTERM) {  // before the program blocks the signal, or a normal end
                 const std::filesystem::directory_iterator files(folder_.Path());
                 ASSERT_TRUE(code == 128 + SIGTERM || code == 0) << milliseconds << ": " << code;
                 ASSERT_EQ(std::distance(files, {}), 1) << milliseconds;

@@ -1,5 +1,5 @@
-// Compiled against the public headers and RapidJSON only: what a host needs is all there, and a
-// header of the system whose macros have the names of ours does not disturb.
+// Compiled with the public headers and RapidJSON only: a host needs no other header. netdb.h has
+// macros with names of ours; they must not disturb.
 #include <netdb.h>
 
 #include "em_pni/em_pni.h"

@@ -1,9 +1,9 @@
-// The inventory as people read it: differences and tree.
+// The inventory as text: differences and tree.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
-#include "host/inventory_diff.h"
-#include "host/inventory_tree.h"
+#include "host/output/inventory_diff.h"
+#include "host/output/inventory_tree.h"
 
 namespace em_pni::host_test {
 namespace {
@@ -26,7 +26,7 @@ std::string oneFunction(const std::string& members) {
            (members.empty() ? "" : "," + members) + "}]}]}]}";
 }
 
-TEST(HostDiff, NamesWhatChangedByTheIdsAboveIt) {
+TEST(HostDiff, NamesAChangeByTheIdsAboveIt) {
     EXPECT_EQ(differences(oneFunction(R"("ActiveMAC":"A","VlanId":7,"Speed":1)"),
                           oneFunction(R"("ActiveMAC":"B","VlanId":7,"BootName":"x")")),
               (Lines{"changed: module 1 port 0 function 2 ActiveMAC: A -> B",
@@ -40,7 +40,7 @@ TEST(HostDiff, NamesWhatChangedByTheIdsAboveIt) {
                "added: module 1 port 0 function 2 Ipv4Addresses 192.0.2.3"}));
 }
 
-TEST(HostDiff, AModuleInsertedBeforeOthersIsOneLine) {
+TEST(HostDiff, AnInsertedModuleIsOneLine) {
     const std::string before = R"({"Modules":[{"ModuleId":0},{"ModuleId":4}]})";
     const std::string after =
         R"({"Modules":[{"ModuleId":0},{"ModuleId":3,"ModuleName":"Card"},{"ModuleId":4}]})";
@@ -64,7 +64,7 @@ TEST(HostTree, ShowsEachNodeOnOneLine) {
               "a.fru: 2 modules\n"
               "├─ module 0: Onboard, firmware 1.2\n"
               "│  ├─ port 0\n"
-              "│  │  └─ function 0: Eth, MAC B (made as A), 192.0.2.1, 2001:db8::1, 40 Gb/s, "
+              "│  │  └─ function 0: Eth, MAC B (manufacture A), 192.0.2.1, 2001:db8::1, 40 Gb/s, "
               "VLAN 7, PCI 0001:1a:1f.7\n"
               "│  └─ port 1: wake-on-LAN Disabled\n"
               "└─ module 3: a?[2J?b?2J?\u00fc, FC, disabled\n"
@@ -72,8 +72,8 @@ TEST(HostTree, ShowsEachNodeOnOneLine) {
               "      └─ function 0: WWPN W\n");
 }
 
-// Puts every kind of value in the place of every member, and compares and draws the result.
-TEST(HostInventory, TakesEveryTypeEverywhere) {
+// Replaces the value of every member by every type, then compares and prints the result.
+TEST(HostInventory, AcceptsEveryTypeEverywhere) {
     const std::string whole = oneFunction(
         R"("TechnologyType":"Eth","ActiveMAC":"A","Speed":1,"SpeedUnit":"Gb/s","VlanId":1,)"
         R"("Ipv4Addresses":[{"Address":"192.0.2.1"}],"PciBus":1,"PciDevice":1,"PciFunction":1)");
@@ -83,7 +83,7 @@ TEST(HostInventory, TakesEveryTypeEverywhere) {
         for (const char* const value :
              {"null", "true", "-1", "18446744073709551615", "1e300", "\"\"", "[]", "[7]", "[[]]",
               "{}", R"({"Address":7})", R"([{"Address":[]}])"}) {
-            // What followed the value is cut off, and what was open is closed again.
+            // Cuts off the rest after the value and closes the open brackets.
             std::string closing;
             for (const char c : head) {
                 if (c == '{' || c == '[') {

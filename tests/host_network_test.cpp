@@ -1,13 +1,14 @@
-// What the host tells about the machine's network, and when it says that it has changed.
+// The host's answers about the network of the machine, and its reports of changes.
 #include <gtest/gtest.h>
 #include <linux/if.h>
 #include <linux/if_arp.h>
 
 #include "frudata/address_text.h"
-#include "host/kernel_facts.h"
-#include "host/kernel_network.h"
-#include "host/network_answers.h"
-#include "host/network_watch.h"
+#include "host/events/network_watch.h"
+#include "host/machine/kernel_network.h"
+#include "host/machine/link_facts.h"
+#include "host/machine/network_answers.h"
+#include "host/output/host_error.h"
 #include "tests/network_namespace.h"
 
 namespace em_pni::host_test {
@@ -35,7 +36,7 @@ class CAsker {
     void Ask(CKrcpMessage& message) {
         krcp::setStatus(message, answers_.Answer(message).value_or(krcp::INVALID_CMD));
     }
-    // -1 when it is not told.
+    // -1 when the answer has no data.
     std::int64_t Number(std::uint16_t opcode, std::uint32_t object) {
         const CKrcpMessage message = Ask(opcode, 0, object);
         return krcp::hasData(message) ? krcp::GetValue(message, 0, "DA", -2) : -1;
@@ -73,7 +74,7 @@ class CAsker {
     CNetworkAnswers answers_;
 };
 
-TEST(HostNetwork, QuestionsThatCannotBeAnsweredFail) {
+TEST(HostNetwork, BadRequestsFail) {
     CScriptedView view;
     view.snapshot[0].addresses = {{{192, 0, 2, 7}, false}};
     CAsker asker(view);
@@ -94,7 +95,7 @@ TEST(HostNetwork, QuestionsThatCannotBeAnsweredFail) {
     EXPECT_EQ(krcp::status(asker.Ask(krcp::interfaceCount, 0, 0)), krcp::EXEC_FAILED);
 }
 
-TEST(HostNetwork, StatesMeanWhatTheKernelMeans) {
+TEST(HostNetwork, TypeAndStateFollowTheKernel) {
     EXPECT_NE(interfaceTypeOf(ARPHRD_ETHER, std::vector<std::uint8_t>(6)), 6U);
     EXPECT_EQ(linkStateOf(IF_OPER_UNKNOWN, IFF_UP | IFF_LOWER_UP), 1U);
     EXPECT_NE(linkStateOf(IF_OPER_UNKNOWN, IFF_UP), 1U);
@@ -111,7 +112,7 @@ class HostNetworkNamespace : public testing::Test {
             CNetworkNamespace::Set(name, "addr_gen_mode", 1);  // no link-local addresses
         }
         ASSERT_TRUE(CNetworkNamespace::Ip("link set v1 up\nlink set v0 up"));
-        // The kernel tells of a new carrier when it finds the time.
+        // The kernel reports a new carrier with a delay.
         ASSERT_TRUE(test::isTrueWithin(std::chrono::seconds(5), [this] {
             asker_.Clear();
             return asker_.Number(krcp::linkState, asker_.NumberOf(CNetworkNamespace::Mac(0))) ==
@@ -124,7 +125,7 @@ class HostNetworkNamespace : public testing::Test {
     CAsker asker_{kernel_};
 };
 
-TEST_F(HostNetworkNamespace, TellsTheAddressesThatAnInterfaceHas) {
+TEST_F(HostNetworkNamespace, AnswersWithTheAddressesOfAnInterface) {
     ASSERT_TRUE(
         CNetworkNamespace::Ip("addr add fe80::7/64 dev v0\n"
                               "addr add 198.51.100.9/24 dev v0 valid_lft 300 preferred_lft 300\n"
@@ -135,25 +136,25 @@ TEST_F(HostNetworkNamespace, TellsTheAddressesThatAnInterfaceHas) {
                               "addr add 2001:db8::7/64 dev v0"));
     const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
     const Texts primary{"192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"};
-    test::isTrueWithin(std::chrono::seconds(5), [&] {  // the kernel checks IPv6 addresses first
+    test::isTrueWithin(std::chrono::seconds(5), [&] {  // the kernel first checks IPv6 addresses
         asker_.Clear();
         return asker_.Addresses(krcp::primaryAddress, number) == primary;
     });
     EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number), primary);
     EXPECT_EQ(asker_.Addresses(krcp::transientAddress, number), (Texts{"198.51.100.9"}));
     ASSERT_TRUE(CNetworkNamespace::Ip("addr flush dev v0"));
-    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number).size(), 5U);  // the old look
+    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number).size(), 5U);  // the old snapshot
     asker_.Clear();
     EXPECT_EQ(asker_.Addresses(krcp::anyAddress, number), Texts());
 }
 
-TEST_F(HostNetworkNamespace, TellsKindSpeedAndStateOfALink) {
+TEST_F(HostNetworkNamespace, AnswersWithTypeSpeedAndStateOfALink) {
     const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
     EXPECT_EQ(asker_.Number(krcp::interfaceType, number), 6);
     EXPECT_EQ(asker_.Number(krcp::linkState, number), 1);
     EXPECT_EQ(asker_.Number(krcp::linkSpeed, number), 10'000'000);
 
-    // Without a carrier the kernel cannot find out whether somebody else has the address.
+    // Without a carrier the kernel cannot check the address for duplicates.
     CNetworkNamespace::Set("v0", "accept_dad", 1);
     ASSERT_TRUE(CNetworkNamespace::Ip(
         "link set v1 down\naddr add 2001:db8::7/64 dev v0\n"

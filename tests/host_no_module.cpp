@@ -1,1 +1,1 @@
-// A library without any export.
+// A library without exports.

@@ -1,4 +1,4 @@
-// The built program as a user runs it.
+// Runs the built program as a user does.
 #pragma once
 
 #include <csignal>
@@ -24,7 +24,7 @@ class CProgram {
         const std::vector<char*> argv = Pointers(arguments);
         const std::vector<char*> variables = Pointers(environment);
         int ends[2] = {-1, -1};
-        (void)!::pipe2(ends, O_CLOEXEC);  // without a pipe the program is silent
+        (void)!::pipe2(ends, O_CLOEXEC);  // without a pipe there is no output
         pipe_ = CFileDescriptor(ends[0]);
         const CFileDescriptor writeEnd(ends[1]);
         posix_spawn_file_actions_t actions;
@@ -47,7 +47,7 @@ class CProgram {
     CProgram(const CProgram&) = delete;
     CProgram& operator=(const CProgram&) = delete;
 
-    // Reads standard output until it holds `text`; false when it ends or falls silent before.
+    // Reads standard output until it has `text`. False when it ends or pauses too long before.
     bool ReadUntil(const std::string& text) {
         while (output_.find(text) == std::string::npos) {
             if (!ReadMore()) {
@@ -61,7 +61,7 @@ class CProgram {
             ::kill(child_, signal);
         }
     }
-    // The exit code; 128 and the number of the signal that ended it otherwise.
+    // The exit code, or 128 + the number of the signal that ended the program.
     int Wait() {
         while (ReadMore()) {
         }

@@ -1,9 +1,8 @@
-// A module that does in one cycle what em_pni does when an address of the machine has changed,
-// whatever the machine, once at its start and for each event: it adds 1 to the first byte of the
-// record, for a device event 10, 20 or 30 by its action, and writes it back; but of a record that
-// begins with 'X' it writes nothing at all, and one whose second byte is 'S' it also writes as it
-// stops, unless the shutdown was announced. Its inventory is that byte and, once it has been
-// written, the period that the module found at its start.
+// A module that changes the record on any machine. It runs a cycle at its start and for each event:
+// it adds 1 to the first byte of the record, or 10, 20 or 30 for a device event, by its action, and
+// writes the record. For a record that begins with 'X' it sends a write without data. When the
+// second byte is 'S', it also writes in Stop, unless the shutdown was announced. Its inventory is
+// the first byte and, after a write, the period from the configuration of the host.
 #include <mutex>
 #include <string>
 #include <thread>
@@ -22,9 +21,12 @@ class CScriptedModule final : public CExtensionModule {
     ~CScriptedModule() override { Join(); }
     std::uint32_t GetModuleInfo(void* /*block*/) override { return 1; }
     std::uint32_t Start(CIHostInterface* host, std::uint32_t instance) override {
-        period_ =
-            GetPrivateProfileString("EM_PNI", "FruUpdateCycle", "em_pni.ini").value_or("none");
-        return CExtensionModule::Start(host, instance);
+        const std::uint32_t result = CExtensionModule::Start(host, instance);
+        const char* const config = GetModuleConfig();
+        period_ = CProfileText(config != nullptr ? config : "")
+                      .Find("EM_PNI", "FruUpdateCycle")
+                      .value_or("none");
+        return result;
     }
     std::uint32_t Stop() override {
         Join();
@@ -98,7 +100,7 @@ class CScriptedModule final : public CExtensionModule {
     std::string period_;
     std::thread thread_;
     std::mutex lock_;
-    std::vector<std::uint8_t> record_;  // guarded by lock_, as the next
+    std::vector<std::uint8_t> record_;  // lock_ guards record_ and written_
     bool written_ = false;
 };
 

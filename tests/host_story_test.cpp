@@ -1,5 +1,5 @@
-// A server's record from a start on a stale one to the shutdown: the program and module as shipped,
-// on a made-up server.
+// The record of a server from the start with a stale record to the shutdown: the shipped program
+// and module on a made-up server.
 #include <algorithm>
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ Bytes part(const Bytes& bytes, std::ptrdiff_t begin, std::ptrdiff_t end) {
     return {bytes.begin() + begin, bytes.begin() + end};
 }
 
-// The module of the two-port card that a made-up server has in this slot, as docs/record.md says.
+// The module of a two-port card of the made-up server in this slot; docs/record.md has the layout.
 Bytes card(std::uint8_t slot) {
     std::vector<Bytes> ports;
     for (std::uint8_t number = 1; number <= 2; ++number) {
@@ -36,7 +36,7 @@ Bytes card(std::uint8_t slot) {
         Bytes bytes =
             test::function(0, true, 0, test::joined({mac, mac, textBytes("N/A"), Bytes(31)}));
         test::put(bytes, 4, textBytes("Unknown"));
-        test::put(bytes, 15, {1, 0x80});  // times 10 Gbit/s
+        test::put(bytes, 15, {1, 0x80});  // 1 x 10 Gbit/s
         test::put(bytes, 22, {0x72, 0x15, 0x86, 0x80, function, slot, 0, 0, 1, 0, 0xD9, 0x15});
         ports.push_back(test::port(function, number == 2, {bytes}));
     }
@@ -45,7 +45,7 @@ Bytes card(std::uint8_t slot) {
     return module;
 }
 
-// A device of 2048 bytes with these modules.
+// An image of 2048 bytes with these modules.
 Bytes imageOf(std::vector<Bytes> modules) {
     for (Bytes& module : modules) {
         module[0] &= 0x7FU;
@@ -70,7 +70,7 @@ class HostStory : public testing::Test {
             std::vector<std::string>{"run", "--fru", file_},
             std::vector<std::string>{"QL_LOG_DEBUG_LEVEL=3", "QL_LOG_FILE_DIR=" + folder_.Path()});
     }
-    // In time the image is exactly this, and the program has said this line.
+    // True when the image soon equals this and the program prints this line.
     [[nodiscard]] bool Becomes(const Bytes& image, const std::string& line) {
         const std::string bytes(image.begin(), image.end());
         return test::isTrueWithin(5s, [&] { return test::contentOf(file_) == bytes; }) &&
@@ -93,7 +93,7 @@ class HostStory : public testing::Test {
         }
         return count;
     }
-    // How many cycles of the module have ended without a write.
+    // The number of cycles that ended without a write.
     [[nodiscard]] int IdleCycles() const {
         return Count(test::contentOf(folder_.File("log.EM_PNI")), "PNI FRU record not modified");
     }
@@ -141,7 +141,7 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     const Bytes last = imageOf({moved, fibre_});
     ASSERT_TRUE(Becomes(last, "removed: module 7 \"LAN PCI Card\""));
 
-    // Of these changes the module hears after the shutdown.
+    // The module learns of these changes after the shutdown.
     ASSERT_TRUE(Ip("addr del 192.0.2.11/24 dev eno0"));
     server_.Plug({6});
     Send("shutdown");

@@ -90,6 +90,28 @@ TEST_F(ModuleTest, PeriodComesFromTheFirstConfigurationFile) {
     EXPECT_TRUE(trace_.Has("Register event log source \"Quillon Agentless Service\" ..."));
 }
 
+struct CConfiguringHost final : CIConfiguringHostInterface {
+    std::uint32_t SendRequest(CIExtensionModule*, CKrcpMessage&, std::uint32_t) override {
+        return 0;
+    }
+    std::uint32_t SwitchStartFinished(CIExtensionModule*, std::uint32_t) override { return 0; }
+    std::uint32_t GetHostKind() override { return configuringHostKind; }
+    const char* GetModuleConfig() override { return text; }
+    const char* text = nullptr;
+};
+
+TEST_F(ModuleTest, PeriodComesFromTheHostBeforeAnyFile) {
+    Configure("70000");
+    CConfiguringHost host;
+    for (const char* const text : {"[em_pni]\nFruUpdateCycle = 90000\n", "[EM_PNI]\nOther=1\n", "",
+                                   static_cast<const char*>(nullptr)}) {
+        host.text = text;
+        module_.Start(&host, 0);
+    }
+    EXPECT_EQ(trace_.Count("done every 90000 msec"), 1);
+    EXPECT_EQ(trace_.Count("done every 70000 msec"), 3);
+}
+
 TEST_F(ModuleTest, ThreadRunsACycleAtStartAndPerEvent) {
     Configure("4294967295");
     module_.Start(&host_, 0);

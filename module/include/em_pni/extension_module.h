@@ -21,11 +21,27 @@ class CIHostInterface {
                                       std::uint32_t timeoutMs) = 0;
     // The module is ready with its part of the switch start; `value` is 0.
     virtual std::uint32_t SwitchStartFinished(CIExtensionModule* module, std::uint32_t value) = 0;
-    // 5 = agentless service, any other value = host steward.
+    // 5 = agentless service, configuringHostKind = the object is a CIConfiguringHostInterface, any
+    // other value = host steward.
     virtual std::uint32_t GetHostKind() = 0;
 
   protected:
     ~CIHostInterface() = default;
+};
+
+// The host kind of a CIConfiguringHostInterface: no other host returns it.
+inline constexpr std::uint32_t configuringHostKind = 0x504E4943;
+
+// A host that also configures the module. Its GetHostKind returns configuringHostKind.
+class CIConfiguringHostInterface : public CIHostInterface {
+  public:
+    // The text of a configuration file with the syntax of em_pni.ini, ending in a zero byte. It
+    // takes precedence over the files. Null = the module looks for its file. The module calls this
+    // during Start and does not keep the pointer.
+    virtual const char* GetModuleConfig() = 0;
+
+  protected:
+    ~CIConfiguringHostInterface() = default;
 };
 
 // Implemented by the module. The host calls, in this order: GetModuleInfo, SetCabinetNumber, Start

@@ -1,0 +1,25 @@
+#include "devscan/scan.h"
+#include "host/commands/commands.h"
+#include "host/output/adapter_report.h"
+
+namespace em_pni {
+
+int listAdapters(const AdaptersOptions& options, CConsole& console) {
+    CMachine machine;
+    const auto found = ScanSystemAdapters(machine);
+    if (!found) {
+        console.Error("cannot read the PCI functions of this machine");
+        return exitFailed;
+    }
+    const std::vector<AdapterReport> adapters = reportAdapters(*found);
+    if (options.json) {
+        console.Line(adapterJson(adapters));
+    } else if (adapters.empty()) {
+        console.Line("no network or Fibre Channel adapters found");
+    } else {
+        console.Text(adapterTree(adapters));
+    }
+    return exitDone;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,243 @@
+#include "host/commands/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/commands/commands.h"
+
+namespace em_pni {
+
+namespace {
+
+// The chosen command; returns the exit code.
+using Action = std::function<int(CConsole&)>;
+
+// Makes `action` run the command with its options once the command line chooses it.
+template <class Options>
+void setAction(CLI::App& command, Action& action, const std::shared_ptr<Options>& options,
+               int (*run)(const Options&, CConsole&)) {
+    command.callback([&action, options, run] {
+        action = [options, run](CConsole& console) { return run(*options, console); };
+    });
+}
+
+// The help texts say the range.
+template <class Number>
+CLI::Validator fromOneTo(Number max) {
+    return CLI::Range(Number{1}, max).description("");
+}
+
+void addFileArgument(CLI::App& command, std::string& file, const std::string& description) {
+    command.add_option("FILE", file, description)->required()->type_name("");
+}
+
+void addModuleOption(CLI::App& command, std::string& path) {
+    command
+        .add_option("--module", path,
+                    "Load this module. Default: em_pni.so in the folder\n"
+                    "of this program, else the installed module")
+        ->type_name("PATH");
+}
+
+void addCheck(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<CheckOptions>();
+    CLI::App* const command = app.add_subcommand("check", "Check whether FRU images are valid");
+    command->add_option("FILE", options->files, "FRU image files")->required()->type_name("");
+    command->footer(
+        "Prints a line for each file. Exit code: 0 all images are valid, 1 an image is not valid,\n"
+        "2 a file cannot be read.\n\nExample:\n  pni-host check board.fru spare.fru");
+    setAction(*command, action, options, checkFiles);
+}
+
+void addQuery(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<QueryOptions>();
+    CLI::App* const command =
+        app.add_subcommand("query", "Print the inventory in a FRU image as JSON or as a tree");
+    addFileArgument(*command, options->file, "FRU image file; it does not change");
+    command
+        ->add_option("--technology", options->filter.technology,
+                     "Print only modules of this technology: CNA, FC, IB,\nEth (or NIC), SAS")
+        ->type_name("T");
+    command
+        ->add_option("--fields", options->filter.fields,
+                     "Print only these members and the ids. Separate the\n"
+                     "names with commas; write them as in the JSON")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("A,B,");
+    command->add_flag("--tree", options->tree, "Print a tree of modules, ports and functions");
+    addModuleOption(*command, options->module);
+    command->footer(
+        "Exit code: 0 done, 1 the module refuses (standard error has its status), 2 the file or\n"
+        "the module cannot be used.\n\nExamples:\n  pni-host query board.fru --tree\n"
+        "  pni-host query board.fru --technology FC --fields ActiveWWPN,Speed,SpeedUnit");
+    setAction(*command, action, options, queryFile);
+}
+
+void addAdapters(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<AdaptersOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "adapters", "List the network and Fibre Channel adapters of this machine");
+    command->add_flag("--json", options->json, "Print a JSON array of objects; null = not known");
+    command->footer(
+        "Prints an entry for each PCI function. Exit code: 0 done, also without adapters; 1 the\n"
+        "PCI functions of the machine cannot be read.\n\nExample:\n  pni-host adapters --json");
+    setAction(*command, action, options, listAdapters);
+}
+
+void addCreate(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<CreateOptions>();
+    CLI::App* const command =
+        app.add_subcommand("create", "Create a FRU image with a record of this machine's adapters");
+    addFileArgument(*command, options->file, "FRU image file to create");
+    command
+        ->add_option("--format-version", options->format.version,
+                     "Use this format version of the record: 11 or 12.\nDefault: 12")
+        ->type_name("V")
+        ->check(CLI::IsMember({"11", "12"}).description(""));
+    command
+        ->add_option("--size", options->format.size,
+                     "Pad the image with zeros to this size, at most\n"
+                     "1048576. Default: the size of the record")
+        ->type_name("BYTES")
+        ->check(fromOneTo(CFruImage::maxSize));
+    command->add_flag("--force", options->force,
+                      "Replace an existing file, unless a pni-host run is\nusing it");
+    command->footer(
+        "Exit code: 0 done, 1 the machine has no adapters or they cannot be read, 2 the file\n"
+        "cannot be created or the size is too small. The file is written only with exit code 0.\n\n"
+        "Example:\n  pni-host create board.fru --size 2048");
+    setAction(*command, action, options, createImage);
+}
+
+void addRun(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<RunOptions>();
+    CLI::App* const command =
+        app.add_subcommand("run", "Run the module, which keeps the record in a FRU image correct");
+    command->add_option("--fru", options->file, "FRU image file; replaced when the record changes")
+        ->required()
+        ->type_name("FILE");
+    command->add_flag("--once", options->once,
+                      "Run one cycle. Default: run until SIGINT or SIGTERM");
+    command
+        ->add_option("--cycle", options->cycle,
+                     "Run a cycle every MS milliseconds, 1 to 4294967295;\n"
+                     "4294967295 = only after events. Default: as in\n"
+                     "em_pni.ini, first looked for in the current folder")
+        ->type_name("MS")
+        ->check(fromOneTo(std::numeric_limits<std::uint32_t>::max()));
+    command
+        ->add_option("--capacity", options->capacity,
+                     "Refuse a record of more bytes, as a controller with\n"
+                     "a small FRU device does. 1 to 1048576, the default")
+        ->type_name("BYTES")
+        ->check(fromOneTo(CFruImage::maxSize));
+    const CLI::Option* const watch =
+        command->add_flag("--watch,!--no-watch", options->watch,
+                          "Report changes of addresses, links and adapters of\n"
+                          "the machine to the module, or do not. Default:\n"
+                          "--watch; --no-watch with --once");
+    addModuleOption(*command, options->module);
+    command->footer(
+        "Prints a line for each read, write and change. Exit code: 0 done, 1 a write failed or\n"
+        "the record is not valid, 2 the file or the module cannot be used, or another pni-host\n"
+        "run is using the file. \"pni-host event\" reaches a run without --once through the "
+        "socket\n"
+        "FILE.events.\n\n"
+        "Examples:\n  pni-host run --fru board.fru --once\n"
+        "  pni-host run --fru board.fru --cycle 5000");
+    command->callback([&action, options, watch] {
+        if (options->once && options->watch && watch->count() > 0) {
+            throw CLI::ExcludesError("--watch", "--once");
+        }
+        action = [options](CConsole& console) { return runModule(*options, console); };
+    });
+}
+
+void addEvent(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<EventOptions>();
+    CLI::App* const command =
+        app.add_subcommand("event", "Report an event to a running pni-host, as the kernel does");
+    command
+        ->add_option_function<std::string>(
+            "WHAT",
+            [options](const std::string& word) { options->event = hostEventOf(word).value(); },
+            "added, changed, removed: a device; address: an IP\n"
+            "address has changed; shutdown: the host shuts down,\n"
+            "the module writes nothing from now on")
+        ->required()
+        ->type_name("")
+        ->check(CLI::IsMember(hostEventWords()).description(""));
+    addFileArgument(*command, options->file, "Image file of the running pni-host");
+    command->footer(
+        "The module gets the event at once. Exit code: 0 sent, 2 no pni-host run is using the\n"
+        "file, or it cannot be reached.\n\nExample:\n  pni-host event added board.fru");
+    setAction(*command, action, options, sendEvent);
+}
+
+// Sets the action; returns an exit code when there is nothing left to do.
+std::optional<int> parse(int argc, const char* const* argv, std::ostream& output,
+                         std::ostream& errors, Action& action) {
+    CLI::App app(
+        "Reference host of the extension module em_pni: plays the management controller\n"
+        "with a FRU image file.",
+        "pni-host");
+    app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION);
+    app.require_subcommand(0, 1);
+    app.footer("\"pni-host COMMAND --help\" describes a command.");
+    addCheck(app, action);
+    addQuery(app, action);
+    addRun(app, action);
+    addEvent(app, action);
+    addAdapters(app, action);
+    addCreate(app, action);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error, output, errors) == 0 ? exitDone : exitUnusable;
+    }
+    if (!action) {
+        errors << app.help();
+        return exitUnusable;
+    }
+    return std::nullopt;
+}
+
+int perform(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
+    Action action;
+    if (const auto result = parse(argc, argv, output, errors, action)) {
+        return *result;
+    }
+    CConsole console(output, errors);
+    int result = exitUnusable;
+    try {
+        result = action(console);
+    } catch (const std::exception& error) {
+        console.Error(error.what());
+    }
+    if (!console.AllWritten()) {
+        console.Error("cannot write the whole output");
+        return exitUnusable;
+    }
+    return result;
+}
+
+}  // namespace
+
+int pniHost(int argc, const char* const* argv, std::ostream& output,
+            std::ostream& errors) noexcept {
+    try {
+        return perform(argc, argv, output, errors);
+    } catch (const std::exception& error) {
+        errors << "pni-host: " << error.what() << std::endl;
+        return exitUnusable;
+    }
+}
+
+}  // namespace em_pni

@@ -1,0 +1,59 @@
+#include "host/commands/commands.h"
+#include "host/machine/kernel_network.h"
+#include "host/output/inventory_text.h"
+#include "host/output/inventory_tree.h"
+#include "host/session/module_session.h"
+#include "host/session/played_host.h"
+
+namespace em_pni {
+
+namespace {
+
+class CQueryReport final : public CIFruListener {
+  public:
+    explicit CQueryReport(CConsole& console) : console_(console) {}
+    void OnRead(std::size_t /*bytes*/) override {}
+    void OnWritten(std::size_t /*bytes*/) override {}
+    void OnReadFailed(const std::string& reason) override { console_.Error(reason); }
+    void OnWriteFailed(const std::string& reason) override { console_.Error(reason); }
+
+  private:
+    CConsole& console_;
+};
+
+}  // namespace
+
+int queryFile(const QueryOptions& options, CConsole& console) {
+    const CFruImage image(options.file);
+    static_cast<void>(image.Read());  // reports a bad file before the module is loaded
+    CQueryReport report(console);
+    CFruController controller(image, report, CFruController::Access::readOnly);
+    CKernelNetwork kernel;
+    CNetworkAnswers network(kernel, console);
+    CPlayedHost host(&controller, network);
+    const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
+    CModuleSession session(library, host);
+    session.Start();
+    session.SwitchStarted();
+    CKrcpMessage request = makeInventoryRequest(options.filter);
+    session.Request(request);
+    session.Stop();
+    const bool deleted = session.Delete();
+    if (!deleted) {
+        console.Error(library.Path() + ": the module reports a failure at its end");
+    }
+    // The document may refer to texts in the library: the library must still be loaded.
+    const rapidjson::Value* const inventory = findInventory(request);
+    if (inventory == nullptr) {
+        console.Error(options.file + ": the module answers " + answerText(request));
+        return exitFailed;
+    }
+    if (options.tree) {
+        console.Text(inventoryTree(options.file, *inventory));
+    } else {
+        console.Line(prettyJson(*inventory));
+    }
+    return deleted ? exitDone : exitFailed;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,46 @@
+#include "host/events/event_burst.h"
+
+namespace em_pni {
+
+namespace {
+
+constexpr std::size_t maxNames = 4;  // in one report
+
+}  // namespace
+
+void CEventBursts::Note(HostEvent event, const std::string& name, TimePoint now) {
+    if (events_.empty()) {
+        end_ = now + length;
+    }
+    Names& names = events_[event];
+    if (!name.empty() && names.all.insert(name).second && names.first.size() < maxNames) {
+        names.first.push_back(name);
+    }
+}
+
+std::optional<CEventBursts::TimePoint> CEventBursts::DueAt() const {
+    return events_.empty() ? std::nullopt : std::optional(end_);
+}
+
+std::optional<EventReport> CEventBursts::TakeDue(TimePoint now) {
+    if (events_.empty() || now < end_) {
+        return std::nullopt;
+    }
+    const auto next = events_.begin();
+    EventReport report{next->first, OriginOf(next->second)};
+    events_.erase(next);
+    return report;
+}
+
+std::string CEventBursts::OriginOf(const Names& names) {
+    std::string origin;
+    for (const std::string& name : names.first) {
+        origin += (origin.empty() ? "" : ", ") + name;
+    }
+    if (const std::size_t more = names.all.size() - names.first.size(); more > 0) {
+        origin += " and " + std::to_string(more) + " more";
+    }
+    return origin;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,212 @@
+#include "host/events/event_socket.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+#include "host/output/host_error.h"
+#include "platform/text.h"
+
+namespace em_pni {
+
+namespace {
+
+// The name of a new socket before it gets its own name. Only the holder of the folder's lock uses
+// it.
+constexpr const char* firstName = ".pni-host.events";
+constexpr std::size_t longestMessage = 32;
+constexpr timeval patience{.tv_sec = 2, .tv_usec = 0};  // with a host that does not read
+
+[[noreturn]] void fail(const EventPlace& place, const char* what) {
+    throw CHostError(systemErrorText(place.image + ": " + what, errno));
+}
+
+// The address of a socket: the file of `descriptor`, or `below` in that folder.
+sockaddr_un addressOf(int descriptor, const std::string& below = "") {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor) + below;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
+}
+
+const sockaddr* generic(const sockaddr_un& address) {
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+CFileDescriptor makeSocket(const EventPlace& place) {
+    CFileDescriptor made(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (!made) {
+        fail(place, "cannot create an event socket");
+    }
+    return made;
+}
+
+// A socket that is connected to the running host; an empty descriptor when there is no host.
+CFileDescriptor connectTo(const EventPlace& place) {
+    const CFileDescriptor file(
+        ::openat(place.folder.Get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    if (!file) {
+        if (errno == ENOENT) {
+            return CFileDescriptor();
+        }
+        fail(place, "cannot open its event socket");
+    }
+    CFileDescriptor connected = makeSocket(place);
+    const sockaddr_un address = addressOf(file.Get());
+    if (::connect(connected.Get(), generic(address), sizeof address) != 0) {
+        if (errno == ECONNREFUSED) {
+            return CFileDescriptor();
+        }
+        fail(place, "cannot open its event socket");
+    }
+    return connected;
+}
+
+// Keeps other hosts from creating or replacing a socket in this folder.
+class CFolderLock {
+  public:
+    explicit CFolderLock(const EventPlace& place)
+        : folder_(::open(place.folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        if (!folder_) {
+            fail(place, "cannot lock its folder");
+        }
+        // With a time-out: every user who may read the folder can hold this lock.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (::flock(folder_.Get(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end) {
+                fail(place, "cannot lock its folder");
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+
+  private:
+    CFileDescriptor folder_;
+};
+
+struct stat statusOf(const EventPlace& place) {
+    struct stat status {};
+    if (::fstatat(place.folder.Get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        status = {};
+    }
+    return status;
+}
+
+void requireNobodyListens(const EventPlace& place) {
+    if (connectTo(place)) {
+        throw CHostError(place.image + ": another pni-host run is using it");
+    }
+}
+
+// Throws unless the socket's name is free or is the socket of a host that has ended.
+void requireUnused(const EventPlace& place) {
+    requireNobodyListens(place);
+    const mode_t mode = statusOf(place).st_mode;
+    if (mode != 0 && !S_ISSOCK(mode)) {
+        throw CHostError(place.image + ": " + place.folderPath + place.name +
+                         " exists and is not a socket");
+    }
+}
+
+}  // namespace
+
+EventPlace::EventPlace(const CFruImage& fruImage) : image(fruImage.Name()) {
+    const std::string& path = fruImage.Path();
+    const std::size_t nameAt = path.rfind('/') + 1;
+    folderPath = path.substr(0, nameAt);
+    name = path.substr(nameAt) + ".events";
+    folder = CFileDescriptor(::open(folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        fail(*this, "cannot open its folder");
+    }
+}
+
+CEventSocket::CEventSocket(const CFruImage& image, CConsole& console)
+    : place_(image), console_(console), socket_(makeSocket(place_)) {
+    const CFolderLock lock(place_);
+    requireUnused(place_);
+    const int folder = place_.folder.Get();
+    // The file gets at most the mode that the socket has before bind.
+    const sockaddr_un address = addressOf(folder, std::string("/") + firstName);
+    ::unlinkat(folder, firstName, 0);
+    if (::fchmod(socket_.Get(), S_IRUSR | S_IWUSR) != 0 ||
+        ::bind(socket_.Get(), generic(address), sizeof address) != 0) {
+        fail(place_, "cannot create an event socket in its folder");
+    }
+    if (::renameat(folder, firstName, folder, place_.name.c_str()) != 0) {
+        const int error = errno;
+        ::unlinkat(folder, firstName, 0);
+        errno = error;
+        fail(place_, "cannot name its event socket");
+    }
+    const struct stat status = statusOf(place_);
+    device_ = status.st_dev;
+    inode_ = status.st_ino;
+}
+
+CEventSocket::~CEventSocket() {
+    const struct stat status = statusOf(place_);
+    if (status.st_dev == device_ && status.st_ino == inode_) {
+        ::unlinkat(place_.folder.Get(), place_.name.c_str(), 0);
+    }
+}
+
+void CEventSocket::Take(Clock::time_point now) {
+    char message[longestMessage];
+    const ssize_t got = ::recv(socket_.Get(), message, sizeof message, MSG_DONTWAIT | MSG_TRUNC);
+    if (got < 0) {
+        return;
+    }
+    const auto length = static_cast<std::size_t>(got);
+    const std::string_view text(message, std::min(length, sizeof message));
+    taken_ = length == text.size() ? hostEventOf(text) : std::nullopt;
+    takenAt_ = now;
+    if (!taken_) {
+        console_.Error("unknown event ignored: \"" + printable(validUtf8(text)) + "\"");
+    }
+}
+
+std::optional<EventReport> CEventSocket::NextReport(Clock::time_point /*now*/) {
+    if (!taken_) {
+        return std::nullopt;
+    }
+    const HostEvent event = *taken_;
+    taken_.reset();
+    return EventReport{event, "pni-host event"};
+}
+
+void requireNoRunningHost(const CFruImage& image) {
+    requireNobodyListens(EventPlace(image));
+}
+
+bool deliverEvent(const CFruImage& image, HostEvent event) {
+    const EventPlace place(image);
+    const CFileDescriptor connected = connectTo(place);
+    if (!connected) {
+        return false;
+    }
+    ::setsockopt(connected.Get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    const std::string_view word = wordOf(event);
+    if (::send(connected.Get(), word.data(), word.size(), MSG_NOSIGNAL) < 0) {
+        if (errno == ECONNREFUSED) {
+            return false;  // the host has just ended
+        }
+        if (errno == EAGAIN) {
+            throw CHostError(place.image + ": its pni-host run does not read events");
+        }
+        fail(place, "cannot send the event");
+    }
+    return true;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,62 @@
+// The socket through which `pni-host event` reaches the running host of an image: a datagram socket
+// "<image>.events" in the folder of the image, with access for its owner only. A message is the
+// word of an event.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+#include "host/events/host_event.h"
+#include "host/machine/fru_image.h"
+#include "host/output/console.h"
+#include "platform/file.h"
+
+namespace em_pni {
+
+// The place of the socket of an image.
+struct EventPlace {
+    // Throws a CHostError when the folder cannot be opened.
+    explicit EventPlace(const CFruImage& image);
+
+    std::string image;       // as the user gave it
+    std::string folderPath;  // of the image, without symbolic links
+    std::string name;        // of the socket in that folder
+    CFileDescriptor folder;  // open: a path may be longer than the address of a socket
+};
+
+// The end of the running host.
+class CEventSocket final : public CIEventSource {
+  public:
+    // Throws a CHostError when another host is using the image, also in another process. Replaces
+    // the socket of a killed host. The console must outlive this.
+    CEventSocket(const CFruImage& image, CConsole& console);
+    // Removes the socket.
+    ~CEventSocket() override;
+    CEventSocket(const CEventSocket&) = delete;
+    CEventSocket& operator=(const CEventSocket&) = delete;
+
+    [[nodiscard]] int Descriptor() const noexcept override { return taken_ ? -1 : socket_.Get(); }
+    void Take(Clock::time_point now) override;
+    [[nodiscard]] std::optional<Clock::time_point> DueAt() const override {
+        return taken_ ? std::optional(takenAt_) : std::nullopt;
+    }
+    std::optional<EventReport> NextReport(Clock::time_point now) override;
+
+  private:
+    EventPlace place_;
+    CConsole& console_;
+    CFileDescriptor socket_;
+    dev_t device_ = 0;  // with inode_: the socket file of this host
+    ino_t inode_ = 0;
+    std::optional<HostEvent> taken_;  // between Take and NextReport
+    Clock::time_point takenAt_;
+};
+
+// Throws a CHostError when a host is using the image.
+void requireNoRunningHost(const CFruImage& image);
+
+// Sends the event to the running host of the image. False when there is none. Throws a CHostError
+// when the host cannot be reached.
+bool deliverEvent(const CFruImage& image, HostEvent event);
+
+}  // namespace em_pni

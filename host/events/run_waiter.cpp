@@ -1,0 +1,96 @@
+#include "host/events/run_waiter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <utility>
+
+#include "host/output/host_error.h"
+
+namespace em_pni {
+
+CRunWaiter::CRunWaiter() : written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGINT);
+    sigaddset(&signals_, SIGTERM);
+    signalQueue_ = CFileDescriptor(::signalfd(-1, &signals_, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!written_ || !signalQueue_) {
+        throw CHostError(systemErrorText("cannot wait for signals", errno));
+    }
+    ::pthread_sigmask(SIG_BLOCK, &signals_, &previousMask_);
+}
+
+CRunWaiter::~CRunWaiter() {
+    sources_.clear();  // before a signal can end the program again
+    const timespec now{};
+    while (::sigtimedwait(&signals_, nullptr, &now) > 0) {
+    }
+    ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
+}
+
+void CRunWaiter::Add(std::unique_ptr<CIEventSource> source) {
+    sources_.push_back(std::move(source));
+}
+
+void CRunWaiter::NotifyWritten() noexcept {
+    // Fails only when the count is at its limit; then the descriptor is readable anyway.
+    [[maybe_unused]] const int result = ::eventfd_write(written_.Get(), 1);
+}
+
+CRunWaiter::Occasion CRunWaiter::Wait() {
+    for (;;) {
+        std::vector<pollfd> polled{{signalQueue_.Get(), POLLIN, 0}, {written_.Get(), POLLIN, 0}};
+        for (const auto& source : sources_) {
+            polled.push_back({source->Descriptor(), POLLIN, 0});
+        }
+        if (::poll(polled.data(), polled.size(), TimeLeft()) < 0) {
+            if (errno != EINTR) {
+                throw CHostError(systemErrorText("cannot wait for signals", errno));
+            }
+            continue;
+        }
+        if (polled[0].revents != 0) {
+            return Stop{};
+        }
+        if (polled[1].revents != 0) {
+            eventfd_t count = 0;
+            ::eventfd_read(written_.Get(), &count);
+            return Written{};
+        }
+        const Clock::time_point now = Clock::now();
+        for (std::size_t i = 0; i < sources_.size(); ++i) {
+            if (polled[2 + i].revents != 0) {
+                sources_[i]->Take(now);
+            }
+        }
+        for (const auto& source : sources_) {
+            if (auto report = source->NextReport(now)) {
+                return *std::move(report);
+            }
+            if (source->DueAt()) {
+                break;  // the later sources wait
+            }
+        }
+    }
+}
+
+// The time-out of poll: milliseconds until an event is due, -1 = no event is due.
+int CRunWaiter::TimeLeft() const {
+    for (const auto& source : sources_) {
+        if (const auto due = source->DueAt()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now());
+            return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+        }
+    }
+    return -1;
+}
+
+}  // namespace em_pni

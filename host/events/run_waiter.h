@@ -1,0 +1,48 @@
+// What the main thread of a running host waits for: signals, writes and events.
+#pragma once
+
+#include <csignal>
+#include <memory>
+#include <variant>
+#include <vector>
+
+#include "host/events/host_event.h"
+#include "platform/file.h"
+
+namespace em_pni {
+
+class CRunWaiter {
+  public:
+    struct Stop {};
+    struct Written {};
+    using Occasion = std::variant<Stop, Written, EventReport>;
+
+    // Blocks SIGINT and SIGTERM, which then only end Wait. Create it before any other thread:
+    // threads inherit the blocked signals.
+    CRunWaiter();
+    // Closes the sources and drops pending signals.
+    ~CRunWaiter();
+    CRunWaiter(const CRunWaiter&) = delete;
+    CRunWaiter& operator=(const CRunWaiter&) = delete;
+
+    // Wait also reports the events of this source.
+    void Add(std::unique_ptr<CIEventSource> source);
+    // Any thread may call. Several calls before the next Wait count as one.
+    void NotifyWritten() noexcept;
+    // A stop comes before a write, and a write before the events of the sources. While a source has
+    // an event that is not yet due, the events of the sources added later wait.
+    Occasion Wait();
+
+  private:
+    using Clock = CIEventSource::Clock;
+
+    [[nodiscard]] int TimeLeft() const;
+
+    sigset_t signals_{};
+    sigset_t previousMask_{};
+    CFileDescriptor signalQueue_;
+    CFileDescriptor written_;
+    std::vector<std::unique_ptr<CIEventSource>> sources_;
+};
+
+}  // namespace em_pni

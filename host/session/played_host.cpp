@@ -1,0 +1,37 @@
+#include "host/session/played_host.h"
+
+#include <exception>
+#include <new>
+#include <optional>
+
+namespace em_pni {
+
+std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessage& message,
+                                       std::uint32_t /*timeoutMs*/) {
+    std::uint32_t status = krcp::EXEC_FAILED;
+    try {
+        status = Answer(message);
+    } catch (const std::bad_alloc&) {
+        status = krcp::OUT_OF_MEMORY;
+    } catch (const std::exception&) {
+        status = krcp::EXEC_FAILED;
+    }
+    try {
+        return krcp::setStatus(message, status) ? 1 : 0;
+    } catch (const std::exception&) {
+        return 0;
+    }
+}
+
+std::uint32_t CPlayedHost::Answer(CKrcpMessage& message) {
+    std::optional<std::uint32_t> status;
+    if (controller_ != nullptr) {
+        status = controller_->Answer(message);
+    }
+    if (!status) {
+        status = network_.Answer(message);
+    }
+    return status.value_or(krcp::INVALID_CMD);
+}
+
+}  // namespace em_pni

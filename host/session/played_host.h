@@ -1,0 +1,40 @@
+// The host as the module sees it: controller, network and configuration behind one interface.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "em_pni/em_pni.h"
+#include "host/machine/fru_controller.h"
+#include "host/machine/network_answers.h"
+
+namespace em_pni {
+
+class CPlayedHost final : public CIConfiguringHostInterface {
+  public:
+    // Both must outlive the host. Null = a host without a controller. `moduleConfig` is the text of
+    // a configuration file; empty = the module looks for its file.
+    CPlayedHost(CFruController* controller, CNetworkAnswers& network, std::string moduleConfig = {})
+        : controller_(controller), network_(network), moduleConfig_(std::move(moduleConfig)) {}
+
+    // Returns 0 when the message has no command that can hold the answer.
+    std::uint32_t SendRequest(CIExtensionModule* module, CKrcpMessage& message,
+                              std::uint32_t timeoutMs) override;
+    std::uint32_t SwitchStartFinished(CIExtensionModule* /*module*/,
+                                      std::uint32_t /*value*/) override {
+        return 1;
+    }
+    std::uint32_t GetHostKind() override { return configuringHostKind; }
+    const char* GetModuleConfig() override {
+        return moduleConfig_.empty() ? nullptr : moduleConfig_.c_str();
+    }
+
+  private:
+    std::uint32_t Answer(CKrcpMessage& message);
+
+    CFruController* const controller_;
+    CNetworkAnswers& network_;
+    const std::string moduleConfig_;
+};
+
+}  // namespace em_pni
