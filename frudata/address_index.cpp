@@ -77,7 +77,7 @@ bool beginAddressSearch(const PhysicalAddress& wanted) noexcept {
                   "MAC Address.");
         return false;
     }
-    // A stored name that is no name reads as 0 and must not match.
+    // A stored text that is no name reads as 0. It must not match.
     return wanted.kind == Kind::mac || wanted.wwpn != 0;
 }
 

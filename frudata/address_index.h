@@ -51,8 +51,8 @@ class CModuleAddressIndex {
   public:
     explicit CModuleAddressIndex(CByteView image);
 
-    // Finds what CPniFruData::FindModuleByAddress finds, without a walk, and writes the same lines
-    // of its own. The lines of the conversion of stored names were written by the constructor.
+    // Finds what CPniFruData::FindModuleByAddress finds and writes the same lines, without a walk.
+    // The constructor has already traced the conversion of the stored names.
     [[nodiscard]] FoundModule Find(const PhysicalAddress& address) const;
 
   private:

@@ -218,7 +218,7 @@ bool CPniFruData::AddPniModule(std::vector<std::uint8_t>& stream) {
     CWriteGuard guard(lock_);
     if ((stream.front() & layout::moduleIdMask) == 0) {
         PNI_TRACE(1, "AddPniModule() - Requested adding onboard adapter (location id == 0)");
-        // The caller gets the lock: see the header.
+        // The calling thread keeps the lock, as the header says.
         guard.LeaveLocked();
         return false;
     }
@@ -246,7 +246,7 @@ bool CPniFruData::InsertModule(std::vector<std::uint8_t>& stream) {
     putCounts(copy.image_, before.frame, before.ModuleCount() + 1,
               before.frame.recordLength + stream.size());
     copy.UpdateAfterModuleChange();
-    // After a stream that is not exactly one module, the walk ends at another place.
+    // The walk ends at another place when the stream is not exactly one module.
     const bool isOneModule =
         WalkedRecord(copy.image_).ModulesEnd() == before.ModulesEnd() + stream.size();
     return TakeWhen(copy.IsValid() && isOneModule, copy, "AddPniModule");

@@ -33,7 +33,7 @@ bool mendInternalUseAreaChecksum(CByteEditor image) noexcept {
 bool mendRecordChecksum(CByteEditor image) noexcept {
     const CByteView view = image.View();
     const RecordFrame frame = locateFrame(view);
-    // A wrong type or version does not matter here.
+    // A wrong type, version or subtype does not prevent the repair.
     if (frame.fault <= FrameFault::headerOutside ||
         !view.Has(frame.commonArea, frame.recordLength)) {
         return false;

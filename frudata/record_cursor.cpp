@@ -12,7 +12,7 @@ using CommonArea = layout::PNI_COMMON_AREA;
 
 constexpr std::size_t offsetUnit = 8;  // bytes
 
-// One step for each pair of a check and its fault.
+// Makes the checks in the order of FrameFault and notes the places on its way.
 class CFrameJudge {
   public:
     CFrameJudge(CByteView image, FrameChecks checks) noexcept : image_(image), checks_(checks) {}
