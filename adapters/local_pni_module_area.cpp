@@ -18,12 +18,12 @@ LocalPniModuleAreaOf<Technology>::~LocalPniModuleAreaOf() {
 }
 
 template <class Technology>
-std::uint8_t LocalPniModuleAreaOf<Technology>::GetModuleType() const {
+ModuleType LocalPniModuleAreaOf<Technology>::GetModuleType() const {
     std::uint32_t slot = 0;
     if (!GetAdapterSlotNo(slot)) {
-        return unknownType;
+        return ModuleType::unknown;
     }
-    return slot == 0 ? onboard : pciAddIn;
+    return slot == 0 ? ModuleType::onboard : ModuleType::pciAddIn;
 }
 
 template <class Technology>
@@ -52,9 +52,9 @@ std::unique_ptr<LocalPniModuleArea> LocalPniModuleAreaOf<Technology>::Clone() co
 template <class Technology>
 std::string LocalPniModuleAreaOf<Technology>::GetModuleName() const {
     switch (GetModuleType()) {
-        case onboard:
+        case ModuleType::onboard:
             return "Onboard LAN";
-        case pciAddIn:
+        case ModuleType::pciAddIn:
             return "LAN PCI Card";
         default:
             return "LAN";

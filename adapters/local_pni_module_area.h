@@ -14,18 +14,13 @@ namespace em_pni {
 // The order of the virtual operations is fixed.
 class LocalPniModuleArea {
   public:
-    // Values of GetModuleType.
-    static constexpr std::uint8_t onboard = 0;
-    static constexpr std::uint8_t pciAddIn = 2;
-    static constexpr std::uint8_t unknownType = 255;
-
     virtual ~LocalPniModuleArea();
     LocalPniModuleArea& operator=(const LocalPniModuleArea&) = delete;
 
     [[nodiscard]] virtual bool IsEnabled() const = 0;
     [[nodiscard]] virtual std::uint32_t GetPortCount() const = 0;
-    [[nodiscard]] virtual std::uint8_t GetModuleTypeCode() const = 0;
-    [[nodiscard]] virtual std::uint8_t GetModuleType() const = 0;
+    [[nodiscard]] virtual ModuleTechnology GetModuleTypeCode() const = 0;
+    [[nodiscard]] virtual ModuleType GetModuleType() const = 0;
     [[nodiscard]] virtual std::string GetFirmwareVersion() const = 0;
     // 0 = onboard. False, and `slot` as it was, when it is not known.
     virtual bool GetAdapterSlotNo(std::uint32_t& slot) const = 0;
@@ -56,10 +51,10 @@ class LocalPniModuleAreaOf final : public LocalPniModuleArea {
 
     [[nodiscard]] bool IsEnabled() const override { return true; }
     [[nodiscard]] std::uint32_t GetPortCount() const override { return portCount_; }
-    [[nodiscard]] std::uint8_t GetModuleTypeCode() const override {
+    [[nodiscard]] ModuleTechnology GetModuleTypeCode() const override {
         return Technology::moduleTypeCode;
     }
-    [[nodiscard]] std::uint8_t GetModuleType() const override;
+    [[nodiscard]] ModuleType GetModuleType() const override;
     [[nodiscard]] std::string GetFirmwareVersion() const override { return "N/A"; }
     bool GetAdapterSlotNo(std::uint32_t& slot) const override;
     [[nodiscard]] std::unique_ptr<LocalPniModuleArea> Clone() const override;

@@ -26,7 +26,7 @@ class LocalPniPortFunctionArea {
     [[nodiscard]] virtual std::uint32_t GetFunctionNumber() const = 0;  // from 0, in its port
     [[nodiscard]] virtual std::uint8_t GetFunctionReserved() const = 0;
     [[nodiscard]] virtual std::string GetFunctionLabel() const = 0;
-    [[nodiscard]] virtual std::uint8_t GetTechnology() const = 0;
+    [[nodiscard]] virtual FunctionTechnology GetTechnology() const = 0;
     // As encodeLinkSpeed has it; may ask the host.
     [[nodiscard]] virtual std::uint16_t GetSpeed() const = 0;
     [[nodiscard]] virtual std::uint16_t GetVlanId() const = 0;
@@ -64,7 +64,9 @@ class LocalPniPortFunctionAreaOf : public LocalPniPortFunctionArea {
     [[nodiscard]] std::uint32_t GetFunctionNumber() const override { return functionNumber_; }
     [[nodiscard]] std::uint8_t GetFunctionReserved() const override { return 0; }
     [[nodiscard]] std::string GetFunctionLabel() const override { return "Unknown"; }
-    [[nodiscard]] std::uint8_t GetTechnology() const override { return Technology::technologyType; }
+    [[nodiscard]] FunctionTechnology GetTechnology() const override {
+        return Technology::technologyType;
+    }
     [[nodiscard]] std::uint16_t GetVlanId() const override { return 0; }
     [[nodiscard]] std::uint8_t GetBandwidth() const override { return 0; }
     [[nodiscard]] std::uint8_t GetRateLimit() const override { return 0; }

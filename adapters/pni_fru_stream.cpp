@@ -40,8 +40,8 @@ std::vector<std::uint8_t> LocalPniModuleArea::ToPniFruDataModule() const {
     area.PutU8(Module::recordLen, Module::size);
     area.PutU8(Module::portCount, static_cast<std::uint8_t>(GetPortCount()));
     setText(area, Module::name, Module::nameSize, GetModuleName(), "module name");
-    area.PutU8(Module::moduleTypeCode, GetModuleTypeCode());
-    area.PutU8(Module::moduleType, GetModuleType());
+    area.PutU8(Module::moduleTypeCode, static_cast<std::uint8_t>(GetModuleTypeCode()));
+    area.PutU8(Module::moduleType, static_cast<std::uint8_t>(GetModuleType()));
     setText(area, Module::firmwareVersion, Module::firmwareVersionSize, GetFirmwareVersion(),
             "firmware version");
     return bytes;
@@ -76,7 +76,7 @@ std::vector<std::uint8_t> LocalPniAdapter::ToPniFruDataPortFnCommon(
     area.PutU8(Function::bootOptionId, function.GetFunctionReserved());
     setText(area, Function::bootName, Function::bootNameSize,
             function.GetFunctionLabel().substr(0, Function::bootNameSize - 1), "boot name");
-    area.PutU8(Function::technologyType, function.GetTechnology());
+    area.PutU8(Function::technologyType, static_cast<std::uint8_t>(function.GetTechnology()));
     area.PutU16(Function::speed, function.GetSpeed());
     area.PutU16(Function::vlanId, function.GetVlanId());
     area.PutU8(Function::bandwidth, function.GetBandwidth());

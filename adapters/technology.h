@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "adapters/net_interface_connection_context.h"
+#include "frudata/layout.h"
 
 namespace em_pni {
 
@@ -13,8 +14,8 @@ class FC_LocalPniPortFunctionArea;
 
 struct NicTechnology {
     static constexpr const char* prefix = "NIC";  // of the class names
-    static constexpr std::uint8_t moduleTypeCode = 3;
-    static constexpr std::uint8_t technologyType = 0;
+    static constexpr ModuleTechnology moduleTypeCode = ModuleTechnology::eth;
+    static constexpr FunctionTechnology technologyType = FunctionTechnology::nic;
 
     using PortFunctionArea = NIC_LocalPniPortFunctionArea;
     // What the adapter owns to ask the host, and what its areas borrow of that.
@@ -25,8 +26,8 @@ struct NicTechnology {
 
 struct FcTechnology {
     static constexpr const char* prefix = "FC";
-    static constexpr std::uint8_t moduleTypeCode = 1;
-    static constexpr std::uint8_t technologyType = 1;
+    static constexpr ModuleTechnology moduleTypeCode = ModuleTechnology::fc;
+    static constexpr FunctionTechnology technologyType = FunctionTechnology::fc;
 
     using PortFunctionArea = FC_LocalPniPortFunctionArea;
     // The host is asked for nothing.

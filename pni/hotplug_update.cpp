@@ -43,7 +43,9 @@ bool isTracked(ModuleTechnology technology) noexcept {
 class CHotplugUpdate {
   public:
     CHotplugUpdate(const CPniFruData& record, const HotplugFlags& flags)
-        : flags_(flags), owners_(record), copy_(record) {}
+        : flags_(flags),
+          owners_(record.Read([](auto image) { return CModuleAddressIndex(CByteView(image)); })),
+          copy_(record) {}
 
     // The record as it should be; only good when both steps below have succeeded.
     [[nodiscard]] const CPniFruData& Result() const noexcept { return copy_; }
@@ -114,7 +116,7 @@ bool CHotplugUpdate::HandleAdapter(const LocalPniAdapterHandle& handle) {
         return true;
     }
     // Modules of adapters are written with codes; in a record with texts they would be misread.
-    if (adapter.GetLocalPniModuleArea().GetModuleType() != LocalPniModuleArea::pciAddIn ||
+    if (adapter.GetLocalPniModuleArea().GetModuleType() != ModuleType::pciAddIn ||
         !copy_.HasCodes()) {
         PNI_TRACE(5, "%sAdditional module not supported in hot-plug, continue...", self);
         return true;

@@ -101,9 +101,9 @@ TEST_F(AdaptersModel, ModuleFollowsTheFirstKnownSlot) {
         const auto device = Device({nicFacts({0, 3, 0, 0}, first), nicFacts({0, 3, 0, 1}, second)});
         return FC_LocalPniModuleArea(2, device.Functions(), {}).GetModuleType();
     };
-    EXPECT_EQ(typeOf(unknownSlot, 3), LocalPniModuleArea::pciAddIn);
-    EXPECT_EQ(typeOf(7, 0), LocalPniModuleArea::pciAddIn);
-    EXPECT_EQ(typeOf(0, 7), LocalPniModuleArea::onboard);
+    EXPECT_EQ(typeOf(unknownSlot, 3), ModuleType::pciAddIn);
+    EXPECT_EQ(typeOf(7, 0), ModuleType::pciAddIn);
+    EXPECT_EQ(typeOf(0, 7), ModuleType::onboard);
 }
 
 TEST_F(AdaptersModel, IdsThatAreMissing) {
