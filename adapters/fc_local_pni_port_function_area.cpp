@@ -1,7 +1,6 @@
 #include "adapters/function_specific_area.h"
 #include "adapters/local_pni_port_function_area.h"
 #include "frudata/address_text.h"
-#include "frudata/worldwide_name.h"
 #include "platform/trace.h"
 
 namespace em_pni {

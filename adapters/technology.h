@@ -6,8 +6,7 @@
 #include <memory>
 
 #include "adapters/net_interface_connection_context.h"
-#include "frudata/module_facts.h"
-#include "frudata/port_function.h"
+#include "frudata/layout.h"
 
 namespace em_pni {
 

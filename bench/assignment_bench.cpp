@@ -1,51 +1,32 @@
-// One IP address stored with the last function of a record, beside the sum of the record's bytes:
-// the function has to be looked for and the checksum mended.
+// Assignment of an IP address to the last function of a record: finds the function, writes the
+// address and corrects the checksum. The floor is the sum of the bytes of the record.
 #include "bench/records.h"
 #include "frudata/pni_fru_data.h"
 
 namespace em_pni::bench {
 namespace {
 
-struct Assigned {
-    explicit Assigned(const benchmark::State& state)
-        : modules(moduleCount(state)),
-          mac(macOf(static_cast<std::uint8_t>(modules - 1), 1)),
-          record(recordOf(modules)) {}
-
-    std::uint8_t modules;
-    Bytes mac;
+// With `clearsFirst` removes all addresses and then adds one, as each cycle of the module does.
+// Else replaces an old address.
+void assignment(benchmark::State& state, bool clearsFirst) {
+    const std::uint8_t modules = moduleCount(state);
+    const Bytes mac = macOf(static_cast<std::uint8_t>(modules - 1), 1);
     Bytes address = {198, 51, 100, 1};
-    CPniFruData record;
-};
-
-// The new address takes the place of one that is there.
-void replacedAddress(benchmark::State& state) {
-    Assigned at(state);
+    CPniFruData record(recordOf(modules));
     for (auto _ : state) {
-        at.address[3] ^= 1U;
-        if (!at.record.AssignIpv4Address(at.mac, at.address)) {
+        address[3] ^= 1U;
+        if ((clearsFirst && !record.ClearIpAddresses()) ||
+            !record.AssignIpv4Address(mac, address)) {
             state.SkipWithError("not assigned");
             break;
         }
     }
-    state.counters[elements] = at.modules;
+    state.counters[elements] = modules;
 }
 
-// All addresses go, and the function grows by the new one, as in each cycle of the module.
-void clearedAndAssigned(benchmark::State& state) {
-    Assigned at(state);
-    for (auto _ : state) {
-        if (!at.record.ClearIpAddresses() || !at.record.AssignIpv4Address(at.mac, at.address)) {
-            state.SkipWithError("not assigned");
-            break;
-        }
-    }
-    state.counters[elements] = at.modules;
-}
-
-BENCHMARK(replacedAddress)->Name("IP assignment")->Apply(recordSizes);
+BENCHMARK_CAPTURE(assignment, replace, false)->Name("IP assignment")->Apply(recordSizes);
 BENCHMARK(sumOfBytes)->Name("floor of IP assignment")->Apply(recordSizes);
-BENCHMARK(clearedAndAssigned)->Name("clear, IP assignment")->Apply(recordSizes);
+BENCHMARK_CAPTURE(assignment, clear, true)->Name("clear, IP assignment")->Apply(recordSizes);
 BENCHMARK(sumOfBytes)->Name("floor of clear, IP assignment")->Apply(recordSizes);
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Whole cycles of the module's thread: a machine that fits the record, and a host that answers at
+// Whole cycles of the module's thread. The machine agrees with the record, and the host answers at
 // once.
 #include <chrono>
 #include <condition_variable>
@@ -14,8 +14,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Runs one cycle behind the other, as each sends an event for the next, and tells how long each
-// took: from the one question for the number of interfaces to the next.
+// Runs cycles without a pause: each cycle sends the event that starts the next one. The duration of
+// a cycle is the time between two questions for the number of interfaces.
 class CCycles {
   public:
     explicit CCycles(std::uint8_t modules) : host_(recordOf(modules)) {
@@ -36,7 +36,7 @@ class CCycles {
     CCycles(const CCycles&) = delete;
     CCycles& operator=(const CCycles&) = delete;
 
-    // Of a cycle that has ended since the last one was told.
+    // The duration of the next cycle in seconds. Waits until it has ended.
     double NextDuration() {
         std::unique_lock lock(lock_);
         noted_.wait(lock, [this] { return !durations_.empty(); });

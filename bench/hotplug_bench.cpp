@@ -1,5 +1,5 @@
-// Cards that come and go: a module put into a record, and the update after cards were exchanged.
-// What the host takes to answer is left out of the account.
+// Insertion of a module into a record, and the hot-plug update after an exchange of cards. Times do
+// not include the answers of the host.
 #include <chrono>
 
 #include "bench/records.h"
@@ -14,7 +14,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using test::ManyCards;
 
-// Answers from the list of a machine's interfaces and counts the time that this takes.
+// A host that answers from a list of interfaces and measures the time of its answers.
 class CTimedHost final : public CKrcpConnection {
   public:
     explicit CTimedHost(std::vector<test::HostInterface> interfaces) {
@@ -34,7 +34,7 @@ class CTimedHost final : public CKrcpConnection {
     Clock::duration spent_{};
 };
 
-// A machine full of cards, and the record of the cards that were there before.
+// A machine with many cards, and the record from before the exchange.
 struct Rack {
     ManyCards cards;
     CFakeMachine machine;
@@ -53,7 +53,7 @@ struct Rack {
     }
 };
 
-// Own time of one `step` on a fresh copy of the record per iteration.
+// Measures `step` without the time of the host. Each iteration uses a new copy of the record.
 template <class Step>
 void measure(benchmark::State& state, Rack& rack, Step step) {
     for (auto _ : state) {
@@ -78,19 +78,20 @@ void update(benchmark::State& state, Rack& rack) {
     });
 }
 
-// One card of many.
+// Exchange of one card.
 void exchangedCard(benchmark::State& state) {
     Rack rack(moduleCount(state), 2, 1);
     update(state, rack);
 }
 
-// All of them; more than thirty find no ids while the old ones still hold theirs.
+// Exchange of all cards. At most thirty, because the old modules still use their ids during the
+// update.
 void exchangedCards(benchmark::State& state) {
     Rack rack(moduleCount(state), 4, moduleCount(state));
     update(state, rack);
 }
 
-// The same cards in the same places with other addresses, and an address for each interface.
+// The cards stay, but all MAC addresses and IP addresses change.
 void exchangedAddresses(benchmark::State& state) {
     Rack rack(moduleCount(state), 2, moduleCount(state));
     measure(state, rack, [&rack](CPniFruData& record) {

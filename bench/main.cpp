@@ -1,12 +1,12 @@
-// Runs all benchmarks and prints one table. Every option of Google Benchmark is understood.
+// Runs all benchmarks and prints one table. Accepts all options of Google Benchmark.
 #include <benchmark/benchmark.h>
 #include <vector>
 
 #include "bench/table.h"
 
 int main(int argc, char** argv) {
-    // Repetitions far apart from each other, those of a benchmark and of its floor mixed: another
-    // load on the machine then meets both or leaves some of each alone.
+    // Mixes the repetitions of all benchmarks, so that other load on the machine disturbs a
+    // benchmark and its floor alike.
     char repetitions[] = "--benchmark_repetitions=15";
     char interleaving[] = "--benchmark_enable_random_interleaving=true";
     char shortTime[] = "--benchmark_min_time=0.02";  // seconds

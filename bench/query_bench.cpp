@@ -1,4 +1,4 @@
-// The query of a record beside the JSON library writing the text of the finished answer.
+// The query of a record. The floor is the writing of the finished answer as JSON text.
 #include "bench/records.h"
 #include "em_pni/krcp_message.h"
 #include "module/krcp_trace.h"
@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char* filters = R"({"ResultFilter":["ActiveMAC","Ipv4Addresses"]})";
 
-// A query of everything, and one of what tells a host's addresses.
+// A query without a filter, and a query for addresses only.
 enum class Kind { complete, filtered };
 
 CPNI_DataFilter filterOf(Kind kind) {
@@ -19,7 +19,7 @@ CPNI_DataFilter filterOf(Kind kind) {
         krcp::setMember(request, "DA", rapidjson::Value(rapidjson::StringRef(filters)));
     }
     if (!filter.Read(request)) {
-        throw std::logic_error("the filter is none");
+        throw std::logic_error("the filter is not valid");
     }
     return filter;
 }

@@ -1,4 +1,4 @@
-// Records and the sizes at which they are measured.
+// The records to measure and their sizes.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -20,13 +20,13 @@ inline std::uint8_t moduleCount(const benchmark::State& state) {
     return static_cast<std::uint8_t>(state.range(0));
 }
 
-// The MAC, manufacture and active, of a function of the record below.
+// The MAC address, permanent and active, of a function in recordOf.
 inline Bytes macOf(std::uint8_t module, std::uint8_t port) {
     return {0x02, 0x00, 0x00, 0x00, module, port};
 }
 
-// Network cards of two ports, a function each with one IPv4 address: 232 bytes a module, so that
-// the largest record nearly uses up its 16-bit length.
+// Each module is a network card with two ports, one function per port and one IPv4 address per
+// function. A module has 232 bytes, so 255 modules almost reach the limit of the 16-bit length.
 inline Bytes recordOf(std::uint8_t modules) {
     std::vector<Bytes> areas;
     for (std::uint8_t m = 0; m < modules; ++m) {
@@ -42,8 +42,7 @@ inline Bytes recordOf(std::uint8_t modules) {
     return test::recordImage(12, areas);
 }
 
-// The floor of all that has to look at each byte of a record: their sum, as fast as this project
-// has it.
+// The floor of operations that read each byte of a record: the sum of the bytes.
 inline void sumOfBytes(benchmark::State& state) {
     const Bytes image = recordOf(moduleCount(state));
     for (auto _ : state) {

@@ -1,5 +1,5 @@
-// The scan of a machine with many PCI functions, two of them a network card, beside the bare
-// reading of one file for each function.
+// The scan of a machine with many PCI functions, two of which are a network card. The floor reads
+// one file for each function.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <map>
@@ -19,7 +19,7 @@ constexpr int adapters = 2;
 
 struct Tree {
     CFakeMachine machine;
-    std::vector<std::string> modaliases;  // the path of each function's
+    std::vector<std::string> modaliases;  // one path per function
 
     explicit Tree(int functions) {
         for (int i = 0; i < functions; ++i) {
@@ -30,7 +30,7 @@ struct Tree {
     void AddFunction(int number) {
         static constexpr unsigned classes[] = {0x0604, 0x0880, 0x0106, 0x0C03, 0x0604};
         const bool isAdapter = number < adapters;
-        // Devices of eight functions each, 32 to a bus; the card is a device of its own.
+        // Each device has 8 functions, each bus 32 devices. The card is a separate device.
         const std::string address =
             isAdapter ? "0000:80:00." + std::to_string(number)
                       : "0000:" + lowerHex(static_cast<unsigned>(number) / 256, 2) + ":" +
@@ -48,13 +48,13 @@ struct Tree {
     }
 };
 
-// Made once and kept: they take longer than their scans.
+// Kept for all benchmarks, because making a tree takes longer than its scan.
 Tree& treeOf(int functions) {
     static std::map<int, std::unique_ptr<Tree>> trees;
     auto& tree = trees[functions];
     if (!tree) {
         tree = std::make_unique<Tree>(functions);
-        tree->machine.Scan();  // which reads the firmware's tables, once for all
+        tree->machine.Scan();  // reads the firmware tables, which is done once
     }
     return *tree;
 }
@@ -64,7 +64,8 @@ std::optional<long> callsOfScan(int functions) {
     return countSystemCalls([&tree] { tree.machine.Scan(); });
 }
 
-// Of each function that is no adapter: what they add to a machine that has only its adapters.
+// System calls for each function that is not an adapter: the scan of a machine minus the scan of
+// its adapters only. Returns -1 when unknown.
 double callsPerFunction(int functions) {
     static std::map<int, double> known;
     const auto [entry, isNew] = known.try_emplace(functions, -1);

@@ -9,9 +9,9 @@
 namespace em_pni::bench {
 namespace {
 
-constexpr int systemCallStop = SIGTRAP | 0x80;  // as PTRACE_O_TRACESYSGOOD marks it
+constexpr int systemCallStop = SIGTRAP | 0x80;  // with PTRACE_O_TRACESYSGOOD
 
-// Lets the child go on and counts its stops, two for each call, until it ends.
+// Runs the child to its end and counts its stops: two for each system call.
 std::optional<long> countStops(pid_t child) {
     long stops = 0;
     int status = 0;

@@ -6,8 +6,8 @@
 
 namespace em_pni::bench {
 
-// The system calls that `body` makes in a forked copy of this process, which has one thread.
-// Nothing where this process may not trace its child.
+// Runs `body` in a forked child and returns the number of its system calls. Returns no value when
+// this process may not trace the child. The process must have one thread only.
 std::optional<long> countSystemCalls(const std::function<void()>& body);
 
 }  // namespace em_pni::bench

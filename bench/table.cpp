@@ -1,5 +1,6 @@
 #include "bench/table.h"
 
+#include <array>
 #include <cstdio>
 #include <string_view>
 
@@ -27,7 +28,7 @@ double counterOr(const benchmark::UserCounters& counters, const char* name, doub
     return found == counters.end() ? otherwise : found->second.value;
 }
 
-// The value, and whether it is what it should be.
+// The value, and whether it keeps its limit. 0 = no limit.
 std::string judged(double value, double limit) {
     const std::string text = numberText(value);
     if (limit == 0) {
@@ -36,9 +37,8 @@ std::string judged(double value, double limit) {
     return text + (value <= limit ? "  met: <= " : "  MISSED: <= ") + numberText(limit);
 }
 
-void printColumns(const std::string& name, const std::string& arguments, const std::string& time,
-                  const std::string& each, const std::string& floor, const std::string& ratio,
-                  const std::string& systemCalls) {
+void print(const std::array<std::string, 7>& columns) {
+    const auto& [name, arguments, time, each, floor, ratio, systemCalls] = columns;
     std::printf("%-22s %-14s %10s %10s  %-28s %-26s %s\n", name.c_str(), arguments.c_str(),
                 time.c_str(), each.c_str(), floor.c_str(), ratio.c_str(), systemCalls.c_str());
 }
@@ -82,25 +82,26 @@ const CTable::Measured* CTable::FloorOf(const Measured& measured) const {
 
 void CTable::PrintRow(const Measured& measured) const {
     if (!measured.error.empty()) {
-        printColumns(measured.name, measured.arguments, measured.error, "", "", "", "");
+        print({measured.name, measured.arguments, measured.error});
         return;
     }
     const double count = counterOr(measured.counters, elements, 0);
-    const Measured* const floor = FloorOf(measured);
     const double perElement = counterOr(measured.counters, calls, -1);
-    printColumns(
-        measured.name, measured.arguments, timeText(measured.nanoseconds),
-        count > 0 ? timeText(measured.nanoseconds / count) : "",
-        floor != nullptr ? floor->label + " " + timeText(floor->nanoseconds) : "",
-        floor != nullptr ? judged(measured.nanoseconds / floor->nanoseconds,
-                                  counterOr(measured.counters, aim, 0))
-                         : "",
-        perElement >= 0 ? judged(perElement, counterOr(measured.counters, callsAim, 0)) : "");
+    std::string floorText;
+    std::string ratio;
+    if (const Measured* const floor = FloorOf(measured)) {
+        floorText = floor->label + " " + timeText(floor->nanoseconds);
+        ratio =
+            judged(measured.nanoseconds / floor->nanoseconds, counterOr(measured.counters, aim, 0));
+    }
+    print({measured.name, measured.arguments, timeText(measured.nanoseconds),
+           count > 0 ? timeText(measured.nanoseconds / count) : "", floorText, ratio,
+           perElement >= 0 ? judged(perElement, counterOr(measured.counters, callsAim, 0)) : ""});
 }
 
 bool CTable::Print() const {
-    printColumns("benchmark", "size", "time", "per piece", "floor", "times the floor",
-                 "system calls per function");
+    print({"benchmark", "size", "time", "per piece", "floor", "times the floor",
+           "system calls per function"});
     bool isComplete = true;
     for (const auto& [place, measured] : all_) {
         isComplete = isComplete && measured.error.empty();

@@ -1,4 +1,4 @@
-// All measurements of a run as one table, each beside its floor.
+// The table of all measurements and their floors.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -10,23 +10,23 @@
 
 namespace em_pni::bench {
 
-// What a benchmark tells besides its time, as counters of its state.
-inline constexpr const char* elements = "elements";  // that one iteration goes through
-inline constexpr const char* aim = "aim";            // at most that many times its floor
+// Counters that a benchmark sets in its state.
+inline constexpr const char* elements = "elements";  // pieces that one iteration processes
+inline constexpr const char* aim = "aim";            // limit of time / time of floor
 inline constexpr const char* calls = "calls";        // system calls per element
-inline constexpr const char* callsAim = "callsAim";
+inline constexpr const char* callsAim = "callsAim";  // limit of calls
 
-// The floor of benchmark "NAME" is "floor of NAME" with the same arguments; its label says what it
-// does. Of all repetitions the fastest counts: what else runs on the machine can only add.
+// The floor of benchmark "NAME" is the benchmark "floor of NAME" with the same arguments. The label
+// of the floor says what it does. The fastest repetition counts, because other load only adds time.
 class CTable final : public benchmark::BenchmarkReporter {
   public:
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override;
-    // To standard output; false when a benchmark has failed.
+    // Prints to standard output. Returns false when a benchmark has failed.
     [[nodiscard]] bool Print() const;
 
   private:
-    // Family and place in it, which is the order of registration.
+    // Family, and instance in the family: the order of registration.
     using Place = std::pair<std::int64_t, std::int64_t>;
 
     struct Measured {

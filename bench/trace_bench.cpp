@@ -1,4 +1,4 @@
-// A trace call that nobody reads, beside the same loop without it.
+// A trace call while the trace is off. The floor is the same loop without the call.
 #include <benchmark/benchmark.h>
 #include <cstdint>
 #include <string>

@@ -1,4 +1,4 @@
-// Validation of a record beside the sum of its bytes, which its checksum needs anyway.
+// Validation of a record. The floor is the sum of its bytes, which the checksum needs.
 #include <numeric>
 
 #include "bench/records.h"
@@ -19,7 +19,7 @@ void validation(benchmark::State& state) {
     state.counters[aim] = 2;
 }
 
-// The sum as a plain loop has it, for comparison.
+// For comparison: the sum with std::accumulate.
 void plainSum(benchmark::State& state) {
     const Bytes image = recordOf(moduleCount(state));
     for (auto _ : state) {

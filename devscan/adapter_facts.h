@@ -1,4 +1,4 @@
-// What is known about one PCI function as a network or Fibre Channel adapter.
+// The facts about one PCI function that is a network or Fibre Channel adapter.
 #pragma once
 
 #include <cstdint>
@@ -15,12 +15,12 @@ struct AdapterFacts {
     PciIds ids;
     std::uint16_t classCode = 0;  // base class << 8 | sub-class
     std::uint8_t headerType = 0;  // bits 6..0 layout, bit 7 multi-function
-    std::string driver;           // here and below: empty = none or not known
-    MacAddress activeMac;         // empty = not known
+    std::string driver;           // empty = none or unknown, also below
+    MacAddress activeMac;         // empty = unknown
     MacAddress permanentMac;
-    WorldWideName nodeName = 0;  // 0 = not known
+    WorldWideName nodeName = 0;  // 0 = unknown
     WorldWideName portName = 0;
-    std::string optionRom;  // version texts as driver or firmware give them, printable ASCII
+    std::string optionRom;  // version text of driver or firmware, printable ASCII
     std::string firmware;
     std::uint32_t slot = unknownSlot;  // 0 = onboard
     std::vector<std::string> interfaces;

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string_view>
 
+#include "devscan/pci_text.h"
 #include "platform/number.h"
 #include "platform/profile_file.h"
 #include "platform/text.h"
@@ -54,7 +55,7 @@ AdapterNames CAdapterNames::Find(const PciIds& ids) {
 }
 
 std::string CAdapterNames::AskLspci(const PciIds& ids) {
-    // Held while lspci runs: a second thread that asks for the same device waits for the answer.
+    // Held while lspci runs, so that a second thread waits for the answer and does not run it too.
     const CRecursiveLockGuard guard(lock_);
     const std::uint32_t key = std::uint32_t{ids.vendor} << 16U | ids.device;
     const auto [entry, isNew] = fromLspci_.try_emplace(key);
@@ -65,17 +66,6 @@ std::string CAdapterNames::AskLspci(const PciIds& ids) {
         entry->second = deviceNameOfLspciLine(takeUntil(lines, '\n'));
     }
     return entry->second;
-}
-
-std::string deviceNameOfLspciLine(std::string_view line) {
-    constexpr std::string_view mark = "]: ";
-    const std::size_t start = line.find(mark);
-    if (start == std::string_view::npos) {
-        return "";
-    }
-    const std::string_view name = line.substr(start + mark.size());
-    const std::size_t end = name.find('[');
-    return end == std::string_view::npos ? "" : printableText(name.substr(0, end));
 }
 
 }  // namespace em_pni

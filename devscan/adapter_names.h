@@ -1,4 +1,4 @@
-// Names of vendors and devices, from the name file and, for devices, from lspci.
+// Names of vendors and devices. They come from the name file, device names also from lspci.
 #pragma once
 
 #include <cstdint>
@@ -12,21 +12,22 @@
 
 namespace em_pni {
 
-// Empty where nobody knows a name.
+// Empty = unknown.
 struct AdapterNames {
     std::string vendor;
     std::string subVendor;
     std::string device;
 };
 
-// The name file is a profile file; it need not exist. A section per vendor id, "8086", holds the
-// name under "Vendor" and the names of its devices under device id and subsystem id, "15210001", or
-// the device id alone, "1521"; upper-case digits.
+// The name file is a profile file, which may be missing. Each vendor has a section named after its
+// id, "8086". In it, key "Vendor" holds the name of the vendor. Key "15210001", device id and
+// subsystem id, or else key "1521", device id, holds the name of a device. All digits are
+// upper-case.
 //
-// lspci is asked at most once for a vendor and device id, whatever it answers. Any thread may ask.
+// Runs lspci at most once for each vendor and device id, also when it fails. Any thread may call.
 class CAdapterNames {
   public:
-    // The runner must outlive this object.
+    // `commands` must outlive this object.
     CAdapterNames(std::string nameFile, CCommandRunner& commands)
         : nameFile_(std::move(nameFile)), commands_(commands) {}
 
@@ -38,15 +39,8 @@ class CAdapterNames {
     const std::string nameFile_;
     CCommandRunner& commands_;
     CRecursiveLock lock_;
-    // By vendor id << 16 | device id; empty = lspci knows none.
+    // The key is vendor id << 16 | device id. Empty = lspci knows no name.
     std::map<std::uint32_t, std::string> fromLspci_ PNI_GUARDED_BY(lock_);
 };
-
-// The device name in a line of "lspci -nn":
-//
-//     03:00.0 Ethernet controller [0200]: Intel Corporation I350 [8086:1521] (rev 01)
-//
-// is what stands between "]: " and the next "[", blanks at both ends cut; empty when there is none.
-std::string deviceNameOfLspciLine(std::string_view line);
 
 }  // namespace em_pni

@@ -1,5 +1,5 @@
-// The devices of one kernel class (network interfaces, Fibre Channel hosts) and the PCI functions
-// that they belong to.
+// The devices of a kernel class, such as network interfaces or Fibre Channel hosts, by PCI
+// function.
 #pragma once
 
 #include <map>
@@ -14,17 +14,17 @@ namespace em_pni {
 
 struct ClassDevice {
     std::string name;
-    std::string link;  // where the class directory's entry leads
+    std::string link;  // target of its symbolic link in the class directory
 };
 
 using ClassDevices = std::map<PciAddress, std::vector<ClassDevice>>;
 
-// All devices in `directory` ("sys/class/net") that belong to a PCI function. Nothing when there is
-// no such directory.
+// All devices in `directory` ("sys/class/net") that belong to a PCI function. Returns no value when
+// the directory cannot be read.
 std::optional<ClassDevices> listClassDevices(const CFileTree& files, const std::string& directory);
 
-// Whether the name still means the same device. Facts are asked for by name, and a name can go to
-// another device while they are collected: they count only when this holds behind the last one.
+// Whether the name still belongs to the same device. Facts are read by name, and the name can move
+// to another device during that. Facts are valid only when this returns true after the last read.
 bool isStill(const CFileTree& files, const std::string& directory, const ClassDevice& device);
 
 }  // namespace em_pni

@@ -14,20 +14,20 @@ namespace {
 
 constexpr const char* fcDirectory = "sys/class/fc_host";
 
-// The number in "host12".
+// The number in "host12". Returns the largest number when there is none.
 std::uint64_t hostNumber(const ClassDevice& host) noexcept {
     constexpr std::uint64_t none = std::numeric_limits<std::uint64_t>::max();
     const std::size_t digit = std::min(host.name.find_first_of("0123456789"), host.name.size());
     return parseDecimal(std::string_view(host.name).substr(digit), none).value_or(none);
 }
 
-// 0 when the attribute holds no name.
+// Returns 0 when the attribute holds no name.
 WorldWideName nameIn(const CFileTree& files, const std::string& path) {
     const auto text = files.ReadAttribute(path);
     return text ? parseWorldWideName(*text).value_or(0) : 0;
 }
 
-// Each driver has its own attributes: the first one that exists and says something.
+// Drivers use different attributes. Returns the first text that is not empty.
 std::string firstText(const CFileTree& files, const std::string& host,
                       std::initializer_list<const char*> attributes) {
     for (const char* const attribute : attributes) {

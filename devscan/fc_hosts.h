@@ -1,4 +1,4 @@
-// Fibre Channel facts of PCI functions, from their SCSI hosts.
+// Fibre Channel facts of PCI functions, from fc_host and scsi_host of sysfs.
 #pragma once
 
 #include "devscan/adapter_facts.h"
@@ -6,12 +6,12 @@
 
 namespace em_pni {
 
-// The Fibre Channel hosts of all PCI functions, without virtual ports and hosts in software on top
-// of network interfaces: those have names of their own, which are not the function's.
+// The Fibre Channel hosts of all PCI functions. Leaves out virtual ports and software hosts on
+// network interfaces, because their names are not the names of the function.
 ClassDevices listFcHosts(const CFileTree& files);
 
-// Adds to `facts` what `hosts`, those of its function, know. The host with the lowest number that
-// stays throughout counts.
+// Adds the facts of a host to `facts`. `hosts` are the hosts of its function. Takes the host with
+// the lowest number that does not vanish during the reading.
 void addFcHostFacts(const CFileTree& files, const std::vector<ClassDevice>& hosts,
                     AdapterFacts& facts);
 

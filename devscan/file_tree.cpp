@@ -13,7 +13,7 @@
 namespace em_pni {
 namespace {
 
-// Below, `folder` is a descriptor, or AT_FDCWD with a path that is complete.
+// `folder` below is a descriptor, or AT_FDCWD when the path is a full path.
 
 CFileDescriptor openForReading(int folder, const std::string& path) noexcept {
     return CFileDescriptor(

@@ -1,4 +1,4 @@
-// The files of a machine: everything that is read here is named relative to one root directory.
+// Reads the files of a machine, with paths relative to its root directory.
 #pragma once
 
 #include <cstddef>
@@ -13,21 +13,21 @@
 
 namespace em_pni {
 
-// Paths have no leading slash ("sys/class/net"). Failures are nothing, with errno set. Nothing
-// waits for a pipe.
+// Paths have no leading slash ("sys/class/net"). On failure all functions return no value and set
+// errno. No function waits for a pipe.
 
-// One directory, open as long as this object lives: reading many files below it, by their path from
-// there, spares the kernel the way to it each time.
+// A directory that stays open. Paths are relative to it. Reading many files below it is faster this
+// way, because the kernel does not look up the whole path each time.
 class COpenFolder {
   public:
     explicit COpenFolder(DIR* directory) noexcept : directory_(directory) {}
 
-    // As those of CFileTree.
+    // As in CFileTree.
     [[nodiscard]] std::optional<std::string> ReadAttribute(const std::string& path) const;
     [[nodiscard]] std::optional<std::string> ReadRange(const std::string& path, std::size_t offset,
                                                        std::size_t count) const;
     [[nodiscard]] std::optional<std::string> ReadLink(const std::string& path) const;
-    // The names in the directory, in alphabetical order. To be asked once.
+    // The names in the directory, in alphabetical order. Call it once only.
     [[nodiscard]] std::optional<std::vector<std::string>> List() const;
 
   private:
@@ -38,7 +38,7 @@ class COpenFolder {
     std::unique_ptr<DIR, Closer> directory_;
 };
 
-// No descriptor stays open between calls.
+// Keeps no descriptor open between calls.
 class CFileTree {
   public:
     // "" = the root of this machine.
@@ -46,13 +46,13 @@ class CFileTree {
 
     [[nodiscard]] std::string FullPath(const std::string& path) const { return prefix_ + path; }
 
-    // The value of a sysfs attribute, at most 4095 bytes, blanks at both ends cut. One single read,
-    // as the kernel wants it: each read of an attribute makes its text anew.
+    // The value of a sysfs attribute, at most 4095 bytes, without blanks at both ends. Uses a
+    // single read, because the kernel makes the text again for each read.
     [[nodiscard]] std::optional<std::string> ReadAttribute(const std::string& path) const;
-    // Whole; EFBIG when it is longer than `limit` bytes.
+    // The whole file. Fails with EFBIG when it has more than `limit` bytes.
     [[nodiscard]] std::optional<std::string> ReadFile(const std::string& path,
                                                       std::size_t limit) const;
-    // Exactly `count` bytes from `offset` on; EIO when there are fewer.
+    // Exactly `count` bytes from `offset` on. Fails with EIO when there are fewer.
     [[nodiscard]] std::optional<std::string> ReadRange(const std::string& path, std::size_t offset,
                                                        std::size_t count) const;
     [[nodiscard]] std::optional<std::string> ReadLink(const std::string& path) const;
@@ -64,10 +64,11 @@ class CFileTree {
     std::string prefix_;
 };
 
-// The parts with a slash between each two.
+// The parts with slashes between them.
 std::string joinedPath(std::initializer_list<std::string_view> parts);
 
-// Whether a failure tells about this process or the moment, not about the file.
+// Whether an errno value means that this process lacks descriptors or memory, and a later call may
+// succeed.
 bool isOutOfResources(int error) noexcept;
 
 }  // namespace em_pni

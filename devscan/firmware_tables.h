@@ -1,4 +1,4 @@
-// Collects the firmware's tables of this machine.
+// Reads the tables of the firmware that place PCI devices in slots.
 #pragma once
 
 #include <optional>
@@ -8,9 +8,10 @@
 
 namespace em_pni {
 
-// SMBIOS from sysfs, or else from physical memory; the routing table from physical memory. What
-// a machine does not have or does not show (no SMBIOS, no /dev/mem, a locked-down kernel) is left
-// empty. Nothing when it was this process that could not read: to be tried again.
+// Reads SMBIOS from sysfs or else from physical memory, and the interrupt routing table from
+// physical memory. A table that the machine does not have or does not show (no /dev/mem, a
+// locked-down kernel) stays empty. Returns no value when this process lacks descriptors or memory:
+// try again.
 std::optional<SlotTables> readSlotTables(const CFileTree& files);
 
 }  // namespace em_pni

@@ -1,4 +1,4 @@
-// The texts in which sysfs shows MAC addresses and worldwide names.
+// Parsers of MAC addresses and worldwide names as sysfs shows them.
 #pragma once
 
 #include <optional>

@@ -1,4 +1,4 @@
-// Questions to the kernel about network interfaces by name.
+// Asks the kernel about network interfaces by name.
 #pragma once
 
 #include <net/if.h>
@@ -15,8 +15,9 @@ class CInterfaceControl {
     CInterfaceControl(const CInterfaceControl&) = delete;
     CInterfaceControl& operator=(const CInterfaceControl&) = delete;
 
-    // ioctl on a socket; `request` is one of SIOC..., `data` holds the name and what the request
-    // needs. Returns 0 or an error number. May be called from any thread.
+    // Calls ioctl on a socket. `request` is a SIOC... constant. `data` holds the name of the
+    // interface and the arguments, and receives the answer. Returns 0 or an errno value. Any thread
+    // may call.
     virtual int Ioctl(unsigned long request, ifreq& data) = 0;
 };
 
@@ -26,7 +27,7 @@ class CSocketControl final : public CInterfaceControl {
 
   private:
     CRecursiveLock lock_;
-    CFileDescriptor socket_ PNI_GUARDED_BY(lock_);  // opened when first needed
+    CFileDescriptor socket_ PNI_GUARDED_BY(lock_);  // opened by the first call
 };
 
 }  // namespace em_pni

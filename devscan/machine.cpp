@@ -1,7 +1,7 @@
 #include "devscan/machine.h"
 
+#include "devscan/command_runner.h"
 #include "devscan/firmware_tables.h"
-#include "devscan/process_runner.h"
 
 namespace em_pni {
 

@@ -1,4 +1,4 @@
-// The machine that is scanned: its files, its commands and its network interfaces.
+// The machine to scan: its files, commands and network interfaces.
 #pragma once
 
 #include <memory>
@@ -14,13 +14,13 @@
 
 namespace em_pni {
 
-// Meant to live as long as the module: it remembers what lspci has been asked for and the
-// firmware's tables. Must outlive the CSystemAdapter objects made from it. Any thread may use it.
+// Keep it as long as the module lives: it stores the answers of lspci and the tables of the
+// firmware. Must outlive the CSystemAdapter objects of its scans. Any thread may use it.
 class CMachine {
   public:
     // The machine that this process runs on.
     CMachine();
-    // Another one, whose files are all below `root`.
+    // Another machine, with all files below `root`.
     CMachine(const std::string& root, std::unique_ptr<CCommandRunner> commands,
              std::unique_ptr<CInterfaceControl> interfaces);
 
@@ -28,8 +28,8 @@ class CMachine {
     [[nodiscard]] CCommandRunner& Commands() noexcept { return *commands_; }
     [[nodiscard]] CInterfaceControl& Interfaces() noexcept { return *interfaces_; }
     [[nodiscard]] CAdapterNames& Names() noexcept { return names_; }
-    // Null when they cannot be read at the moment. Read once: they do not change while the machine
-    // runs, and a locked-down kernel logs every attempt to read physical memory.
+    // The slot tables of the firmware. Returns null when they cannot be read now. Reads them once:
+    // they do not change, and a locked-down kernel logs each attempt to read physical memory.
     [[nodiscard]] const SlotTables* Slots();
 
   private:
@@ -38,7 +38,7 @@ class CMachine {
     const std::unique_ptr<CInterfaceControl> interfaces_;
     CAdapterNames names_;
     CRecursiveLock lock_;
-    std::optional<SlotTables> slots_ PNI_GUARDED_BY(lock_);  // never changed once it is there
+    std::optional<SlotTables> slots_ PNI_GUARDED_BY(lock_);  // does not change once it is read
 };
 
 }  // namespace em_pni

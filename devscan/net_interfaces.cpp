@@ -27,7 +27,7 @@ std::string attributePath(const std::string& interface, const char* attribute) {
     return joinedPath({netDirectory, interface, attribute});
 }
 
-// The number in an attribute, the largest one when there is none.
+// The number in an attribute. Returns the largest number when there is none.
 std::uint32_t numberIn(const CFileTree& files, const std::string& path) {
     constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
     const auto text = files.ReadAttribute(path);
@@ -35,7 +35,7 @@ std::uint32_t numberIn(const CFileTree& files, const std::string& path) {
     return static_cast<std::uint32_t>(number.value_or(none));
 }
 
-// One interface, asked by name.
+// Reads the facts of one interface by its name.
 class CInterfaceQuery {
   public:
     CInterfaceQuery(const CFileTree& files, CInterfaceControl& control, const std::string& name)
@@ -49,7 +49,7 @@ class CInterfaceQuery {
     };
     struct LinkAddress {
         bool ethernet = false;
-        MacAddress mac;  // empty = not known
+        MacAddress mac;  // empty = unknown
     };
 
     [[nodiscard]] std::optional<DriverInfo> Driver() const {
@@ -76,8 +76,8 @@ class CInterfaceQuery {
                 MacIn("address")};
     }
 
-    // The address that the hardware was made with. Returns `current` when the driver knows no
-    // permanent address, and an empty address when asking failed.
+    // The address of the hardware. Returns `current` when the driver knows no permanent address,
+    // and an empty address when the question failed.
     [[nodiscard]] MacAddress Permanent(const MacAddress& current) const {
         constexpr std::size_t head = sizeof(ethtool_perm_addr);
         ethtool_perm_addr question{};
@@ -99,8 +99,8 @@ class CInterfaceQuery {
         if (const auto mac = member ? parseMacAddress(*member) : std::nullopt) {
             return *mac;
         }
-        // Anybody can set the current address. It replaces the permanent one only when the driver
-        // does not know that one, not when asking failed.
+        // The current address can be set by software. It stands for the permanent address only when
+        // the driver does not know that, not when the question failed.
         const bool unsupported = error == 0 || error == EOPNOTSUPP || error == ENOTTY;
         return unsupported && !mayBeMember ? current : MacAddress();
     }
@@ -145,7 +145,7 @@ class CInterfaceQuery {
     const std::string& name_;
 };
 
-// Without sysfs: /proc/net/dev has two heading lines, then "  name: numbers".
+// Without sysfs: /proc/net/dev has two header lines, then lines "  name: numbers".
 ClassDevices listByBusAddress(const CFileTree& files, CInterfaceControl& control) {
     ClassDevices devices;
     const auto table = files.ReadFile("proc/net/dev", maxProcNetDev);
@@ -164,7 +164,7 @@ ClassDevices listByBusAddress(const CFileTree& files, CInterfaceControl& control
     return devices;
 }
 
-// What one interface contributes.
+// The facts of one interface.
 struct Contribution {
     std::uint32_t port = 0;
     std::uint32_t index = 0;

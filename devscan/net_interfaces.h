@@ -7,13 +7,13 @@
 
 namespace em_pni {
 
-// The network interfaces of all PCI functions, by sysfs; on a host without it by the bus addresses
-// that the drivers state, the links left empty.
+// The network interfaces of all PCI functions, from sysfs. Without sysfs, from the bus addresses
+// that the drivers return. The links are then empty.
 ClassDevices listNetInterfaces(const CFileTree& files, CInterfaceControl& control);
 
-// Adds to `facts` what `interfaces`, those of its function, know: all names; and MAC addresses and
-// version texts of one Ethernet interface, the one with the lowest port number (dev_port), then
-// interface index. Only what comes from interfaces that stay throughout is added.
+// Adds facts of the interfaces of one function to `facts`: all names, and the MAC addresses and
+// version texts of one interface. Takes an Ethernet interface first, then the lowest port number
+// (dev_port), then the lowest interface index. Ignores interfaces that vanish during the reading.
 void addInterfaceFacts(const CFileTree& files, CInterfaceControl& control,
                        const std::vector<ClassDevice>& interfaces, AdapterFacts& facts);
 

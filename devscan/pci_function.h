@@ -1,4 +1,4 @@
-// What a list of the machine's PCI functions says about one of them.
+// One PCI function as the list of PCI functions describes it, and its class codes.
 #pragma once
 
 #include <cstdint>
@@ -21,12 +21,12 @@ constexpr std::uint8_t pciBaseClass(std::uint16_t classCode) noexcept {
     return static_cast<std::uint8_t>(classCode >> 8U);
 }
 
-// Of a header type as below: only layout 0 of the configuration space has ids of the subsystem.
+// Whether a configuration space with this header type has subsystem ids. Only layout 0 has them.
 constexpr bool hasSubsystemIds(std::uint8_t headerType) noexcept {
     return (headerType & 0x7FU) == 0;
 }
 
-// 0 where a list does not say.
+// 0 = unknown.
 struct PciIds {
     std::uint16_t vendor = 0;
     std::uint16_t device = 0;
@@ -38,14 +38,24 @@ struct PciFunction {
     PciAddress address;
     PciIds ids;
     std::uint16_t classCode = 0;
-    // As in the configuration space: bits 6..0 layout, bit 7 multi-function. 0 where it cannot be
-    // read: only bridges, which no user of this list is after, have another layout.
+    // As in the configuration space: bits 6..0 layout, bit 7 multi-function. 0 when it cannot be
+    // read, which is right for all functions except bridges.
     std::uint8_t headerType = 0;
-    std::string driver;                   // empty = none or not known
-    std::uint32_t slot = unknownSlot;     // where the list itself states one
-    std::vector<std::string> interfaces;  // likewise
-    std::vector<PciAddress> bridges;      // above the function, the nearest one first
-    bool onRootBus = false;               // no bridge above, and that is known
+    std::string driver;                   // empty = none or unknown
+    std::uint32_t slot = unknownSlot;     // as the list states it
+    std::vector<std::string> interfaces;  // as the list states them
+    std::vector<PciAddress> bridges;      // above the function, nearest first
+    bool onRootBus = false;               // true when it is known that no bridge is above
 };
+
+inline bool isStorage(const PciFunction& function) noexcept {
+    return pciBaseClass(function.classCode) == pciBaseStorage;
+}
+
+// Base class network, or serial bus with Fibre Channel or InfiniBand.
+inline bool isNetworkOrFc(const PciFunction& function) noexcept {
+    return pciBaseClass(function.classCode) == pciBaseNetwork ||
+           function.classCode == pciClassFibreChannel || function.classCode == pciClassInfiniband;
+}
 
 }  // namespace em_pni

@@ -18,9 +18,9 @@ using Functions = std::optional<std::vector<PciFunction>>;
 constexpr const char* sysfsDirectory = "sys/bus/pci/devices";
 constexpr const char* procDirectory = "proc/bus/pci";
 constexpr std::size_t maxProcList = std::size_t{4} << 20U;
-constexpr char configNoAnswer = '\xFF';  // what a device that is gone or powered down reads as
+constexpr char configNoAnswer = '\xFF';  // read from a device that is removed or powered down
 
-// The facts that only adapters are asked for.
+// Adds the facts that are read for adapters only.
 void addAdapterAttributes(const COpenFolder& devices, const std::string& name,
                           PciFunction& function) {
     const auto header = devices.ReadRange(name + "/config", configHeaderType, 1);
@@ -32,8 +32,7 @@ void addAdapterAttributes(const COpenFolder& devices, const std::string& name,
     }
 }
 
-// One entry of sysfs; nothing, with errno set, when it is not there any more or is no function of
-// its own.
+// One entry of sysfs. Returns no value when it is a virtual function, or has vanished (errno set).
 std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const std::string& name,
                                              const PciAddress& address) {
     const auto modalias = devices.ReadAttribute(name + "/modalias");
@@ -43,7 +42,7 @@ std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const s
     }
     function->address = address;
     const bool wanted = isNetworkOrFc(*function);
-    if (!wanted && pciBaseClass(function->classCode) != pciBaseStorage) {
+    if (!wanted && !isStorage(*function)) {
         return function;
     }
     if (devices.ReadLink(name + "/physfn")) {
@@ -84,14 +83,14 @@ Functions listFromSysfs(CMachine& machine) {
             list.push_back(std::move(*function));
             readable = true;
         } else if (isOutOfResources(errno)) {
-            // Functions would be missing that are there.
+            // The list would not be complete.
             return std::nullopt;
         }
     }
     return readable ? Functions(std::move(list)) : std::nullopt;
 }
 
-// The configuration space is below the bus; the bus has its segment in front on some platforms.
+// The folder is named after the bus. On some platforms the segment stands before the bus.
 std::optional<std::string> readProcConfig(const CFileTree& files, const PciAddress& address) {
     const std::string bus = lowerHex(address.bus, 2);
     const std::string function =
@@ -114,8 +113,8 @@ Functions listFromProc(CMachine& machine) {
     std::vector<PciFunction> list;
     for (PciFunction& function : parseProcPciDevices(*text)) {
         const auto config = readProcConfig(machine.Files(), function.address);
-        // Virtual functions have no ids in their configuration space, and functions of other
-        // segments, which the list does not tell apart, are elsewhere: neither agrees.
+        // Leaves out virtual functions, which have no ids in their configuration space, and
+        // functions of other segments, whose configuration space is in another folder.
         if (config && applyConfigHeader(CByteView(*config), function)) {
             list.push_back(std::move(function));
         } else if (!config && isOutOfResources(errno)) {
@@ -157,11 +156,6 @@ void sortByAddress(std::vector<PciFunction>& list) {
 }
 
 }  // namespace
-
-bool isNetworkOrFc(const PciFunction& function) noexcept {
-    return pciBaseClass(function.classCode) == pciBaseNetwork ||
-           function.classCode == pciClassFibreChannel || function.classCode == pciClassInfiniband;
-}
 
 Functions listPciFunctions(CMachine& machine) {
     struct Source {

@@ -1,4 +1,4 @@
-// The list of all PCI functions of a machine, from whichever source it has.
+// Lists the PCI functions of a machine.
 #pragma once
 
 #include <optional>
@@ -9,16 +9,12 @@
 
 namespace em_pni {
 
-// Asks sysfs, else /proc/bus/pci, else lspci, else localcli, and takes the first that answers; an
-// empty list is an answer of the first two only, as a command that lists nothing has not
-// understood. In order of address, each address once, virtual functions left out where the source
-// shows them. Nothing when no source can be read.
+// Uses the first source that answers: sysfs, /proc/bus/pci, lspci, localcli. An empty list from a
+// command counts as no answer. The result is in order of address and has each address once. Leaves
+// out virtual functions as far as the source shows them. Returns no value when no source answers.
 //
-// Where it would cost further reads, only network and Fibre Channel functions have a driver, a
-// header type and bridges, and only they and storage functions are asked whether they are virtual.
+// To save reads, sysfs gives driver, header type and bridges only for network and Fibre Channel
+// functions, and leaves out virtual functions only among these and storage functions.
 std::optional<std::vector<PciFunction>> listPciFunctions(CMachine& machine);
-
-// Base class network, or serial bus with Fibre Channel or InfiniBand.
-bool isNetworkOrFc(const PciFunction& function) noexcept;
 
 }  // namespace em_pni

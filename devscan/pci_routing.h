@@ -1,4 +1,4 @@
-// The PCI interrupt routing table ("$PIR") that older firmware leaves below 1 MiB.
+// Parser of the PCI interrupt routing table ("$PIR"), which older firmware stores below 1 MiB.
 #pragma once
 
 #include "devscan/slot_tables.h"
@@ -6,9 +6,9 @@
 
 namespace em_pni {
 
-// Adds the entries of the first table, on a 16-byte boundary of the area, whose checksum holds:
-// "$PIR", version, size of the table (16 bit, at 6); from 0x20 on entries of 16 bytes: bus, devfn,
-// ..., slot (at 0x0E).
+// Adds the entries of the first table with a right checksum on a 16-byte boundary of the area. The
+// table begins with "$PIR", version (2 bytes) and its size in bytes (2 bytes, little-endian). From
+// 0x20 on it has entries of 16 bytes: bus at 0, devfn at 1, slot at 0x0E (0 = onboard).
 void addPciRouting(CByteView area, SlotTables& tables);
 
 }  // namespace em_pni

@@ -11,14 +11,14 @@
 namespace em_pni {
 namespace {
 
-// Configuration space header, further offsets.
+// Further offsets in the configuration space header.
 constexpr std::size_t configVendor = 0x00;
 constexpr std::size_t configDevice = 0x02;
 constexpr std::size_t configClass = 0x0A;
 constexpr std::size_t configSubVendor = 0x2C;
 constexpr std::size_t configSubDevice = 0x2E;
 
-// Cuts `label` and the `width` hexadecimal digits behind it off the front of `rest`.
+// Removes `label` and `width` hexadecimal digits from the front of `rest` and returns the number.
 std::optional<std::uint16_t> takeLabelled(std::string_view& rest, std::string_view label,
                                           std::size_t width) noexcept {
     if (!rest.starts_with(label) || rest.size() - label.size() < width) {
@@ -29,10 +29,6 @@ std::optional<std::uint16_t> takeLabelled(std::string_view& rest, std::string_vi
     return value;
 }
 
-std::optional<std::uint16_t> hexId(std::string_view digits) noexcept {
-    return parseHexAs<std::uint16_t>(digits);
-}
-
 // "0x8086" or decimal.
 template <typename Integer>
 std::optional<Integer> prefixed(std::string_view text) noexcept {
@@ -40,10 +36,11 @@ std::optional<Integer> prefixed(std::string_view text) noexcept {
     return value ? std::optional(static_cast<Integer>(*value)) : std::nullopt;
 }
 
-// A record of a command's output while its lines come in.
+// The record of a command's output that is being read.
 struct Draft {
     PciFunction function;
-    std::optional<std::uint16_t> segment, bus, device, fn;  // localcli's parts of the address
+    // localcli's parts of the address.
+    std::optional<std::uint16_t> segment, bus, device, fn;
     std::optional<std::uint16_t> vendor, deviceId, classCode;
 
     void AppendTo(std::vector<PciFunction>& list) {
@@ -62,15 +59,15 @@ void takeLspciLine(std::string_view tag, std::string_view value, Draft& draft) {
         draft.function.address = parsePciAddress(value).value_or(PciAddress());
         draft.function.onRootBus = draft.function.address.bus == 0;
     } else if (tag == "Class") {
-        draft.classCode = hexId(value);
+        draft.classCode = parseHexAs<std::uint16_t>(value);
     } else if (tag == "Vendor") {
-        draft.vendor = hexId(value);
+        draft.vendor = parseHexAs<std::uint16_t>(value);
     } else if (tag == "Device") {
-        draft.deviceId = hexId(value);
+        draft.deviceId = parseHexAs<std::uint16_t>(value);
     } else if (tag == "SVendor") {
-        draft.function.ids.subVendor = hexId(value).value_or(0);
+        draft.function.ids.subVendor = parseHexAs<std::uint16_t>(value).value_or(0);
     } else if (tag == "SDevice") {
-        draft.function.ids.subDevice = hexId(value).value_or(0);
+        draft.function.ids.subDevice = parseHexAs<std::uint16_t>(value).value_or(0);
     }
 }
 
@@ -111,7 +108,7 @@ void takeLocalcliLine(std::string_view key, std::string_view value, Draft& draft
     }
 }
 
-// The address is taken from the keys: the form of the heading differs between releases.
+// Takes the address from the keys, because the first line has different forms.
 void finishLocalcli(Draft& draft, std::vector<PciFunction>& list) {
     if (draft.segment && draft.bus && draft.device && draft.fn && *draft.bus <= 0xFF &&
         *draft.device <= 31 && *draft.fn <= 7) {
@@ -196,6 +193,17 @@ std::vector<PciFunction> parseLspciRecords(std::string_view text) {
     return list;
 }
 
+std::string deviceNameOfLspciLine(std::string_view line) {
+    constexpr std::string_view mark = "]: ";
+    const std::size_t start = line.find(mark);
+    if (start == std::string_view::npos) {
+        return "";
+    }
+    const std::string_view name = line.substr(start + mark.size());
+    const std::size_t end = name.find('[');
+    return end == std::string_view::npos ? "" : printableText(name.substr(0, end));
+}
+
 std::vector<PciFunction> parseLocalcliRecords(std::string_view text) {
     std::vector<PciFunction> list;
     Draft draft;
@@ -208,7 +216,7 @@ std::vector<PciFunction> parseLocalcliRecords(std::string_view text) {
         if (colon != std::string_view::npos) {
             takeLocalcliLine(line.substr(0, colon), trimBlanks(line.substr(colon + 1)), draft);
         } else if (!line.ends_with(':')) {
-            // Not even a key without a value: the heading of the next record.
+            // Not a key without a value either: the first line of the next record.
             finishLocalcli(draft, list);
         }
     }

@@ -12,11 +12,7 @@
 namespace em_pni {
 namespace {
 
-bool isStorage(const PciFunction& function) noexcept {
-    return pciBaseClass(function.classCode) == pciBaseStorage;
-}
-
-// `functions` are in order of address: those of one device stand together.
+// Expects `functions` in order of address, so that functions of one device are neighbours.
 std::vector<PciFunction> adaptersAmong(std::vector<PciFunction> functions) {
     std::vector<PciFunction> adapters;
     for (auto first = functions.begin(); first != functions.end();) {

@@ -1,6 +1,6 @@
 // Finds the network and Fibre Channel adapters of a machine.
 //
-//     CMachine machine;                              // once, for the life of the module
+//     CMachine machine;                              // one for the life of the module
 //     const auto adapters = ScanSystemAdapters(machine);
 #pragma once
 
@@ -12,11 +12,10 @@
 
 namespace em_pni {
 
-// All network, Fibre Channel and InfiniBand functions in order of PCI address, and the storage
-// functions that share a device with one of them, since those decide what kind of card it is. A
-// machine without any gives an empty list; nothing means that the machine's PCI functions cannot be
-// read at all. What cannot be found out about a function is left unknown in it; what vanishes
-// during the scan is left out.
+// All network, Fibre Channel and InfiniBand functions in order of PCI address. Also the storage
+// functions of the same devices, because they decide the kind of a card. Facts that cannot be read
+// stay unknown. Devices that vanish during the scan are left out. Returns an empty list when there
+// are no adapters, and no value when the PCI functions of the machine cannot be read.
 std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine);
 
 }  // namespace em_pni

@@ -6,7 +6,7 @@
 namespace em_pni {
 namespace {
 
-// Slot ids that firmware leaves where it has none to tell.
+// Slot ids that mean no slot.
 constexpr std::uint16_t slotIdUnset = 0;
 constexpr std::uint16_t slotIdUnknown = 0xFFFF;
 
@@ -36,7 +36,7 @@ std::uint32_t resolveSlot(const PciFunction& function, const SlotTables& tables)
         return *own;
     }
     for (const PciAddress& bridge : function.bridges) {
-        // That a bridge is onboard says nothing about the card behind it.
+        // An onboard bridge does not make the card behind it onboard.
         if (const auto slot = slotAt(bridge, tables); slot.value_or(0) != 0) {
             return *slot;
         }

@@ -7,19 +7,21 @@ namespace {
 
 constexpr std::size_t entryAlignment = 16;
 
-// "_SM_": 32 bit entry point, offsets in bytes.
+// Offsets below are in bytes.
+
+// "_SM_", the 32-bit entry point.
 constexpr std::size_t entry32Length = 0x05;
-constexpr std::size_t entry32MinSize = 0x1E;  // what SMBIOS 2.1 states; later ones 0x1F
+constexpr std::size_t entry32MinSize = 0x1E;  // as SMBIOS 2.1 states it; 0x1F later
 constexpr std::size_t entry32TableSize = 0x16;
 constexpr std::size_t entry32TableAddress = 0x18;
 
-// "_SM3_": 64 bit entry point.
+// "_SM3_", the 64-bit entry point.
 constexpr std::size_t entry64Length = 0x06;
 constexpr std::size_t entry64MinSize = 0x18;
 constexpr std::size_t entry64TableSize = 0x0C;
 constexpr std::size_t entry64TableAddress = 0x10;
 
-// Every structure: type, length of the formatted area, handle; then its strings.
+// A structure begins with type, length of its formatted part, and handle. Its strings follow.
 constexpr std::size_t headerType = 0;
 constexpr std::size_t headerLength = 1;
 constexpr std::size_t headerSize = 4;
@@ -29,10 +31,10 @@ constexpr std::uint8_t typeEnd = 127;
 
 // Type 9.
 constexpr std::size_t slotId = 0x09;
-constexpr std::size_t slotAddress = 0x0D;  // segment (16 bit), bus, devfn
+constexpr std::size_t slotAddress = 0x0D;  // segment (2 bytes), bus, devfn
 constexpr std::size_t slotPeerCount = 0x12;
 constexpr std::size_t slotPeers = 0x13;
-constexpr std::size_t slotPeerSize = 5;  // address, and a width
+constexpr std::size_t slotPeerSize = 5;  // address and width
 
 // Type 41.
 constexpr std::size_t onboardType = 0x05;
@@ -40,7 +42,7 @@ constexpr std::uint8_t onboardEnabled = 0x80;
 constexpr std::size_t onboardAddress = 0x07;
 
 constexpr std::size_t addressSize = 4;
-constexpr std::uint8_t unknownBus = 0xFF;  // whatever segment and devfn say then
+constexpr std::uint8_t unknownBus = 0xFF;  // segment and devfn then have no meaning
 
 std::optional<SmbiosTablePlace> entryPointAt(CByteView area, std::size_t offset) noexcept {
     if (area.HasText(offset, "_SM3_")) {
@@ -57,7 +59,7 @@ std::optional<SmbiosTablePlace> entryPointAt(CByteView area, std::size_t offset)
     return std::nullopt;
 }
 
-// The address at `offset` of a structure, which may be too short to have one.
+// The address at `offset`. Returns no value when it is unknown or the structure is too short.
 std::optional<PciAddress> addressAt(CByteView structure, std::size_t offset) noexcept {
     const CByteView bytes = structure.Part(offset, addressSize);
     if (bytes.Size() == 0 || bytes.U8(2) == unknownBus) {
@@ -86,7 +88,7 @@ void addOnboard(CByteView structure, SlotTables& tables) {
     }
 }
 
-// The offset behind the two zero bytes that end the strings, which begin at `offset`.
+// The offset behind the two zero bytes that end the strings. The strings begin at `offset`.
 std::optional<std::size_t> endOfStrings(CByteView table, std::size_t offset) noexcept {
     for (; table.Has(offset, 2); ++offset) {
         if (table.U16(offset) == 0) {

@@ -1,4 +1,4 @@
-// The system management BIOS tables (DMTF DSP0134), as far as they place PCI devices.
+// Parser of the SMBIOS tables that place PCI devices (DMTF DSP0134). Integers are little-endian.
 #pragma once
 
 #include <cstdint>
@@ -11,15 +11,15 @@ namespace em_pni {
 
 struct SmbiosTablePlace {
     std::uint64_t address = 0;  // physical
-    std::uint32_t size = 0;     // bytes, an upper bound in the 64 bit form
+    std::uint32_t size = 0;     // bytes; the 64-bit entry point states only an upper bound
 };
 
-// Finds an entry point, "_SM3_" or "_SM_", on a 16-byte boundary of the area. An entry whose
-// checksum does not hold is none.
+// Finds the first entry point, "_SM3_" or "_SM_", on a 16-byte boundary of the area. Skips an entry
+// point with a wrong checksum.
 std::optional<SmbiosTablePlace> findSmbiosEntryPoint(CByteView area) noexcept;
 
-// Adds slots (type 9, with their peers) and onboard devices (type 41) of the structure table to
-// `tables`. Stops at the first structure that is not wholly inside.
+// Adds the slots (type 9) with their peers and the onboard devices (type 41) to `tables`. `table`
+// is the table of structures. Stops at the first structure that is not wholly inside.
 void addSmbiosPlaces(CByteView table, SlotTables& tables);
 
 }  // namespace em_pni

@@ -11,7 +11,7 @@
 namespace em_pni {
 namespace {
 
-// By base class, 0x00 to 0x13.
+// The index is the base class, 0x00 to 0x13.
 constexpr std::array<const char*, 20> classNames{
     "Unclassified", "Storage",        "Net",
     "Display",      "Multimedia",     "Memory",
@@ -31,7 +31,7 @@ bool containsIgnoringCase(std::string_view text, std::string_view wanted) noexce
     return false;
 }
 
-// The names in a directory that need not exist; any other failure goes to `error`.
+// The names in a directory. A missing directory has none. Any other failure sets `error` to errno.
 std::vector<std::string> listIfThere(const CFileTree& files, const std::string& directory,
                                      int& error) {
     auto names = files.List(directory);
@@ -44,7 +44,8 @@ std::vector<std::string> listIfThere(const CFileTree& files, const std::string& 
     return std::move(*names);
 }
 
-// The link_layer files of all ports of the function; `error` becomes why some cannot be listed.
+// The link_layer files of all ports of the function. Sets `error` to errno when a directory cannot
+// be listed.
 std::vector<std::string> linkLayerFiles(const CFileTree& files, const std::string& function,
                                         int& error) {
     std::vector<std::string> found;

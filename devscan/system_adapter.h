@@ -1,4 +1,4 @@
-// One PCI function of this machine, as the adapter model uses it.
+// One adapter function of a machine.
 #pragma once
 
 #include "devscan/adapter_facts.h"
@@ -6,8 +6,8 @@
 
 namespace em_pni {
 
-// A value: the facts stay as they were when it was made. The machine is only asked for what the
-// last two operations answer; it must outlive all copies.
+// Holds the facts of the scan. Only the last two operations ask the machine again. The machine must
+// outlive this object and its copies.
 class CSystemAdapter {
   public:
     CSystemAdapter(AdapterFacts facts, CMachine& machine)
@@ -18,11 +18,11 @@ class CSystemAdapter {
     [[nodiscard]] const PciIds& Ids() const noexcept { return facts_.ids; }
     [[nodiscard]] std::uint16_t ClassCode() const noexcept { return facts_.classCode; }
 
-    // The name of the base class: "Net", "Storage", "SerialBus", ...; empty for unknown ones.
+    // The name of the base class: "Net", "Storage", "SerialBus", ... Empty for an unknown class.
     [[nodiscard]] const char* ClassName() const noexcept;
-    // Whether it, or a port of it, is InfiniBand at the moment.
+    // Whether the function or one of its ports is InfiniBand now. Reads sysfs.
     [[nodiscard]] bool IsInfinibandAdapter() const;
-    // Looks names up, and may run lspci for that: for traces and dumps.
+    // Reads the name file and may run lspci.
     [[nodiscard]] AdapterNames Names() const { return machine_->Names().Find(facts_.ids); }
 
   private:

@@ -2,43 +2,221 @@
 
 #include <algorithm>
 #include <functional>
+#include <optional>
 
-#include "frudata/address_targets.h"
 #include "frudata/address_text.h"
-#include "frudata/layout.h"
+#include "frudata/pni_fru.h"
 #include "frudata/record_checksum.h"
-#include "frudata/worldwide_name.h"
+#include "frudata/record_cursor.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
+using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
+using Layout = layout::PNI_PORT_FUNCTION;
 using NicAddresses = layout::NIC_ADDRESSES;
 using FcAddresses = layout::FC_ADDRESSES;
 
-// The functions of one technology in one module, each with an entry in a list of `count` per port.
-template <class Fits>
-std::vector<AddressTarget> findModuleTargets(const char* operation, CByteView image,
-                                             std::uint8_t moduleIndex,
-                                             FunctionTechnology technology, std::size_t count,
-                                             Fits fits) {
-    std::uint32_t code = PNI_SUCCESS;
-    auto targets = findAddressTargets(
-        image,
-        [&](const CRecordCursor& cursor) {
-            return cursor.Module().position == moduleIndex && cursor.Port().position < count &&
-                   cursor.Function().Technology() == technology;
-        },
-        code);
-    // All of them or none: the room is checked before the first byte is written.
-    if (code == PNI_SUCCESS && !std::all_of(targets.begin(), targets.end(), fits)) {
-        code = PNI_INSUFFICENT_DATA_ERR;
+constexpr std::uint8_t oneIpv4 = 0x01;  // in ipCounters
+constexpr std::uint8_t oneIpv6 = 0x10;
+
+// A port function to change.
+struct Target {
+    CPniPortFunction function;
+    std::uint8_t moduleId = 0;
+    std::uint8_t port = 0;      // position in the module
+    std::size_t addresses = 0;  // image offset of the address block
+};
+
+struct Targets {
+    std::uint32_t code = PNI_SUCCESS;  // the list is empty for any other code
+    RecordFrame frame;
+    std::vector<Target> list;  // in record order
+};
+
+std::uint32_t assignmentResult(CByteView image, FrameFault fault) noexcept {
+    return image.Size() == 0 || fault == FrameFault::noInternalUseArea ? PNI_PARAMETER_ERR
+                                                                       : pniFrameResult(fault);
+}
+
+// The functions that `isWanted` accepts. The code is not PNI_SUCCESS when the image holds no record
+// or an element of the record does not fit its place.
+template <class IsWanted>
+Targets findTargets(CByteView image, IsWanted isWanted) {
+    Targets targets{.code = PNI_SUCCESS, .frame = locateFrame(image), .list = {}};
+    targets.code = assignmentResult(image, targets.frame.fault);
+    if (targets.code != PNI_SUCCESS) {
+        return targets;
     }
-    if (!traceAssignment(operation, code)) {
-        targets.clear();
+    CRecordCursor cursor(image, targets.frame);
+    const bool isMisplaced = forEachModule(cursor, [&](CRecordCursor& atModule) {
+        forEachFunction(atModule, [&](const CRecordCursor& at) {
+            const CPniPortFunction& function = at.Function();
+            const auto offset = function.U8(Layout::addressOffset);
+            if (offset && isWanted(at)) {
+                targets.list.push_back({function, at.Module().moduleId, at.Port().position,
+                                        function.Offset() + *offset});
+            }
+        });
+        return !atModule.ModuleFitsItsPlace();
+    });
+    if (isMisplaced || cursor.Fault() != WalkFault::none) {
+        targets.code = PNI_FORMAT_ERR;
+        targets.list.clear();
     }
     return targets;
 }
+
+// Traces the outcome of a setter's checks.
+bool traceAssignment(const char* operation, std::uint32_t code) {
+    PNI_TRACE(2, "\nCPniFruData         : %s() : %s", operation, pniResultText(code));
+    return code == PNI_SUCCESS;
+}
+
+// The functions of one technology in the ports of one module below `portCount`. Returns none of
+// them when `fits` refuses one, so that a change is made everywhere or nowhere.
+template <class Fits>
+std::vector<Target> findModuleTargets(const char* operation, CByteView image,
+                                      std::uint8_t moduleIndex, FunctionTechnology technology,
+                                      std::size_t portCount, Fits fits) {
+    Targets targets = findTargets(image, [&](const CRecordCursor& at) {
+        return at.Module().position == moduleIndex && at.Port().position < portCount &&
+               at.Function().Technology() == technology;
+    });
+    if (!std::all_of(targets.list.begin(), targets.list.end(), fits)) {
+        targets.code = PNI_INSUFFICENT_DATA_ERR;
+    }
+    if (!traceAssignment(operation, targets.code)) {
+        targets.list.clear();
+    }
+    return std::move(targets.list);
+}
+
+// The two lists of IP addresses of an Ethernet function. Offsets count from the address block.
+struct IpLists {
+    std::uint8_t counters;
+    std::size_t ipv4;  // number of addresses
+    std::size_t ipv6;
+
+    [[nodiscard]] static constexpr std::size_t Ipv4Begin() noexcept {
+        return NicAddresses::ipAddresses;
+    }
+    [[nodiscard]] std::size_t Ipv6Begin() const noexcept {
+        return Ipv4Begin() + ipv4 * layout::ipv4Size;
+    }
+    [[nodiscard]] std::size_t Bytes() const noexcept {
+        return ipv4 * layout::ipv4Size + ipv6 * layout::ipv6Size;
+    }
+};
+
+// Returns no value when the counters or the counted addresses do not lie inside the function.
+std::optional<IpLists> ipListsOf(const CPniPortFunction& function) noexcept {
+    const auto counters = function.AddressBytes(NicAddresses::ipCounters, 1);
+    if (!counters) {
+        return std::nullopt;
+    }
+    const std::size_t packed = counters->front();
+    const IpLists lists{counters->front(), packed & 0x0FU, packed >> 4U};
+    return function.AddressBytes(NicAddresses::ipAddresses, lists.Bytes()) ? std::optional(lists)
+                                                                           : std::nullopt;
+}
+
+bool mayHoldIpAddresses(const CPniPortFunction& function) noexcept {
+    return function.Technology() == FunctionTechnology::nic && function.HasSeparateAddresses() &&
+           function.Size() >= NicAddresses::minimumFunction;
+}
+
+bool hasMac(const CPniPortFunction& function, const MacAddress& mac) noexcept {
+    const auto wanted = std::span(mac).first(layout::macSize);
+    for (const std::size_t offset : {NicAddresses::manufactureMac, NicAddresses::activeMac}) {
+        const auto stored = function.AddressBytes(offset, layout::macSize);
+        if (stored && std::equal(stored->begin(), stored->end(), wanted.begin(), wanted.end())) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The change of one function's IP addresses.
+class CIpAssignment {
+  public:
+    CIpAssignment(CByteEditor& image, const RecordFrame& frame, const Target& target,
+                  const IpLists& lists)
+        : image_(image),
+          lengthOffset_(frame.multirecordHeader + Header::recordLength),
+          target_(target),
+          lists_(lists) {}
+
+    bool StoreIpv4(const IpAddress& address) {
+        if (lists_.ipv4 != 0) {
+            PNI_TRACE(
+                4, "\nCPniFruData         : Replace existing IPv4 address with new IPv4 address %s",
+                ipv4Text(address).c_str());
+            return image_.Put(target_.addresses + IpLists::Ipv4Begin(), address);
+        }
+        PNI_TRACE(
+            4, "\nCPniFruData         : No existing IPv4 addresses found - add new IPv4 address %s",
+            ipv4Text(address).c_str());
+        return Insert(IpLists::Ipv4Begin(), address, oneIpv4);
+    }
+
+    bool StoreIpv6(const IpAddress& address, std::size_t slot) {
+        const std::size_t place = lists_.Ipv6Begin() + slot * layout::ipv6Size;
+        if (lists_.ipv6 > slot) {
+            PNI_TRACE(
+                4, "\nCPniFruData         : Replace existing IPv6 address with new IPv6 address %s",
+                ipv6Text(address).c_str());
+            return image_.Put(target_.addresses + place, address);
+        }
+        PNI_TRACE(
+            4, "\nCPniFruData         : No existing IPv6 addresses found - add new IPv6 address %s",
+            ipv6Text(address).c_str());
+        return slot == lists_.ipv6 && lists_.ipv6 < NicAddresses::maxOfFamily &&
+               Insert(place, address, oneIpv6);
+    }
+
+    void Clear() {
+        const std::size_t recordLength = image_.View().U16(lengthOffset_);
+        if (lists_.Bytes() != 0 && lists_.Bytes() <= recordLength) {
+            PutLengths(0, target_.function.Size() - lists_.Bytes(), recordLength - lists_.Bytes());
+            image_.Erase(target_.addresses + IpLists::Ipv4Begin(), lists_.Bytes());
+        }
+    }
+
+  private:
+    // Inserts the address at `place`, which counts from the address block. The function and the
+    // record grow by it.
+    bool Insert(std::size_t place, const IpAddress& address, std::uint8_t inCounters) {
+        const std::size_t recordLength = image_.View().U16(lengthOffset_) + address.size();
+        const std::size_t functionSize = target_.function.Size() + address.size();
+        if (recordLength > Header::maxRecordLength ||
+            functionSize > Layout::maxFunctionLength * Layout::lengthUnit ||
+            !target_.function.AddressBytes(place, 0) ||
+            !image_.View().Has(target_.function.Offset(), target_.function.Size())) {
+            return false;
+        }
+        // The insertion comes first because it may throw. The lengths stand in front of it.
+        if (!image_.Insert(target_.addresses + place, address)) {
+            return false;
+        }
+        PutLengths(static_cast<std::uint8_t>(lists_.counters + inCounters), functionSize,
+                   recordLength);
+        return true;
+    }
+
+    void PutLengths(std::uint8_t counters, std::size_t functionSize, std::size_t recordLength) {
+        image_.PutU8(target_.addresses + NicAddresses::ipCounters, counters);
+        image_.PutU8(target_.function.Offset() + Layout::functionLength,
+                     static_cast<std::uint8_t>(functionSize / Layout::lengthUnit));
+        image_.PutU16(lengthOffset_, static_cast<std::uint16_t>(recordLength));
+    }
+
+    CByteEditor& image_;
+    std::size_t lengthOffset_;
+    const Target& target_;
+    const IpLists& lists_;
+};
 
 }  // namespace
 
@@ -50,14 +228,14 @@ bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const MacAddress>
     CByteEditor editor(image);
     const auto targets = findModuleTargets(
         "SetMACAddress", editor.View(), moduleIndex, FunctionTechnology::nic, macs.size(),
-        [&macs](const AddressTarget& target) {
+        [&macs](const Target& target) {
             return target.function.HasSeparateAddresses() &&
                    target.function.AddressBytes(NicAddresses::activeMac, macs[target.port].size())
                        .has_value();
         });
-    for (const AddressTarget& target : targets) {
+    for (const Target& target : targets) {
         const MacAddress& mac = macs[target.port];
-        // A MAC of eight bytes runs into the second copy, which then stands over its end.
+        // A MAC of 8 bytes overlaps the second copy. The second copy overwrites its end.
         editor.Put(target.addresses + NicAddresses::manufactureMac, mac);
         editor.Put(target.addresses + NicAddresses::activeMac, mac);
         PNI_TRACE(
@@ -74,11 +252,11 @@ bool SetWWNAddress(std::vector<std::uint8_t>& image, std::span<const PhysicalAdd
     CByteEditor editor(image);
     const auto targets = findModuleTargets(
         "SetWWNAddress", editor.View(), moduleIndex, FunctionTechnology::fc, names.size(),
-        [](const AddressTarget& target) {
+        [](const Target& target) {
             return target.function.HasSeparateAddresses() &&
                    target.function.AddressBytes(0, FcAddresses::optionRom).has_value();
         });
-    for (const AddressTarget& target : targets) {
+    for (const Target& target : targets) {
         const PhysicalAddress& name = names[target.port];
         const auto node = HexToAscii(name.wwnn);
         const auto port = HexToAscii(name.wwpn);
@@ -92,6 +270,48 @@ bool SetWWNAddress(std::vector<std::uint8_t>& image, std::span<const PhysicalAdd
                   target.moduleId, target.port, worldwideNameText(name.wwpn).c_str());
     }
     return !targets.empty() && mendRecordChecksum(editor);
+}
+
+bool SetIPAddress(std::vector<std::uint8_t>& image, const MacAddress& mac, const IpAddress& address,
+                  std::size_t slot) {
+    if (!mac.IsUsable() || address.IsEmpty()) {
+        return traceAssignment("SetIPAddress", PNI_PARAMETER_ERR);
+    }
+    CByteEditor editor(image);
+    const Targets targets = findTargets(editor.View(), [&mac](const CRecordCursor& at) {
+        return mayHoldIpAddresses(at.Function()) && hasMac(at.Function(), mac);
+    });
+    if (!traceAssignment("SetIPAddress", targets.code) || targets.list.empty()) {
+        return false;
+    }
+    const Target& target = targets.list.front();
+    PNI_TRACE(4, "\nCPniFruData         : Matching MAC address %s found in PNI FRU",
+              macText(mac).c_str());
+    const auto lists = ipListsOf(target.function);
+    if (!lists) {
+        return false;
+    }
+    CIpAssignment assignment(editor, targets.frame, target, *lists);
+    const bool isStored = address.size() == IpAddress::shortSize
+                              ? assignment.StoreIpv4(address)
+                              : assignment.StoreIpv6(address, slot);
+    return isStored && mendRecordChecksum(editor);
+}
+
+bool ClearIpAddresses(std::vector<std::uint8_t>& image) {
+    CByteEditor editor(image);
+    const Targets targets = findTargets(
+        editor.View(), [](const CRecordCursor& at) { return mayHoldIpAddresses(at.Function()); });
+    if (targets.code != PNI_SUCCESS) {
+        return false;
+    }
+    // From the back to the front: the offsets and views of the functions in front stay good.
+    for (auto target = targets.list.rbegin(); target != targets.list.rend(); ++target) {
+        if (const auto lists = ipListsOf(target->function)) {
+            CIpAssignment(editor, targets.frame, *target, *lists).Clear();
+        }
+    }
+    return mendRecordChecksum(editor);
 }
 
 }  // namespace em_pni

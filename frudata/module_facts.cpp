@@ -1,7 +1,5 @@
 #include "frudata/module_facts.h"
 
-#include "frudata/layout.h"
-
 namespace em_pni {
 namespace {
 
@@ -27,12 +25,8 @@ ModuleTechnology moduleTechnologyOf(FunctionTechnology technology) noexcept {
 }
 
 std::optional<CPniPortFunction> firstFunction(CRecordCursor atModule) noexcept {
-    while (atModule.NextPort()) {
-        if (atModule.NextFunction()) {
-            return atModule.Function();
-        }
-    }
-    return std::nullopt;
+    const bool isFound = forEachFunction(atModule, [](const CRecordCursor&) { return true; });
+    return isFound ? std::optional(atModule.Function()) : std::nullopt;
 }
 
 }  // namespace

@@ -1,52 +1,84 @@
 #include "frudata/pni_fru.h"
 
-#include "frudata/layout.h"
-#include "frudata/record_cursor.h"
-#include "frudata/record_frame.h"
+#include <algorithm>
+#include <cstring>
+
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
-using CommonHeader = layout::IPMI_FRU_COMMON_HEADER;
-using InternalUseArea = layout::OEM_INTERNAL_USE_AREA;
-using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
-
-// Every number and end mark of the record's modules, ports and functions fits its place.
-bool isWalkable(CByteView image, const RecordFrame& frame) noexcept {
-    CRecordCursor cursor(image, frame);
-    while (cursor.NextModule()) {
-        if (!cursor.ModuleFitsItsPlace()) {
-            return false;
-        }
+// The texts of a module search about an image without a record.
+const char* searchFault(FrameFault fault) noexcept {
+    switch (fault) {
+        case FrameFault::shorterThanHeader:
+        case FrameFault::noInternalUseArea:
+        case FrameFault::areaOutside:
+            return "No OemInternalUseArea!";
+        case FrameFault::badAreaFormat:
+            return "Invaid OemInternalUseArea format!";
+        case FrameFault::noModules:
+            return "No Modules!";
+        case FrameFault::headerOutside:
+        case FrameFault::badRecordType:
+            return "No OemPniMultiRecord!";
+        case FrameFault::badFormatVersion:
+            return "Invalid Record Format Version!";
+        case FrameFault::recordOutside:
+            return "No PniCommonArea!";
+        case FrameFault::badSubtype:
+            return "Invalid NETWORK_INVENTORY_MODULE_SUBTYPE!";
+        case FrameFault::badCommonChecksum:
+        case FrameFault::badAreaChecksum:
+        case FrameFault::badHeaderChecksum:
+        case FrameFault::badRecordChecksum:
+        case FrameFault::none:
+            break;
     }
-    return cursor.Fault() == WalkFault::none;
+    return "";
 }
 
-std::uint32_t validateHeaders(CByteView image) noexcept {
-    if (!image.Has(0, CommonHeader::size)) {
-        return PNI_INSUFFICENT_DATA_ERR;
+// Passes over the functions of a port. A function that does not fit its place ends the list.
+void passPort(CRecordCursor& cursor) noexcept {
+    PNI_TRACE(5,
+              "\nCPniFruData         : pni_findPniModuleArea() Jump to Function Common Area "
+              "(+%u)",
+              cursor.Port().recordLen);
+    while (cursor.NextFunction()) {
+        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Jump to next Module (+%u)",
+                  static_cast<unsigned>(cursor.Function().Size()));
     }
-    if (image.Sum(0, CommonHeader::size) != 0) {
-        return PNI_CHECKSUM_ERR;
+    if (cursor.Fault() == WalkFault::function) {
+        PNI_TRACE(2,
+                  "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid function "
+                  "format (module %d port %d func %d)!",
+                  cursor.Module().position, cursor.Port().position, cursor.Function().Position());
+        cursor.GiveUpList();
     }
-    // An offset of 0 is not refused here: the common header is then no valid internal use area.
-    const std::size_t area = internalUseAreaOffset(image);
-    if (!image.Has(area, InternalUseArea::size)) {
-        return PNI_PARAMETER_ERR;
+}
+
+// Returns a cursor that has just entered the module. Returns no value when the image has no such
+// module or an element in front of it does not fit its place.
+std::optional<CRecordCursor> enterModule(CByteView image, std::uint8_t index) noexcept {
+    std::optional<CRecordCursor> entered;
+    forEachModule(image, [&](const CRecordCursor& cursor) {
+        if (cursor.Module().position == index) {
+            entered = cursor;
+        }
+        return entered || !cursor.ModuleFitsItsPlace();
+    });
+    return entered;
+}
+
+std::optional<CRecordCursor> enterPort(CByteView image, std::uint8_t moduleIndex,
+                                       std::uint8_t portIndex) noexcept {
+    auto cursor = enterModule(image, moduleIndex);
+    while (cursor && cursor->NextPort()) {
+        if (cursor->Port().position == portIndex) {
+            return cursor;
+        }
     }
-    if (image.Sum(area, InternalUseArea::size) != 0) {
-        return PNI_CHECKSUM_ERR;
-    }
-    if (!isInternalUseAreaFormat(image, area) ||
-        image.U8(area + InternalUseArea::moduleCount) == 0) {
-        return PNI_FORMAT_ERR;
-    }
-    const std::size_t header = multirecordHeaderOffset(image, area);
-    if (!image.Has(header, Header::size)) {
-        return PNI_INSUFFICENT_DATA_ERR;
-    }
-    return image.Sum(header, Header::size) == 0 ? PNI_SUCCESS : PNI_CHECKSUM_ERR;
+    return std::nullopt;
 }
 
 }  // namespace
@@ -59,31 +91,47 @@ const char* pniResultText(std::uint32_t code) noexcept {
     return code < std::size(texts) ? texts[code] : "UNKNOWN ERROR";
 }
 
+std::uint32_t pniFrameResult(FrameFault fault) noexcept {
+    switch (fault) {
+        case FrameFault::none:
+            return PNI_SUCCESS;
+        case FrameFault::badCommonChecksum:
+        case FrameFault::badAreaChecksum:
+        case FrameFault::badHeaderChecksum:
+        case FrameFault::badRecordChecksum:
+            return PNI_CHECKSUM_ERR;
+        case FrameFault::areaOutside:
+            return PNI_PARAMETER_ERR;
+        case FrameFault::shorterThanHeader:
+        case FrameFault::headerOutside:
+        case FrameFault::recordOutside:
+            return PNI_INSUFFICENT_DATA_ERR;
+        case FrameFault::noInternalUseArea:
+        case FrameFault::badAreaFormat:
+        case FrameFault::noModules:
+        case FrameFault::badRecordType:
+        case FrameFault::badFormatVersion:
+        case FrameFault::badSubtype:
+            break;
+    }
+    return PNI_FORMAT_ERR;
+}
+
 std::uint32_t pniValidateFru(const std::uint8_t* data, std::size_t size) noexcept {
     if (data == nullptr) {
         return PNI_PARAMETER_ERR;
     }
     const CByteView image(data, size);
-    if (const std::uint32_t code = validateHeaders(image); code != PNI_SUCCESS) {
-        return code;
+    const RecordFrame frame = locateFrame(image, FrameChecks::checksums);
+    if (frame.fault != FrameFault::none) {
+        return pniFrameResult(frame.fault);
     }
-    RecordFrame frame;
-    const FrameFault fault = locateFrame(image, frame);
-    if (fault == FrameFault::recordOutside) {
-        return PNI_INSUFFICENT_DATA_ERR;
-    }
-    if (fault != FrameFault::none && fault != FrameFault::badSubtype) {
-        return PNI_FORMAT_ERR;
-    }
-    const std::uint8_t checksum = image.U8(frame.multirecordHeader + Header::recordChecksum);
-    const std::uint8_t dataSum = image.Sum(frame.commonArea, frame.recordLength);
-    if (static_cast<std::uint8_t>(checksum + dataSum) != 0) {
-        return PNI_CHECKSUM_ERR;
-    }
-    return fault == FrameFault::none && isWalkable(image, frame) ? PNI_SUCCESS : PNI_FORMAT_ERR;
+    CRecordCursor cursor(image, frame);
+    const bool isMisplaced = forEachModule(
+        cursor, [](const CRecordCursor& atModule) { return !atModule.ModuleFitsItsPlace(); });
+    return isMisplaced || cursor.Fault() != WalkFault::none ? PNI_FORMAT_ERR : PNI_SUCCESS;
 }
 
-// Does not look at the content of the area.
 const std::uint8_t* pni_findOemInternalUseArea(const std::uint8_t* data,
                                                std::size_t size) noexcept {
     if (data == nullptr || size == 0) {
@@ -92,27 +140,19 @@ const std::uint8_t* pni_findOemInternalUseArea(const std::uint8_t* data,
                   "parameters.");
         return nullptr;
     }
-    const CByteView image(data, size);
-    if (!image.Has(0, CommonHeader::size)) {
-        return nullptr;
-    }
-    const std::size_t area = internalUseAreaOffset(image);
-    if (area == 0) {
+    const RecordFrame frame = locateFrame({data, size}, FrameChecks::headers);
+    if (frame.fault == FrameFault::noInternalUseArea) {
         PNI_TRACE(2,
                   "\nCPniFruData         : pni_findOemInternalUseArea() : ERROR ! No IPMI Internal "
                   "Use Area.");
-        return nullptr;
-    }
-    if (!image.Has(area, InternalUseArea::size)) {
+    } else if (frame.fault == FrameFault::areaOutside) {
         PNI_TRACE(2,
                   "\nCPniFruData         : pni_findOemInternalUseArea() : ERROR ! No IPMI Internal "
                   "Use Area (Invalid FruData)");
-        return nullptr;
     }
-    return data + area;
+    return frame.fault > FrameFault::areaOutside ? data + frame.internalUseArea : nullptr;
 }
 
-// Checks the format of the internal use area and the record type, no checksum and no version.
 const std::uint8_t* pni_findPniFruMultirecordHeader(const std::uint8_t* data,
                                                     std::size_t size) noexcept {
     PNI_TRACE(2, "\nCPniFruData         : Searching for the PNI multi record header ...");
@@ -122,62 +162,64 @@ const std::uint8_t* pni_findPniFruMultirecordHeader(const std::uint8_t* data,
                   "parameters.");
         return nullptr;
     }
-    const CByteView image(data, size);
-    if (!image.Has(0, CommonHeader::size)) {
-        PNI_TRACE(3,
-                  "\nCPniFruData         : pni_findPniFruMultirecordHeader() : ERROR ! No "
-                  "IPMI_FRU_COMMON_HEADER!");
-        return nullptr;
+    const RecordFrame frame = locateFrame({data, size}, FrameChecks::headers);
+    switch (frame.fault) {
+        case FrameFault::shorterThanHeader:
+            PNI_TRACE(3,
+                      "\nCPniFruData         : pni_findPniFruMultirecordHeader() : ERROR ! No "
+                      "IPMI_FRU_COMMON_HEADER!");
+            break;
+        case FrameFault::areaOutside:
+            PNI_TRACE(3,
+                      "\nCPniFruData         : pni_findPniFruMultirecordHeader() : ERROR ! Invaid "
+                      "OEM_INTERNAL_USE_AREA (Invalid FruData)!");
+            break;
+        case FrameFault::noInternalUseArea:
+        case FrameFault::badAreaFormat:
+            PNI_TRACE(2,
+                      "\nCPniFruData         : pni_findPniFruMultirecordHeader() ERROR ! Invaid "
+                      "OemInternalUseArea format!");
+            break;
+        case FrameFault::headerOutside:
+            PNI_TRACE(2,
+                      "\nCPniFruData         : pni_findPniFruMultirecordHeader() : ERROR ! Invaid "
+                      "OEM_PNI_MULTIRECORD_HEADER (Invalid FruData)!");
+            break;
+        default:
+            break;  // a wrong record type has no line
     }
-    const std::size_t area = internalUseAreaOffset(image);
-    if (!image.Has(area, InternalUseArea::size)) {
-        PNI_TRACE(3,
-                  "\nCPniFruData         : pni_findPniFruMultirecordHeader() : ERROR ! Invaid "
-                  "OEM_INTERNAL_USE_AREA (Invalid FruData)!");
-        return nullptr;
-    }
-    if (!isInternalUseAreaFormat(image, area)) {
-        PNI_TRACE(2,
-                  "\nCPniFruData         : pni_findPniFruMultirecordHeader() ERROR ! Invaid "
-                  "OemInternalUseArea format!");
-        return nullptr;
-    }
-    const std::size_t header = multirecordHeaderOffset(image, area);
-    if (!image.Has(header, Header::size)) {
-        PNI_TRACE(2,
-                  "\nCPniFruData         : pni_findPniFruMultirecordHeader() : ERROR ! Invaid "
-                  "OEM_PNI_MULTIRECORD_HEADER (Invalid FruData)!");
-        return nullptr;
-    }
-    return image.U8(header + Header::recordTypeId) == Header::oemRecordType ? data + header
-                                                                            : nullptr;
+    return frame.fault > FrameFault::badRecordType ? data + frame.multirecordHeader : nullptr;
 }
 
-// Checks the format version and that the record lies inside; not the subtype.
 const std::uint8_t* pni_findPniCommonArea(const std::uint8_t* data, std::size_t size) noexcept {
-    const std::uint8_t* const found = pni_findPniFruMultirecordHeader(data, size);
+    const bool hasHeader = pni_findPniFruMultirecordHeader(data, size) != nullptr;
     PNI_TRACE(2, "\nCPniFruData         : Searching for the PNI common area ...");
-    if (found == nullptr) {
+    const RecordFrame frame = locateFrame({data, size}, FrameChecks::headers);
+    if (!hasHeader) {
         PNI_TRACE(2,
                   "\nCPniFruData         : pni_findPniCommonArea() : ERROR! Could not find "
                   "Multirecord Header.");
-        return nullptr;
-    }
-    const CByteView image(data, size);
-    const auto header = static_cast<std::size_t>(found - data);
-    if (!isAcceptedFormatVersion(image.U8(header + Header::recordFormatVersion))) {
+    } else if (frame.fault == FrameFault::badFormatVersion) {
         PNI_TRACE(2,
                   "\nCPniFruData         : pni_findPniCommonArea() : ERROR! Invalid multirecord "
                   "record format version!");
-        return nullptr;
-    }
-    if (!image.Has(header, Header::size + image.U16(header + Header::recordLength))) {
+    } else if (frame.fault == FrameFault::recordOutside) {
         PNI_TRACE(2,
                   "\nCPniFruData         : pni_findPniCommonArea() : ERROR! No PNI_COMMON_AREA "
                   "(Invalid FruData)");
-        return nullptr;
     }
-    return found + Header::size;
+    return frame.fault > FrameFault::recordOutside ? data + frame.commonArea : nullptr;
+}
+
+const std::uint8_t* pni_findPniModuleArea(const std::uint8_t* data, std::size_t size,
+                                          std::uint8_t moduleIndex, bool checkEndOfList) noexcept {
+    PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Find module %d", moduleIndex);
+    if (data == nullptr || size == 0) {
+        PNI_TRACE(2,
+                  "\nCPniFruData         : pni_findPniModuleArea() : ERROR - Invalid parameters!");
+    }
+    const auto offset = CModuleSearch({data, size}, checkEndOfList).Find(moduleIndex);
+    return offset ? data + *offset : nullptr;
 }
 
 std::uint32_t pni_getRecordFormatVersion(const std::uint8_t* data, std::size_t size,
@@ -185,34 +227,117 @@ std::uint32_t pni_getRecordFormatVersion(const std::uint8_t* data, std::size_t s
     if (version == nullptr) {
         return PNI_PARAMETER_ERR;
     }
-    const CByteView image(data, size);
-    if (!image.Has(0, CommonHeader::size)) {
+    const RecordFrame frame = locateFrame({data, size}, FrameChecks::headers);
+    if (frame.fault <= FrameFault::badRecordType) {
         return PNI_FORMAT_ERR;
     }
-    const std::size_t area = internalUseAreaOffset(image);
-    if (!image.Has(area, InternalUseArea::size) || !isInternalUseAreaFormat(image, area)) {
-        return PNI_FORMAT_ERR;
-    }
-    const std::size_t header = multirecordHeaderOffset(image, area);
-    if (!image.Has(header, Header::size) ||
-        image.U8(header + Header::recordTypeId) != Header::oemRecordType) {
-        return PNI_FORMAT_ERR;
-    }
-    *version = image.U8(header + Header::recordFormatVersion) & Header::formatVersionMask;
+    *version = frame.formatVersion;
     return PNI_SUCCESS;
 }
 
 std::uint8_t pni_getModuleCount(const std::uint8_t* data, std::size_t size) noexcept {
+    return locateFrame({data, size}, FrameChecks::headers).moduleCount;
+}
+
+std::uint8_t pni_getPortCount(const std::uint8_t* data, std::size_t size,
+                              std::uint8_t moduleIndex) noexcept {
+    const auto cursor = enterModule({data, size}, moduleIndex);
+    return cursor ? cursor->Module().portCount : std::uint8_t{0};
+}
+
+std::uint8_t pni_getPortFunctionCount(const std::uint8_t* data, std::size_t size,
+                                      std::uint8_t moduleIndex, std::uint8_t portIndex) noexcept {
+    const auto cursor = enterPort({data, size}, moduleIndex, portIndex);
+    return cursor ? cursor->Port().pfCount : std::uint8_t{0};
+}
+
+std::uint32_t pni_readAddressBlock(const std::uint8_t* data, std::size_t size,
+                                   std::uint8_t moduleIndex, std::uint8_t portIndex,
+                                   std::uint8_t functionIndex, std::uint8_t* buffer,
+                                   std::size_t bufferSize) noexcept {
+    using Addresses = layout::FC_ADDRESSES;
+    if (buffer == nullptr) {
+        return PNI_PARAMETER_ERR;
+    }
     const CByteView image(data, size);
-    if (!image.Has(0, CommonHeader::size)) {
-        return 0;
+    auto cursor = enterPort(image, moduleIndex, portIndex);
+    do {
+        if (!cursor || !cursor->NextFunction()) {
+            return PNI_PARAMETER_ERR;
+        }
+    } while (cursor->Function().Position() != functionIndex);
+    const CPniPortFunction& function = cursor->Function();
+    if (function.Technology() != FunctionTechnology::fc) {
+        return PNI_UNSUPPORTED_ERR;
     }
-    const std::size_t area = internalUseAreaOffset(image);
-    if (area == 0 || !image.Has(area, InternalUseArea::size) ||
-        !isInternalUseAreaFormat(image, area)) {
-        return 0;
+    if (function.Size() < Addresses::minimumFunction) {
+        return PNI_PARAMETER_ERR;
     }
-    return image.U8(area + InternalUseArea::moduleCount);
+    std::memset(buffer, 0, bufferSize);
+    const std::size_t start =
+        function.Offset() + function.U8(layout::PNI_PORT_FUNCTION::addressOffset).value_or(0);
+    const auto block =
+        image.Inside(start, std::min({function.Size(), Addresses::readAtMost, bufferSize}));
+    std::copy(block.begin(), block.end(), buffer);
+    return PNI_SUCCESS;
+}
+
+CModuleSearch::CModuleSearch(CByteView image, bool checkEndOfList) noexcept
+    : checkEndOfList_(checkEndOfList) {
+    const RecordFrame frame = locateFrame(image);
+    if (frame.fault != FrameFault::none) {
+        PNI_TRACE(2, "\nCPniFruData         : pni_findPniModuleArea() ERROR - %s",
+                  searchFault(frame.fault));
+        return;
+    }
+    cursor_.emplace(image, frame);
+    if (!cursor_->NextModule()) {
+        cursor_.reset();
+    }
+}
+
+std::optional<std::size_t> CModuleSearch::Find(std::uint8_t moduleIndex) noexcept {
+    while (cursor_) {
+        const PNI_MODULE_AREA& module = cursor_->Module();
+        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Checking module %d",
+                  module.position);
+        if (module.position == moduleIndex) {
+            PNI_TRACE(3, "\nCPniFruData         : pni_findPniModuleArea() Module found.");
+            return module.offset;
+        }
+        if (!PassModule() || !cursor_->NextModule()) {
+            cursor_.reset();
+        }
+    }
+    return std::nullopt;
+}
+
+// Returns false when the walk would leave the image, or when the end mark of the module is checked
+// and wrong.
+bool CModuleSearch::PassModule() noexcept {
+    PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Jump to Port Area (+%u)",
+              cursor_->Module().recordLen);
+    while (cursor_->NextPort()) {
+        passPort(*cursor_);
+    }
+    if (cursor_->Fault() == WalkFault::port) {
+        PNI_TRACE(2,
+                  "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid port format "
+                  "(module %d port %d)!",
+                  cursor_->Module().position, cursor_->Port().position);
+        cursor_->GiveUpList();
+    }
+    if (cursor_->Fault() != WalkFault::none) {
+        return false;
+    }
+    if (checkEndOfList_ && !cursor_->ModuleFitsItsPlace()) {
+        PNI_TRACE(2,
+                  "\nCPniFruData         : pni_findPniModuleArea() ERROR - Invalid module "
+                  "format (module %d)!",
+                  cursor_->Module().position);
+        return false;
+    }
+    return true;
 }
 
 }  // namespace em_pni

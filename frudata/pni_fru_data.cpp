@@ -2,18 +2,17 @@
 
 #include <stdexcept>
 
-#include "frudata/layout.h"
-#include "frudata/module_search.h"
+#include "frudata/address_text.h"
 #include "frudata/pni_fru.h"
-#include "frudata/record_checksum.h"
+#include "frudata/record_cursor.h"
 #include "platform/trace.h"
 
 namespace em_pni {
 namespace {
 
-using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
-
-constexpr const char* noModuleArea = "FindPniModuleArea() : Could not find Module Area.";
+CByteView viewOf(const std::vector<std::uint8_t>& image) noexcept {
+    return CByteView(image);
+}
 
 const std::uint8_t* foundOrThrow(const std::uint8_t* found, const char* text) {
     if (found == nullptr) {
@@ -22,10 +21,56 @@ const std::uint8_t* foundOrThrow(const std::uint8_t* found, const char* text) {
     return found;
 }
 
-bool traceValidity(std::uint32_t code) noexcept {
-    PNI_TRACE(5, "\nCPniFruData         : pniValidateFru - %s [%d]", pniResultText(code),
-              static_cast<int>(code));
-    return code == PNI_SUCCESS;
+// Calls `visit` with a cursor that has just entered this module, if there is such a module.
+template <class Visit>
+void visitModule(CByteView image, std::uint8_t module, Visit visit) {
+    forEachModule(image, [&](CRecordCursor& cursor) {
+        const bool isFound = cursor.Module().position == module;
+        if (isFound) {
+            visit(cursor);
+        }
+        return isFound;
+    });
+}
+
+// The manufacture addresses of one kind in port and function order.
+std::vector<PhysicalAddress> addressesOf(CRecordCursor atModule, PhysicalAddress::Kind kind) {
+    std::vector<PhysicalAddress> addresses;
+    forEachFunction(atModule, [&](const CRecordCursor& cursor) {
+        const auto address = manufactureAddress(cursor.Function(), kind);
+        if (!address) {
+            return;
+        }
+        PNI_TRACE(
+            5, "\nPniFruData::%s : Module %u - Found %s '%s'",
+            kind == PhysicalAddress::Kind::mac ? "GetModuleMacAddresses" : "GetmoduleWWPNAddresses",
+            cursor.Module().position, kind == PhysicalAddress::Kind::mac ? "MAC" : "WWPN",
+            physicalAddressText(*address).c_str());
+        addresses.push_back(*address);
+    });
+    return addresses;
+}
+
+std::vector<PhysicalAddress> physicalAddressesOf(const CRecordCursor& atModule) {
+    PNI_TRACE(5, "\nCPniFruData::GetModulePhysicalAddresses() : Searching addresses in module %u",
+              atModule.Module().position);
+    auto addresses = addressesOf(atModule, PhysicalAddress::Kind::mac);
+    if (!addresses.empty()) {
+        PNI_TRACE(4, "\nCPniFruData::GetModulePhysicalAddresses() : Found %u MAC addresses.",
+                  static_cast<unsigned>(addresses.size()));
+        return addresses;
+    }
+    PNI_TRACE(5,
+              "\nCPniFruData::GetModulePhysicalAddresses() : No MAC addresses. Check for WWPN "
+              "addresses.");
+    addresses = addressesOf(atModule, PhysicalAddress::Kind::wwn);
+    if (!addresses.empty()) {
+        PNI_TRACE(4, "\nCPniFruData::GetModulePhysicalAddresses() : Found %u WWPN addresses.",
+                  static_cast<unsigned>(addresses.size()));
+    } else {
+        PNI_TRACE(5, "\nCPniFruData::GetModulePhysicalAddresses() : No WWPN addresses.");
+    }
+    return addresses;
 }
 
 }  // namespace
@@ -62,7 +107,10 @@ bool CPniFruData::HasSameImage(const CPniFruData& other) const {
 
 bool CPniFruData::IsValid() const {
     const CReadGuard guard(lock_);
-    return traceValidity(pniValidateFru(image_.data(), image_.size()));
+    const std::uint32_t code = pniValidateFru(image_.data(), image_.size());
+    PNI_TRACE(5, "\nCPniFruData         : pniValidateFru - %s [%d]", pniResultText(code),
+              static_cast<int>(code));
+    return code == PNI_SUCCESS;
 }
 
 bool CPniFruData::GetRecordFormatVersion(std::uint8_t* version) const {
@@ -75,7 +123,8 @@ bool CPniFruData::GetRecordFormatVersion(std::uint8_t* version) const {
 
 bool CPniFruData::HasCodes() const {
     std::uint8_t version = 0;
-    return GetRecordFormatVersion(&version) && version >= Header::firstVersionWithCodes;
+    return GetRecordFormatVersion(&version) &&
+           version >= layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes;
 }
 
 const std::uint8_t* CPniFruData::FindOemInternalUseArea() const {
@@ -99,7 +148,7 @@ const std::uint8_t* CPniFruData::FindPniCommonArea() const {
 const std::uint8_t* CPniFruData::FindPniModuleArea(std::uint8_t index, bool checkEndOfList) const {
     const CReadGuard guard(lock_);
     return foundOrThrow(pni_findPniModuleArea(image_.data(), image_.size(), index, checkEndOfList),
-                        noModuleArea);
+                        noModuleAreaText);
 }
 
 std::uint8_t CPniFruData::GetModuleCount() const {
@@ -144,68 +193,120 @@ std::uint16_t CPniFruData::GetModuleSize(std::uint8_t index) const {
 }
 
 std::size_t CPniFruData::GetStoredPniRealSize() const {
-    const std::uint8_t* const common = FindPniCommonArea();
-    const std::uint8_t* const header = FindPniFruMultirecordHeader();
+    static_cast<void>(FindPniCommonArea());
+    static_cast<void>(FindPniFruMultirecordHeader());
     const CReadGuard guard(lock_);
-    const auto headerEnd = static_cast<std::size_t>(common - image_.data());
-    const std::uint16_t length =
-        CByteView(image_.data(), image_.size())
-            .U16(static_cast<std::size_t>(header - image_.data()) + Header::recordLength);
-    const std::size_t size = headerEnd + length;
+    const RecordFrame frame = locateFrame(viewOf(image_), FrameChecks::headers);
+    const std::size_t size = frame.commonArea + frame.recordLength;
     PNI_TRACE(3,
               "\nCPniFruData         : GetStoredPniRealSize() : Real PNI size : Header (%u) + "
               "RecordLength (%u) = %u bytes.",
-              static_cast<std::uint16_t>(headerEnd), length, static_cast<std::uint16_t>(size));
+              static_cast<std::uint16_t>(frame.commonArea), frame.recordLength,
+              static_cast<std::uint16_t>(size));
     return size;
 }
 
-void CPniFruData::CropToValidSize() {
-    if (!IsValid()) {
-        throw std::runtime_error("PNI Fru Structure not valid!");
+FoundModule CPniFruData::Search(const PhysicalAddress& wanted) const {
+    if (!beginAddressSearch(wanted)) {
+        return {false, 0};
     }
-    const std::size_t realSize = GetStoredPniRealSize() % 0x10000;
-    const CWriteGuard guard(lock_);
-    image_.resize(realSize);
+    const CReadGuard guard(lock_);
+    return searchModule(viewOf(image_), wanted);
 }
 
-bool CPniFruData::UpdateInternalUseAreaChecksum() {
-    const CWriteGuard guard(lock_);
-    return mendInternalUseAreaChecksum(CByteEditor(image_));
+FoundModule CPniFruData::FindModuleByMacAddress(const MacAddress& mac) const {
+    return Search({.kind = PhysicalAddress::Kind::mac, .mac = mac});
 }
 
-void CPniFruData::UpdateEndOfListBit() {
-    const CWriteGuard guard(lock_);
-    const std::uint8_t count = GetModuleCount();
-    const CByteView image(image_.data(), image_.size());
-    CModuleSearch search(image, false);
-    for (unsigned i = 0; i < count; ++i) {
-        const auto index = static_cast<std::uint8_t>(i);
-        PNI_TRACE(5, "\nCPniFruData         : pni_findPniModuleArea() Find module %d", index);
-        const auto offset = search.Find(index);
-        if (!offset) {
-            throw std::runtime_error(noModuleArea);
+FoundModule CPniFruData::FindModuleByWWPNAddress(WorldWideName wwpn) const {
+    return Search({.kind = PhysicalAddress::Kind::wwn, .mac = MacAddress(), .wwpn = wwpn});
+}
+
+FoundModule CPniFruData::FindModuleByAddress(const PhysicalAddress& address) const {
+    return searchKnownKind(address,
+                           [this](const PhysicalAddress& wanted) { return Search(wanted); });
+}
+
+std::vector<MacAddress> CPniFruData::GetModuleMacAddresses(std::uint8_t module) const {
+    const CReadGuard guard(lock_);
+    std::vector<MacAddress> macs;
+    visitModule(viewOf(image_), module, [&macs](const CRecordCursor& cursor) {
+        for (const auto& address : addressesOf(cursor, PhysicalAddress::Kind::mac)) {
+            macs.push_back(address.mac);
         }
-        moduleHeader(image, *offset, index).TraceDump();
-        std::uint8_t& flags = image_[*offset];
-        if (i + 1 == count) {
-            flags |= layout::endOfListBit;
-            PNI_TRACE(4,
-                      "\nCPniFruData         : UpdateEndOfListBit() : Found last module (%u). "
-                      "Setting EndOfList bit.",
-                      i);
-        } else if ((flags & layout::endOfListBit) != 0) {
-            flags &= static_cast<std::uint8_t>(~layout::endOfListBit);
-            PNI_TRACE(5,
-                      "\nCPniFruData         : UpdateEndOfListBit() : Not boundary module (%u) has "
-                      "EndOfList bit set. Changing...",
-                      i);
-        }
-    }
+    });
+    return macs;
 }
 
-void CPniFruData::UpdateOemPniRecordChecksum() {
-    const CWriteGuard guard(lock_);
-    mendRecordChecksum(CByteEditor(image_));
+std::vector<PhysicalAddress> CPniFruData::GetModuleWWPNAddresses(std::uint8_t module) const {
+    const CReadGuard guard(lock_);
+    std::vector<PhysicalAddress> names;
+    visitModule(viewOf(image_), module, [&names](const CRecordCursor& cursor) {
+        names = addressesOf(cursor, PhysicalAddress::Kind::wwn);
+    });
+    return names;
+}
+
+std::vector<PhysicalAddress> CPniFruData::GetModulePhysicalAddresses(std::uint8_t module) const {
+    const CReadGuard guard(lock_);
+    std::vector<PhysicalAddress> addresses;
+    visitModule(viewOf(image_), module, [&addresses](const CRecordCursor& cursor) {
+        addresses = physicalAddressesOf(cursor);
+    });
+    return addresses;
+}
+
+void CPniFruData::VisitModules(const ModuleVisitor& visit) const {
+    const CReadGuard guard(lock_);
+    forEachModule(viewOf(image_), [&visit](const CRecordCursor& cursor) {
+        visit(moduleFacts(cursor), physicalAddressesOf(cursor));
+    });
+}
+
+ModuleFacts CPniFruData::GetModuleFacts(std::uint8_t module) const {
+    static_cast<void>(FindPniModuleArea(module, true));
+    const CReadGuard guard(lock_);
+    ModuleFacts facts;
+    visitModule(viewOf(image_), module,
+                [&facts](const CRecordCursor& cursor) { facts = moduleFacts(cursor); });
+    return facts;
+}
+
+std::vector<MacAddress> CPniFruData::GetActiveMacAddresses() const {
+    PNI_TRACE(3, "\nCPniFruData         : Retrieving all active MAC addresses.");
+    const CReadGuard guard(lock_);
+    std::vector<MacAddress> macs;
+    forEachFunction(viewOf(image_), [&macs](const CRecordCursor& cursor) {
+        if (const auto mac = activeMac(cursor.Function())) {
+            macs.push_back(*mac);
+        }
+    });
+    return macs;
+}
+
+std::vector<std::uint8_t> CPniFruData::GetModuleIds() const {
+    const CReadGuard guard(lock_);
+    std::vector<std::uint8_t> ids;
+    forEachModule(viewOf(image_),
+                  [&ids](const CRecordCursor& cursor) { ids.push_back(cursor.Module().moduleId); });
+    return ids;
+}
+
+std::optional<std::uint16_t> CPniFruData::GetPciLocation(std::uint8_t module, std::uint8_t port,
+                                                         std::uint8_t function) const {
+    const CReadGuard guard(lock_);
+    std::optional<std::uint16_t> location;
+    visitModule(viewOf(image_), module, [&](CRecordCursor& atModule) {
+        forEachFunction(atModule, [&](const CRecordCursor& cursor) {
+            const bool isFound =
+                cursor.Port().position == port && cursor.Function().Position() == function;
+            if (isFound) {
+                location = cursor.Function().U16(layout::PNI_PORT_FUNCTION::pciAddress);
+            }
+            return isFound;
+        });
+    });
+    return location;
 }
 
 }  // namespace em_pni

@@ -9,38 +9,35 @@
 #include <vector>
 
 #include "frudata/address_assignment.h"
+#include "frudata/address_index.h"
 #include "frudata/module_facts.h"
 #include "platform/address.h"
 #include "platform/read_write_lock.h"
 
 namespace em_pni {
 
-// Whether a module was found, and its position in the record.
-using FoundModule = std::pair<bool, std::uint8_t>;
-
-// Every member takes the image's lock for each search it makes: readers share it, changes have it
-// alone. Where a member looks twice (GetModuleSize, GetModuleFacts, RemoveModule), a caller that
-// needs one consistent answer holds the lock itself. Pointers handed out stay good until the next
-// change.
+// Any thread may call any member. Every member takes the lock of the image for each search that it
+// makes: readers share the lock, a change has it alone. Some members search twice (GetModuleSize,
+// GetStoredPniRealSize, CropToValidSize, GetModuleFacts, RemoveModule). A caller that needs one
+// consistent answer from them holds the lock for writing. A returned pointer stays good until the
+// next change.
 //
-// A member that cannot find what it needs throws std::runtime_error with the text that the member's
-// comment quotes. All take any image, however damaged, and touch no byte outside it.
+// A member that does not find what it needs throws std::runtime_error with the text that its
+// comment quotes. All members take any image and touch no byte outside it.
 class CPniFruData {
   public:
     CPniFruData() { image_.reserve(32); }
     explicit CPniFruData(std::vector<std::uint8_t> image) : image_(std::move(image)) {}
-    // A copy gets the bytes and a lock of its own.
+    // A copy has the same bytes and a lock of its own.
     CPniFruData(const CPniFruData& other);
     CPniFruData& operator=(const CPniFruData& other);
 
     [[nodiscard]] std::vector<std::uint8_t> GetImage() const;
     void SetImage(std::vector<std::uint8_t> image);
     [[nodiscard]] std::size_t GetSize() const;
-    // Same length and same bytes.
     [[nodiscard]] bool HasSameImage(const CPniFruData& other) const;
 
-    // For a caller that needs several answers about the same bytes: members may be called while it
-    // is held for writing.
+    // A thread that holds the lock for writing may call all members.
     [[nodiscard]] CReadWriteLock& Lock() const noexcept { return lock_; }
     // Calls `reader` with the bytes under the read lock and returns its result. The reader must not
     // change this object.
@@ -51,9 +48,9 @@ class CPniFruData {
     }
 
     [[nodiscard]] bool IsValid() const;
-    // False when there is no record to read it from.
+    // Returns false when the image holds no multi-record header.
     [[nodiscard]] bool GetRecordFormatVersion(std::uint8_t* version) const;
-    // Whether the record has codes where the oldest format has texts. False likewise.
+    // Whether the format version of the record is one with technology codes.
     [[nodiscard]] bool HasCodes() const;
 
     // "FindOemInternalUseArea() : Could not find OEM Internal Area."
@@ -69,55 +66,59 @@ class CPniFruData {
     [[nodiscard]] std::uint8_t GetModuleCount() const;
     [[nodiscard]] std::uint8_t GetPortCount(std::uint8_t module) const;
     [[nodiscard]] std::uint8_t GetPortFunctionCount(std::uint8_t module, std::uint8_t port) const;
-    // Bytes of a module; the last one reaches to the end of the image, so crop first.
-    // "GetModuleSize() : moduleSize is 0."
+    // Bytes of a module. The last module reaches to the end of the image: crop the image first.
+    // "FindPniModuleArea() : Could not find Module Area.", "GetModuleSize() : moduleSize is 0."
     [[nodiscard]] std::uint16_t GetModuleSize(std::uint8_t index) const;
-    // Bytes of the image up to the end of the record, header included.
+    // Bytes from the beginning of the image to the end of the record. Throws the texts of
+    // FindPniCommonArea and FindPniFruMultirecordHeader.
     [[nodiscard]] std::size_t GetStoredPniRealSize() const;
 
-    // Cuts the image to its real size modulo 65536. "PNI Fru Structure not valid!"
+    // Resizes the image to its real size modulo 65,536. "PNI Fru Structure not valid!"
     void CropToValidSize();
 
-    // Checksums and end marks after a change of the record, in this order: internal use area, end
-    // marks, record (whose data hold the end marks).
+    // Repairs after a change of the record. Call them in this order: the checksum of the record
+    // covers the end marks. UpdateEndOfListBit repairs the end marks of modules only.
+    // "FindPniModuleArea() : Could not find Module Area."
     bool UpdateInternalUseAreaChecksum();
     void UpdateEndOfListBit();
     void UpdateOemPniRecordChecksum();
 
-    // Each change of addresses is all or nothing; address_assignment.h says what is refused.
+    // Each change of addresses is made wholly or not at all. Returns whether it was made.
+    // address_assignment.h says what is refused.
     bool AssignMacAddresses(std::span<const MacAddress> macs, std::uint8_t module);
     bool AssignWwnAddresses(std::span<const PhysicalAddress> names, std::uint8_t module);
     bool AssignIpv4Address(const MacAddress& mac, const IpAddress& address);
     bool AssignIpv6Address(const MacAddress& mac, const IpAddress& address, std::size_t slot);
     bool ClearIpAddresses();
 
-    // Appends a whole module area, and cuts off what lies behind the record. The low six bits of
-    // the stream's first byte say the slot; they are replaced, here and in the record, by the id
-    // that the module gets. False, and the image as it was, when the stream is no module or does
-    // not fit into the record. For slot 0, the onboard adapter, false as well, and the image's lock
-    // is then left with the calling thread.
+    // Puts a module area behind the last module and cuts off what follows the record. The low six
+    // bits of the stream's first byte state the slot. The id of the new module replaces them, in
+    // the record and in `stream`. Returns false and keeps the image when the stream is not exactly
+    // one module or does not fit into the record.
+    // For slot 0, the onboard adapter, it returns false and the calling thread owns the lock of the
+    // image for writing; end it with Lock().EndWrite().
     bool AddPniModule(std::vector<std::uint8_t>& stream);
-    // Takes out the module at this position; the ids of the others stay. False, and the image as it
-    // was, when that leaves no valid record.
+    // Removes the module at this position. The other modules keep their ids. Returns false and
+    // keeps the image when the result would be no valid record.
     // std::logic_error "RemoveModule() - Requested removing onboard adapter (location id == 0)"
     bool RemoveModule(std::uint8_t index);
-    // The first free one of 32 from the location id on; above 63 it wraps where it is stored.
+    // The first free id of the 32 from the location id on. An id above 63 is stored modulo 64.
     // std::logic_error
     // "CPniFruData::GetNextAvailableModuleId() : No available module id found?"
     [[nodiscard]] std::uint8_t GetNextAvailableModuleId(std::uint8_t locationId) const;
 
-    // The first module, in record order, whose manufacture MAC or WWPN is the searched one.
+    // The first module in record order that has this manufacture MAC or WWPN.
     [[nodiscard]] FoundModule FindModuleByMacAddress(const MacAddress& mac) const;
     [[nodiscard]] FoundModule FindModuleByWWPNAddress(WorldWideName wwpn) const;
     [[nodiscard]] FoundModule FindModuleByAddress(const PhysicalAddress& address) const;
-    // One entry per Ethernet or Fibre Channel function, in port and function order.
+    // One entry per Ethernet or Fibre Channel function in port and function order.
     [[nodiscard]] std::vector<MacAddress> GetModuleMacAddresses(std::uint8_t module) const;
     [[nodiscard]] std::vector<PhysicalAddress> GetModuleWWPNAddresses(std::uint8_t module) const;
-    // The former, or, when there are none, the latter.
+    // The MACs, or the WWPNs when the module has no MAC.
     [[nodiscard]] std::vector<PhysicalAddress> GetModulePhysicalAddresses(
         std::uint8_t module) const;
-    // Calls `visit` with each module and its physical addresses, in record order. The visitor must
-    // not change this object.
+    // Calls `visit` with each module and its physical addresses in record order. The visitor must
+    // not call members of this object.
     using ModuleVisitor = std::function<void(const ModuleFacts& module,
                                              const std::vector<PhysicalAddress>& addresses)>;
     void VisitModules(const ModuleVisitor& visit) const;
@@ -125,20 +126,27 @@ class CPniFruData {
     [[nodiscard]] ModuleFacts GetModuleFacts(std::uint8_t module) const;
     // The active MACs of all Ethernet functions of the record.
     [[nodiscard]] std::vector<MacAddress> GetActiveMacAddresses() const;
-    // `moduleId` of each module, in record order: the slot it sits in, 0 = onboard.
+    // The id of each module in record order.
     [[nodiscard]] std::vector<std::uint8_t> GetModuleIds() const;
-    // Bus (bits 8-15), device (3-7) and function (0-2) stored for a port function.
+    // The PCI bus (bits 8-15), device (3-7) and function (0-2) of a port function. Returns no value
+    // when the record does not hold them.
     [[nodiscard]] std::optional<std::uint16_t> GetPciLocation(std::uint8_t module,
                                                               std::uint8_t port,
                                                               std::uint8_t function) const;
 
   private:
-    // Unchecked inside: they change a copy that no other thread knows, without its lock.
+    FoundModule Search(const PhysicalAddress& wanted) const;
+
+    // The analysis is off inside: these change a private copy without its lock.
     bool InsertModule(std::vector<std::uint8_t>& stream) PNI_REQUIRES(lock_) PNI_UNCHECKED;
     bool EraseModule(std::uint8_t index) PNI_REQUIRES(lock_) PNI_UNCHECKED;
+    // Replaces the image with the changed copy when that is valid.
     bool TakeWhen(bool isValid, CPniFruData& changed, const char* operation)
         PNI_REQUIRES(lock_) PNI_UNCHECKED;
     void UpdateAfterModuleChange();
+
+    static constexpr const char* noModuleAreaText =
+        "FindPniModuleArea() : Could not find Module Area.";
 
     mutable CReadWriteLock lock_;
     std::vector<std::uint8_t> image_ PNI_GUARDED_BY(lock_);

@@ -5,23 +5,41 @@
 #include <string_view>
 #include <utility>
 
+#include "frudata/address_text.h"
+
 namespace em_pni {
 namespace {
 
 using Layout = layout::PNI_PORT_FUNCTION;
 using namespace std::string_view_literals;
 
-// Texts of format version 10; the NUL is part of the comparison.
+// Texts of format version 10. The NUL is part of the comparison.
 constexpr std::array technologyTexts = {
     std::pair{"NIC\0"sv, FunctionTechnology::nic},     std::pair{"FC\0"sv, FunctionTechnology::fc},
     std::pair{"FCoE\0"sv, FunctionTechnology::fcoe},   std::pair{"IB\0"sv, FunctionTechnology::ib},
     std::pair{"iSCSI\0"sv, FunctionTechnology::iscsi},
 };
 
+std::optional<MacAddress> readMac(const CPniPortFunction& function, std::size_t offset) {
+    const auto mac = function.Technology() == FunctionTechnology::nic
+                         ? function.AddressBytes(offset, layout::macSize)
+                         : std::nullopt;
+    return mac ? std::optional(MacAddress(*mac)) : std::nullopt;
+}
+
+WorldWideName readName(const CPniPortFunction& function, std::size_t offset) {
+    const auto text = function.AddressBytes(offset, layout::worldwideNameSize);
+    return text ? ToHex(*text).value_or(0) : 0;
+}
+
 }  // namespace
 
+bool CPniPortFunction::HasTextTechnology() const noexcept {
+    return formatVersion_ < layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes;
+}
+
 FunctionTechnology CPniPortFunction::Technology() const noexcept {
-    if (formatVersion_ < 11) {
+    if (HasTextTechnology()) {
         return TextTechnology();
     }
     const auto code = U8(Layout::technologyType);
@@ -41,7 +59,7 @@ FunctionTechnology CPniPortFunction::TextTechnology() const noexcept {
 }
 
 std::size_t CPniPortFunction::Place(std::size_t field) const noexcept {
-    return formatVersion_ < 11 && field >= Layout::speed ? field + Layout::textTechnologyShift
+    return HasTextTechnology() && field >= Layout::speed ? field + Layout::textTechnologyShift
                                                          : field;
 }
 
@@ -78,6 +96,29 @@ std::optional<std::span<const std::uint8_t>> CPniPortFunction::AddressBytes(
     }
     const std::size_t place = bytes_.U8(Layout::addressOffset) + offset;
     return bytes_.Has(place, length) ? std::optional(bytes_.Inside(place, length)) : std::nullopt;
+}
+
+std::optional<PhysicalAddress> manufactureAddress(const CPniPortFunction& function,
+                                                  PhysicalAddress::Kind kind) {
+    using Names = layout::FC_ADDRESSES;
+    PhysicalAddress address;
+    address.kind = kind;
+    if (kind == PhysicalAddress::Kind::mac) {
+        const auto mac = readMac(function, layout::NIC_ADDRESSES::manufactureMac);
+        address.mac = mac.value_or(MacAddress());
+        return mac ? std::optional(address) : std::nullopt;
+    }
+    if (function.Technology() != FunctionTechnology::fc ||
+        function.Size() < Names::minimumFunction) {
+        return std::nullopt;
+    }
+    address.wwpn = readName(function, Names::manufactureWwpn);
+    address.wwnn = readName(function, Names::manufactureWwnn);
+    return address;
+}
+
+std::optional<MacAddress> activeMac(const CPniPortFunction& function) {
+    return readMac(function, layout::NIC_ADDRESSES::activeMac);
 }
 
 }  // namespace em_pni

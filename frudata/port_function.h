@@ -1,4 +1,4 @@
-// The fields of one port function.
+// One port function of a record: its fields and its addresses.
 #pragma once
 
 #include <cstddef>
@@ -7,28 +7,17 @@
 #include <span>
 
 #include "frudata/layout.h"
+#include "platform/address.h"
 #include "platform/bytes.h"
 
 namespace em_pni {
 
-// Technology of a port function, in the record and in answers.
-enum class FunctionTechnology : std::uint8_t {
-    nic = 0,
-    fc = 1,
-    fcoe = 2,
-    iscsi = 3,
-    ib = 4,
-    sas = 5,
-    roce = 6,
-    unknown = 255,
-};
-
-// Borrows the image. A field is there only when its bytes lie wholly inside the function and the
-// image; both ends are kept by the view, so no reader can pass them.
+// Borrows the image. A reader returns no value for a field that does not lie wholly inside the
+// function and the image.
 class CPniPortFunction {
   public:
     CPniPortFunction() noexcept = default;
-    // `offset`: of the function in the image, which holds at least what a walk reads of it.
+    // `offset`: image offset of the function.
     CPniPortFunction(CByteView image, std::size_t offset, std::uint8_t position,
                      std::uint8_t formatVersion) noexcept
         : offset_(offset), position_(position), formatVersion_(formatVersion) {
@@ -48,25 +37,26 @@ class CPniPortFunction {
     }
     [[nodiscard]] bool Enabled() const noexcept { return (flags_ & layout::enableBit) != 0; }
     [[nodiscard]] bool EndOfList() const noexcept { return (flags_ & layout::endOfListBit) != 0; }
-    // The whole function in bytes, as it states it; the image may end before.
+    // Bytes of the whole function as its header states them. The image may end before.
     [[nodiscard]] std::size_t Size() const noexcept { return size_; }
     [[nodiscard]] FunctionTechnology Technology() const noexcept;
 
-    // Fields of layout::PNI_PORT_FUNCTION.
+    // `field` is an offset in layout::PNI_PORT_FUNCTION.
     [[nodiscard]] std::optional<std::uint8_t> U8(std::size_t field) const noexcept;
     [[nodiscard]] std::optional<std::uint16_t> U16(std::size_t field) const noexcept;
     [[nodiscard]] std::optional<std::uint32_t> U32(std::size_t field) const noexcept;
-    // All `length` bytes of a field, or none.
     [[nodiscard]] std::optional<std::span<const std::uint8_t>> Bytes(
         std::size_t field, std::size_t length) const noexcept;
-    // Whether the address block begins behind the common fields: writing to one that does not would
-    // change those.
+    // Whether the address block begins behind the common fields. A change of another block would
+    // change these fields.
     [[nodiscard]] bool HasSeparateAddresses() const noexcept;
-    // All `length` bytes at `offset` of the address block, or none.
+    // `length` bytes at `offset` of the address block.
     [[nodiscard]] std::optional<std::span<const std::uint8_t>> AddressBytes(
         std::size_t offset, std::size_t length) const noexcept;
 
   private:
+    [[nodiscard]] bool HasTextTechnology() const noexcept;
+    // Offset of the field in this function: it depends on the format version.
     [[nodiscard]] std::size_t Place(std::size_t field) const noexcept;
     [[nodiscard]] FunctionTechnology TextTechnology() const noexcept;
 
@@ -77,5 +67,15 @@ class CPniPortFunction {
     std::uint8_t position_ = 0;  // in the port, from 0
     std::uint8_t formatVersion_ = 0;
 };
+
+// The manufacture address of a function: a MAC of an Ethernet function, the names of a Fibre
+// Channel function. Returns no value when the function has another technology or is too short. A
+// name that is not 16 hexadecimal characters reads as 0.
+std::optional<PhysicalAddress> manufactureAddress(const CPniPortFunction& function,
+                                                  PhysicalAddress::Kind kind);
+
+// The active MAC of an Ethernet function. Returns no value when the function has another technology
+// or is too short.
+std::optional<MacAddress> activeMac(const CPniPortFunction& function);
 
 }  // namespace em_pni

@@ -2,7 +2,7 @@
 
 #include "frudata/layout.h"
 #include "frudata/pni_fru.h"
-#include "frudata/record_frame.h"
+#include "frudata/record_cursor.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -32,17 +32,15 @@ bool mendInternalUseAreaChecksum(CByteEditor image) noexcept {
 
 bool mendRecordChecksum(CByteEditor image) noexcept {
     const CByteView view = image.View();
-    RecordFrame frame;
-    const FrameFault fault = locateFrame(view, frame);
-    const std::size_t header = frame.multirecordHeader;
-    if (header == 0 || fault == FrameFault::headerOutside) {
+    const RecordFrame frame = locateFrame(view);
+    // A wrong type, version or subtype does not prevent the repair.
+    if (frame.fault <= FrameFault::headerOutside ||
+        !view.Has(frame.commonArea, frame.recordLength)) {
         return false;
     }
-    const std::size_t length = view.U16(header + Header::recordLength);
-    if (!view.Has(header + Header::size, length)) {
-        return false;  // the checksum of bytes that are not there would be a guess
-    }
-    image.PutU8(header + Header::recordChecksum, negated(view.Sum(header + Header::size, length)));
+    const std::size_t header = frame.multirecordHeader;
+    image.PutU8(header + Header::recordChecksum,
+                negated(view.Sum(frame.commonArea, frame.recordLength)));
     const std::uint8_t sum = view.Sum(header, Header::headerChecksum);
     image.PutU8(header + Header::headerChecksum, negated(sum));
     PNI_TRACE(5, "\nCPniFruData         : UpdateOemPniRecordChecksum() : New checksum: %u", sum);

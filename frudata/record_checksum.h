@@ -1,13 +1,14 @@
-// The checksums of a record, mended after a change.
+// Repair of the checksums of a record after a change.
 #pragma once
 
 #include "platform/bytes.h"
 
 namespace em_pni {
 
-// Both do nothing, and say so by false, when what they cover is not wholly inside the image.
+// Each returns false and changes nothing when the covered bytes are not wholly inside the image.
+
 bool mendInternalUseAreaChecksum(CByteEditor image) noexcept;
-// The record's checksum, then that of its header, which covers it.
+// Mends the checksum of the record data, then the checksum of the header, which covers it.
 bool mendRecordChecksum(CByteEditor image) noexcept;
 
 }  // namespace em_pni

@@ -1,8 +1,8 @@
-// Any sequence of changes to a record: a valid record stays valid, a change that is refused changes
-// nothing, and no change touches what it is not about.
+// Makes any sequence of changes to a record. A valid record must stay valid, a refused change must
+// change nothing, and a change must touch only its own bytes.
 //
-// Input: how many bytes of script (bit 7: the record is made of the rest; else the rest is the
-// image), the script, the rest.
+// Input: one byte, the script, the rest. Bits 0-5 of the first byte are the length of the script in
+// bytes. With bit 7 the record is built from the rest; without it the rest is the image.
 #include <algorithm>
 #include <stdexcept>
 
@@ -21,20 +21,20 @@ constexpr unsigned scriptMask = 0x3F;
 constexpr std::uint8_t buildBit = 0x80;
 constexpr unsigned maxEdits = 8;
 
-// A record cut into what a change may and may not touch. Counts, lengths, checksums and the end
-// marks of modules follow from the rest and are blanked.
+// A record, cut into the parts that a change may touch and those that it may not. Counts, lengths,
+// checksums and the end marks of modules depend on the rest; they read as 0 here.
 struct CutRecord {
     Bytes front;  // up to the first module
     std::vector<Bytes> modules;
     Bytes padding;         // from the last module to the end of the record
     Bytes behind;          // the rest of the image
-    bool isWhole = false;  // valid, and the modules end where the record does or before
+    bool isWhole = false;  // valid, and no module reaches behind the record
 
     explicit CutRecord(const Bytes& image) {
         const CByteView view(image.data(), image.size());
-        RecordFrame frame;
+        const RecordFrame frame = locateFrame(view, FrameChecks::checksums);
         if (pniValidateFru(image.data(), image.size()) != PNI_SUCCESS ||
-            locateFrame(view, frame) != FrameFault::none) {
+            frame.fault != FrameFault::none) {
             return;
         }
         const auto part = [&view](std::size_t begin, std::size_t end) {
@@ -43,9 +43,8 @@ struct CutRecord {
         };
         std::vector<std::size_t> begins;
         CRecordCursor cursor(view, frame);
-        while (cursor.NextModule()) {
-            begins.push_back(cursor.Module().offset);
-        }
+        forEachModule(cursor,
+                      [&begins](CRecordCursor& at) { begins.push_back(at.Module().offset); });
         begins.push_back(cursor.NextOffset());
         for (std::size_t i = 0; i + 1 < begins.size(); ++i) {
             Bytes& module = modules.emplace_back(part(begins[i], begins[i + 1]));
@@ -67,12 +66,12 @@ struct CutRecord {
         }
     }
 
-    // Same parts, but for the modules.
+    // All parts but the modules must be the same.
     void RequireSameFrame(const CutRecord& other) const {
-        require(front == other.front, "what stands before the modules stays");
+        require(front == other.front, "the bytes in front of the modules stay");
         require(padding == other.padding, "the padding of the record stays");
-        require(behind == other.behind, "what stands behind the record stays");
-        require(modules.size() == other.modules.size(), "so does the number of modules");
+        require(behind == other.behind, "the bytes behind the record stay");
+        require(modules.size() == other.modules.size(), "the number of modules stays");
     }
 };
 
@@ -84,12 +83,8 @@ MacAddress takeMac(CFuzzInput& script, const CPniFruData& record) {
                : MacAddress(script.Take(choice % 2 == 0 ? 6 : script.Below(12)));
 }
 
-// Whether the lists of an Ethernet function hold the address.
+// Whether an Ethernet function of the record lists the address.
 bool isListed(const Bytes& image, const IpAddress& address) {
-    const CByteView view(image.data(), image.size());
-    RecordFrame frame;
-    locateFrame(view, frame);
-    CRecordCursor cursor(view, frame);
     const auto holds = [&address](const CPniPortFunction& function) {
         const auto counters = function.AddressBytes(44, 1);
         const std::size_t v4 = counters ? counters->front() & 0x0FU : 0;
@@ -104,17 +99,10 @@ bool isListed(const Bytes& image, const IpAddress& address) {
         }
         return false;
     };
-    while (cursor.NextModule()) {
-        while (cursor.NextPort()) {
-            while (cursor.NextFunction()) {
-                if (cursor.Function().Technology() == FunctionTechnology::nic &&
-                    holds(cursor.Function())) {
-                    return true;
-                }
-            }
-        }
-    }
-    return false;
+    return forEachFunction(CByteView(image), [&holds](const CRecordCursor& cursor) {
+        return cursor.Function().Technology() == FunctionTechnology::nic &&
+               holds(cursor.Function());
+    });
 }
 
 class CEditing {
@@ -128,7 +116,7 @@ class CEditing {
             const bool wasValid = record_.IsValid();
             (this->*edits[script_.Below(std::size(edits))])(before);
             require(!wasValid || record_.IsValid(), "a valid record stays valid");
-            require(isDone_ || record_.GetImage() == image, "what is refused changes nothing");
+            require(isDone_ || record_.GetImage() == image, "a refused change changes nothing");
         }
     }
 
@@ -195,7 +183,7 @@ class CEditing {
         now.RequireSameFrame(before);
         for (std::size_t i = 0; i < now.modules.size(); ++i) {
             require(now.modules[i].size() == before.modules[i].size(), "no module grows");
-            require(i == module || now.modules[i] == before.modules[i], "the others stay");
+            require(i == module || now.modules[i] == before.modules[i], "the other modules stay");
         }
     }
 
@@ -203,7 +191,7 @@ class CEditing {
         isDone_ = record_.ClearIpAddresses();
         const Bytes cleared = record_.GetImage();
         record_.ClearIpAddresses();
-        require(record_.GetImage() == cleared, "nothing is left to clear");
+        require(record_.GetImage() == cleared, "a second clearing changes nothing");
         if (before.isWhole) {
             const CutRecord now = Now();
             now.RequireSameFrame(before);
@@ -213,7 +201,7 @@ class CEditing {
         }
     }
 
-    // As each cycle of the update thread does it.
+    // The same steps as in each cycle of the update thread.
     void AssignAnew(const CutRecord& /*before*/) {
         struct Interface {
             MacAddress mac;
@@ -237,8 +225,7 @@ class CEditing {
         isDone_ = true;
     }
 
-    void AddModule(const CutRecord& before)
-        PNI_UNCHECKED {  // may end a write that it did not begin
+    void AddModule(const CutRecord& before) PNI_UNCHECKED {  // ends a write that AddPniModule began
         std::uint8_t version = 12;
         (void)record_.GetRecordFormatVersion(&version);
         Bytes stream = script_.Below(8) == 0
@@ -255,31 +242,32 @@ class CEditing {
         }
         CutRecord now = Now();
         stream.front() &= 0x7F;
-        require(before.isWhole && now.isWhole, "only a whole record grows");
+        require(before.isWhole && now.isWhole, "only a whole record gets a module");
         if (before.modules.back().empty()) {
-            return;  // behind a module without a byte of its own is in front of it, too
+            return;  // behind a module without bytes is also in front of it
         }
-        require(now.modules.back() == stream, "the module is the stream");
-        require(now.behind.empty(), "what stands behind the record is cut off");
+        require(now.modules.back() == stream, "the new module is the stream");
+        require(now.behind.empty(), "the bytes behind the record are cut off");
         now.modules.pop_back();
         now.behind = before.behind;
         now.RequireSameFrame(before);
-        require(now.modules == before.modules, "the others stay");
+        require(now.modules == before.modules, "the other modules stay");
         TakeOutAgain(before);
     }
 
-    // A copy, so that the record goes on with the module.
+    // Works on a copy, so that the next change finds the module.
     void TakeOutAgain(const CutRecord& before) const {
         CPniFruData copy(record_);
         const auto ids = copy.GetModuleIds();
         if (ids.back() == 0) {
-            return;  // onboard by its id, which has wrapped
+            return;  // the id has wrapped to 0, which means onboard
         }
-        require(copy.RemoveModule(static_cast<std::uint8_t>(ids.size() - 1)), "it comes out");
+        require(copy.RemoveModule(static_cast<std::uint8_t>(ids.size() - 1)),
+                "the new module can be removed");
         const CutRecord now(copy.GetImage());
         require(now.isWhole && now.front == before.front && now.modules == before.modules &&
                     now.padding == before.padding && now.behind.empty(),
-                "put in and taken out is as before");
+                "adding and removing restores the record");
     }
 
     void RemoveModule(const CutRecord& before) {
@@ -288,7 +276,8 @@ class CEditing {
             isDone_ = record_.RemoveModule(index);
         } catch (const std::logic_error&) {
             isDone_ = false;
-            require(record_.GetModuleIds().at(index) == 0, "only onboard modules must stay");
+            require(record_.GetModuleIds().at(index) == 0,
+                    "only the removal of an onboard module throws");
         }
         if (!before.isWhole || !isDone_) {
             return;
@@ -298,10 +287,10 @@ class CEditing {
         others.erase(others.begin() + index);
         require(now.isWhole && now.front == before.front && now.modules == others &&
                     now.padding == before.padding && now.behind == before.behind,
-                "all but the module stays");
+                "everything but the module stays");
     }
 
-    // Repairs what is whole: nothing to do.
+    // A repair of a whole record must change nothing.
     void Repair(const CutRecord& before) {
         isDone_ = !before.isWhole;
         try {
@@ -309,7 +298,7 @@ class CEditing {
             record_.UpdateEndOfListBit();
             record_.UpdateOemPniRecordChecksum();
         } catch (const std::runtime_error&) {
-            require(!before.isWhole, "a whole record has all its modules");
+            require(!before.isWhole, "all modules of a whole record are found");
         }
     }
 
@@ -317,7 +306,7 @@ class CEditing {
         isDone_ = before.isWhole;
         if (isDone_) {
             record_.CropToValidSize();
-            require(Now().behind.empty(), "nothing stands behind a cropped record");
+            require(Now().behind.empty(), "a cropped image ends with the record");
         }
     }
 
@@ -347,7 +336,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Bytes image;
     if ((head & buildBit) != 0) {
         image = buildRecord(input);
-        require(pniValidateFru(image.data(), image.size()) == PNI_SUCCESS, "it is built valid");
+        require(pniValidateFru(image.data(), image.size()) == PNI_SUCCESS,
+                "a built record is valid");
     } else {
         image = input.TakeRest();
     }

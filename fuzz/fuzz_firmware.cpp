@@ -1,5 +1,5 @@
-// Any bytes as the firmware's memory: entry points, SMBIOS structures, the interrupt routing table,
-// and what a PCI function's configuration space begins with.
+// The input is firmware memory with entry points, SMBIOS structures and an interrupt routing table.
+// It is also the configuration space header of a PCI function.
 #include "devscan/pci_routing.h"
 #include "devscan/pci_text.h"
 #include "devscan/smbios.h"
@@ -17,22 +17,22 @@ PciFunction functionAt(const PciAddress& address) {
 }
 
 void checkSlots(SlotTables tables) {
-    // Each is looked up among all.
+    // Limits the quadratic time of the checks below.
     tables.slots.resize(std::min<std::size_t>(tables.slots.size(), 32));
     tables.onboard.resize(std::min<std::size_t>(tables.onboard.size(), 32));
     tables.routing.resize(std::min<std::size_t>(tables.routing.size(), 32));
     for (const SmbiosSlot& slot : tables.slots) {
-        require(slot.address.device <= 31 && slot.address.function <= 7, "slots have a place");
+        require(slot.address.device <= 31 && slot.address.function <= 7, "addresses are in range");
         const bool isKnown = slot.id != 0 && slot.id != 0xFFFF;
         require(!isKnown || resolveSlot(functionAt(slot.address), tables) != unknownSlot,
-                "a function in a slot has a slot");
+                "a function in a slot has a slot number");
     }
     for (const PciAddress& address : tables.onboard) {
-        require(resolveSlot(functionAt(address), tables) == 0, "onboard is slot 0");
+        require(resolveSlot(functionAt(address), tables) == 0, "an onboard function has slot 0");
     }
     for (const RoutedDevice& routed : tables.routing) {
         require(resolveSlot(functionAt({0, routed.bus, routed.device, 0}), tables) != unknownSlot,
-                "a routed function has a slot");
+                "a routed function has a slot number");
     }
 }
 
@@ -50,7 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     PciFunction function;
     function.ids.vendor = area.U16(0);
     function.ids.device = area.U16(2);
-    require(applyConfigHeader(area, function) == (size >= 64), "its own header fits");
+    require(applyConfigHeader(area, function) == (size >= 64),
+            "a header with the same ids is accepted");
     return 0;
 }
 
@@ -58,8 +59,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
-// Called by libFuzzer for every new input: the table that begins at each boundary gets the checksum
-// that its length asks for.
+// libFuzzer calls this for every new input. Corrects the checksum of each table that begins on a
+// 16-byte boundary.
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t maxSize, unsigned /*seed*/) {
     size = LLVMFuzzerMutate(data, size, maxSize);
@@ -70,13 +71,9 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
                                    : area.HasText(offset, "$PIR") ? area.U16(offset + 6)
                                                                   : 0;
         const CByteView table = area.Part(offset, length);
-        unsigned sum = 0;
-        for (std::size_t i = 0; i < table.Size(); ++i) {
-            sum += table.U8(i);
-        }
         if (table.Size() > 8) {
             std::uint8_t& last = data[offset + table.Size() - 1];
-            last = static_cast<std::uint8_t>(last - sum);
+            last = static_cast<std::uint8_t>(last - table.Sum(0, table.Size()));
         }
     }
     return size;

@@ -1,4 +1,4 @@
-// What the fuzz targets share: bytes that make decisions, and checks that end the run.
+// Shared by all fuzz targets: reading the input, and checks that end the run.
 #pragma once
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace em_pni::fuzz {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// `what` is what must hold, in words, for whoever reads the finding.
+// Ends the run when a condition does not hold. `what` is the condition in words.
 inline void require(bool holds, const char* what) {
     if (!holds) {
         std::fprintf(stderr, "does not hold: %s\n", what);
@@ -20,7 +20,7 @@ inline void require(bool holds, const char* what) {
     }
 }
 
-// Reads the fuzzer's bytes front to back; behind their end there are zeros.
+// Reads the input from front to back. Behind its end it reads zeros.
 class CFuzzInput {
   public:
     explicit CFuzzInput(std::span<const std::uint8_t> bytes) noexcept : rest_(bytes) {}

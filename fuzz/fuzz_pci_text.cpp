@@ -1,8 +1,7 @@
-// Any text as the output of kernel and tools about PCI functions: by each parser, and as the answer
-// of every command during a scan of a machine that has no files.
+// The input is text from the kernel or tools about PCI functions. Each parser reads it. Then it is
+// the output of every command during a scan of a machine without files.
 #include <algorithm>
 
-#include "devscan/adapter_names.h"
 #include "devscan/hardware_address.h"
 #include "devscan/pci_list.h"
 #include "devscan/pci_text.h"
@@ -33,11 +32,11 @@ class CNoInterfaces final : public CInterfaceControl {
 
 void checkFunctions(const std::vector<PciFunction>& functions, std::string_view text) {
     const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
-    require(functions.size() <= lines, "a line tells of one function at most");
+    require(functions.size() <= lines, "a line has one function at most");
     for (const PciFunction& function : functions) {
         const PciAddress& address = function.address;
-        require(address.device <= 31 && address.function <= 7, "a listed function has a place");
-        require(parsePciAddress(pciAddressText(address)) == address, "whose text says the same");
+        require(address.device <= 31 && address.function <= 7, "addresses are in range");
+        require(parsePciAddress(pciAddressText(address)) == address, "address texts are exact");
     }
 }
 
@@ -48,25 +47,26 @@ void checkLine(std::string_view line) {
     (void)deviceNameOfLspciLine(line);
     const auto address = pciAddressOfPath(line);
     const auto bridges = pciBridgesOfPath(line);
-    require(bridges.size() <= line.size() / 8, "a bridge takes its text");
+    require(bridges.size() <= line.size() / 8, "each bridge stands in the path");
     require(!parsePciAddress(line) || address == parsePciAddress(line), "an address is a path");
     const std::string printable = printableText(line);
-    require(printableText(printable) == printable, "what is printable stays");
+    require(printableText(printable) == printable, "printable text stays the same");
 }
 
-// In the order of their addresses, each once.
+// Checks that the list has each address once, in order.
 void checkScan(std::string_view text) {
     CMachine machine("/nowhere", std::make_unique<CSameAnswer>(text),
                      std::make_unique<CNoInterfaces>());
     const auto functions = listPciFunctions(machine);
     const auto adapters = ScanSystemAdapters(machine);
-    require(adapters.has_value() == functions.has_value(), "a list makes a scan");
+    require(adapters.has_value() == functions.has_value(), "a scan succeeds when there is a list");
     if (functions) {
         const auto unordered = std::adjacent_find(
             functions->begin(), functions->end(),
             [](const auto& a, const auto& b) { return !(a.address < b.address); });
-        require(unordered == functions->end(), "functions are in order, each once");
-        require(adapters->size() <= functions->size(), "an adapter is a function");
+        require(unordered == functions->end(), "functions are in order and each occurs once");
+        require(adapters->size() <= functions->size(),
+                "there are not more adapters than functions");
     }
 }
 

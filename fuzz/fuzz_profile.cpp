@@ -1,4 +1,4 @@
-// Any bytes as a profile file.
+// The input is a profile file.
 #include <cstdint>
 
 #include "platform/number.h"
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const CProfileText profile(text);
     for (const auto& [key, value] : profile.Entries("EM_PNI")) {
         if (!profile.Find("em_pni", key)) {
-            __builtin_trap();  // what is listed must be found
+            __builtin_trap();  // a listed key must be found
         }
         (void)parseNumber(value);
     }

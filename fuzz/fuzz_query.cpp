@@ -1,7 +1,7 @@
-// Any filter over any record: the answer is JSON, and a filtered one holds nothing but what was
-// asked for and what the whole answer holds.
+// Asks any record with any filter. The answer must be valid JSON. A filtered answer must be a part
+// of the whole answer and hold only the requested members.
 //
-// Input: the filter's text; behind its first NUL the image, else a sample record.
+// Input: the text of the filter, then a NUL and the image. Without a NUL a sample record is used.
 #include <algorithm>
 #include <cstring>
 #include <rapidjson/stringbuffer.h>
@@ -25,7 +25,7 @@ void requireJson(const rapidjson::Document& answer) {
     require(answer.Accept(writer), "an answer can be written");
     rapidjson::Document again;
     again.Parse(text.GetString(), text.GetSize());
-    require(!again.HasParseError() && again == answer, "and read again");
+    require(!again.HasParseError() && again == answer, "a written answer can be read again");
 }
 
 bool isPartOf(const Value& part, const Value& whole) {
@@ -46,7 +46,7 @@ bool isPartOf(const Value& part, const Value& whole) {
     return part == whole;
 }
 
-// Ids, addresses inside of their lists and the lists themselves are always there.
+// Ids, address lists and the addresses in them are written without being requested.
 bool isAsked(std::string_view name, const CMemberSelection& selection) {
     const auto member = findMemberByName(name);
     return !member || selection.Selects(*member) || *member == Member::ModuleId ||
@@ -81,11 +81,13 @@ void query(std::string_view filterText, std::span<const std::uint8_t> image) {
     }
     (void)filter.Description();
     rapidjson::Document answer;
-    require(CPNI_Data(image, &filter).PniGetAllData(answer) == isThere, "no filter hides a record");
+    require(CPNI_Data(image, &filter).PniGetAllData(answer) == isThere,
+            "a filter does not decide whether there is an answer");
     if (isThere) {
         requireJson(answer);
         require(isPartOf(answer, whole), "a filtered answer is part of the whole");
-        require(holdsOnly(answer, filter.Selection()), "nothing is told that was not asked for");
+        require(holdsOnly(answer, filter.Selection()),
+                "a filtered answer holds only requested members");
     }
 }
 

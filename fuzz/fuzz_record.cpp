@@ -1,7 +1,8 @@
-// Any bytes as a FRU image: everything that finds its way through a record agrees with the walk,
-// and nothing points outside.
+// Reads any bytes as a FRU image. All readers of a record must agree with the walk through it, and
+// no result may point outside the image.
 #include <stdexcept>
 
+#include "frudata/address_index.h"
 #include "frudata/pni_fru.h"
 #include "frudata/pni_fru_data.h"
 #include "frudata/record_cursor.h"
@@ -15,7 +16,8 @@ namespace {
 
 constexpr std::size_t outside = SIZE_MAX;
 
-// The first elements, then ever fewer, and the last one: each search begins at the front.
+// Picks positions 0, 1, 2, 4, 8, ... and the last one. Each search begins at the front, so checking
+// all positions would take too long.
 bool isSample(unsigned position, unsigned count) {
     return (position & (position - 1)) == 0 || position + 1 == count;
 }
@@ -30,10 +32,11 @@ class CNavigation {
 
     void Check() {
         CheckFinds();
-        RecordFrame frame;
-        const bool hasFrame = locateFrame(CByteView(data_, size_), frame) == FrameFault::none;
-        require(hasFrame || !isValid_, "a valid image has a record");
-        require(isValid_ == record_.IsValid(), "the owner of the image says the same");
+        const RecordFrame frame = locateFrame({data_, size_});
+        const bool hasFrame = frame.fault == FrameFault::none;
+        require(hasFrame || !isValid_, "a valid image holds a record");
+        require(isValid_ == record_.IsValid(),
+                "CPniFruData judges the image as pniValidateFru does");
         if (hasFrame) {
             CheckFrame(frame);
             CheckWalk(frame);
@@ -43,14 +46,14 @@ class CNavigation {
     }
 
   private:
-    // Where a result points to; it must have `length` bytes there.
+    // The image offset of a result. `length` bytes must lie there.
     std::size_t OffsetOf(const std::uint8_t* found, std::size_t length) const {
         if (found == nullptr) {
             return outside;
         }
         const auto offset = static_cast<std::size_t>(found - data_);
         require(found >= data_ && CByteView(data_, size_).Has(offset, length),
-                "what is found lies inside");
+                "a result lies inside the image");
         return offset;
     }
 
@@ -58,27 +61,32 @@ class CNavigation {
         area_ = OffsetOf(pni_findOemInternalUseArea(data_, size_), 8);
         header_ = OffsetOf(pni_findPniFruMultirecordHeader(data_, size_), 6);
         common_ = OffsetOf(pni_findPniCommonArea(data_, size_), 0);
-        require(common_ == outside || common_ == header_ + 6, "the header ends at the record");
+        require(common_ == outside || common_ == header_ + 6,
+                "the record begins where the header ends");
         std::uint8_t version = 0;
         const bool hasVersion = pni_getRecordFormatVersion(data_, size_, &version) == PNI_SUCCESS;
-        require(hasVersion == (header_ != outside), "whoever finds the header has a version");
-        require(!isValid_ || (version >= 10 && version <= 12), "valid versions are 10 to 12");
+        require(hasVersion == (header_ != outside),
+                "the version is there exactly when the header is");
+        require(!isValid_ || (version >= 10 && version <= 12),
+                "a valid record has version 10 to 12");
     }
 
     void CheckFrame(const RecordFrame& frame) const {
         require(area_ == frame.internalUseArea && header_ == frame.multirecordHeader &&
                     common_ == frame.commonArea,
-                "the finds agree with the frame");
-        require(pni_getModuleCount(data_, size_) == frame.moduleCount, "so does the count");
+                "the find functions agree with the frame");
+        require(pni_getModuleCount(data_, size_) == frame.moduleCount,
+                "the module count agrees with the frame");
     }
 
     void CheckWalk(const RecordFrame& frame) const {
         CRecordCursor cursor(CByteView(data_, size_), frame);
-        bool isHidden = false;  // behind a module whose end mark does not fit its place
+        bool isHidden = false;  // a module in front has a wrong end mark
         while (cursor.NextModule()) {
             const std::uint8_t module = cursor.Module().position;
             if (isHidden) {
-                require(!isValid_ && pni_getPortCount(data_, size_, module) == 0, "it is hidden");
+                require(!isValid_ && pni_getPortCount(data_, size_, module) == 0,
+                        "a wrong end mark hides the modules behind it");
                 break;
             }
             isHidden = !cursor.ModuleFitsItsPlace();
@@ -91,7 +99,7 @@ class CNavigation {
                 const bool isPortChecked = isChecked && isSample(port.position, 0);
                 require(!isPortChecked || pni_getPortFunctionCount(data_, size_, module,
                                                                    port.position) == port.pfCount,
-                        "functions are counted as walked");
+                        "the function count agrees with the walk");
                 while (cursor.NextFunction()) {
                     if (isPortChecked && isSample(cursor.Function().Position(), port.pfCount)) {
                         CheckFunction(cursor);
@@ -101,7 +109,7 @@ class CNavigation {
         }
         require(!isValid_ || (cursor.Fault() == WalkFault::none &&
                               cursor.Module().position + 1 == frame.moduleCount && !isHidden),
-                "a valid record is walked to its end");
+                "the walk reaches the end of a valid record");
     }
 
     void CheckModule(const CRecordCursor& cursor) const {
@@ -110,9 +118,9 @@ class CNavigation {
             OffsetOf(pni_findPniModuleArea(data_, size_, module.position, true), 3);
         const std::size_t any =
             OffsetOf(pni_findPniModuleArea(data_, size_, module.position, false), 3);
-        require(any == module.offset && strict == any, "modules are found where they are walked");
+        require(any == module.offset && strict == any, "the module search agrees with the walk");
         require(pni_getPortCount(data_, size_, module.position) == module.portCount,
-                "ports are counted as walked");
+                "the port count agrees with the walk");
     }
 
     void CheckFunction(const CRecordCursor& cursor) const {
@@ -120,35 +128,44 @@ class CNavigation {
         const std::uint8_t module = cursor.Module().position;
         const std::uint8_t port = cursor.Port().position;
         const auto location = record_.GetPciLocation(module, port, function.Position());
-        require(location == function.U16(26), "a function has one PCI location");
+        require(location == function.U16(26), "the PCI location agrees with the field");
         Bytes buffer(1 + size_ % 120, 0xEE);
         const std::uint32_t code = pni_readAddressBlock(
             data_, size_, module, port, function.Position(), buffer.data(), buffer.size());
         const bool isFc = function.Technology() == FunctionTechnology::fc;
-        require(isFc == (code != PNI_UNSUPPORTED_ERR), "Fibre Channel only");
-        require((code == PNI_SUCCESS) == (isFc && function.Size() >= 64), "names need their room");
-        require(code == PNI_SUCCESS || buffer == Bytes(buffer.size(), 0xEE), "else nothing is put");
+        require(isFc == (code != PNI_UNSUPPORTED_ERR),
+                "only Fibre Channel functions have a block to read");
+        require((code == PNI_SUCCESS) == (isFc && function.Size() >= 64),
+                "the names need 64 bytes");
+        require(code == PNI_SUCCESS || buffer == Bytes(buffer.size(), 0xEE),
+                "a failed read leaves the buffer as it is");
     }
 
-    // What the record does not say must not matter.
+    // Indices that the record does not have.
     void CheckAnyIndices() const {
+        const CModuleAddressIndex owners(CByteView(data_, size_));
         for (unsigned index = 1; index < 256; index += 63) {
             const auto module = static_cast<std::uint8_t>(index);
             const auto other = static_cast<std::uint8_t>(size_ + index);
             const std::size_t found =
                 OffsetOf(pni_findPniModuleArea(data_, size_, module, false), 3);
-            require(found == outside || module < pni_getModuleCount(data_, size_), "counted");
+            require(found == outside || module < pni_getModuleCount(data_, size_),
+                    "a found module is counted");
             require(pni_getPortFunctionCount(data_, size_, module, other) == 0 ||
                         other < pni_getPortCount(data_, size_, module),
-                    "functions stand in ports that are counted");
+                    "a port with functions is counted");
             std::uint8_t byte = 0;
             pni_readAddressBlock(data_, size_, module, other, other, &byte, 1);
             const auto addresses = record_.GetModulePhysicalAddresses(module);
-            require(addresses.empty() || module < record_.GetModuleCount(), "addresses, too");
+            require(addresses.empty() || module < record_.GetModuleCount(),
+                    "a module with addresses is counted");
             for (const PhysicalAddress& address : addresses) {
-                const auto [isFound, where] = record_.FindModuleByAddress(address);
+                const auto owner = record_.FindModuleByAddress(address);
+                require(owner == owners.Find(address), "the index agrees with the search");
+                const auto [isFound, where] = owner;
                 const bool isNone = address.wwpn == 0 && !address.mac.IsUsable();
-                require(isFound ? where <= module : isNone, "an address leads to its module");
+                require(isFound ? where <= module : isNone,
+                        "an address leads to its module or to one in front");
             }
         }
         require(!isValid_ || record_.GetModuleIds().size() == record_.GetModuleCount(),
@@ -158,17 +175,18 @@ class CNavigation {
     void CheckSizes(const RecordFrame& frame) {
         const unsigned count = record_.GetModuleCount();
         try {
-            require(record_.GetStoredPniRealSize() <= size_, "the record is not longer");
+            require(record_.GetStoredPniRealSize() <= size_,
+                    "the record is not longer than the image");
             std::size_t end = static_cast<std::size_t>(record_.FindPniModuleArea(0, true) -
                                                        record_.FindPniCommonArea()) +
                               common_;
-            require(end == frame.commonArea + 4, "the first module stands first");
+            require(end == frame.commonArea + 4, "the first module begins behind the common area");
             for (unsigned i = 0; i < std::min(count, 16U); ++i) {
                 end += record_.GetModuleSize(static_cast<std::uint8_t>(i));
             }
-            require(count > 16 || (end - size_) % 0x10000 == 0, "modules fill the image");
+            require(count > 16 || (end - size_) % 0x10000 == 0, "the modules fill the image");
         } catch (const std::runtime_error&) {
-            // Not a record, or a module without a byte of its own.
+            // The image holds no record, or a module has no bytes.
         }
     }
 

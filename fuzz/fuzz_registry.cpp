@@ -1,4 +1,4 @@
-// Any bytes as a registry file: what is read at all comes back the same when written and read
+// The input is a registry file. A tree that was read must be the same after writing and reading it
 // again.
 #include <cstdint>
 #include <string_view>

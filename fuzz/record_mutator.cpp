@@ -2,7 +2,7 @@
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
-// Called by libFuzzer for every new input. One in eight keeps its damage.
+// libFuzzer calls this for every new input. One input in eight stays damaged.
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t maxSize, unsigned seed) {
     size = LLVMFuzzerMutate(data, size, maxSize);

@@ -1,4 +1,4 @@
-// Damage that a checksum does not stop.
+// Repairs the record in a fuzz input, so that a mutation gets past the checksums.
 #pragma once
 
 #include <algorithm>
@@ -7,8 +7,8 @@
 
 namespace em_pni::fuzz {
 
-// Given by each target whose inputs hold records: where in an input the image begins; the input's
-// size or more when there is none.
+// Each target with records in its inputs defines this. Returns the offset of the image in an input.
+// The offset is not smaller than the size of the input when the input has no image.
 std::size_t imageOffset(std::span<const std::uint8_t> input);
 
 inline void mendInput(std::span<std::uint8_t> input) {

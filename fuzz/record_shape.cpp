@@ -10,12 +10,13 @@ namespace {
 
 using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
 
-// The technology of format version 10 is a text, and all behind it stands two bytes further.
+// Rewrites a function for format version 10: the technology becomes a text. The text gets four more
+// bytes, so that the longest one does not run into the next field.
 void makeTechnologyText(Bytes& function) {
     static constexpr const char* texts[] = {"NIC", "FC", "FCoE", "iSCSI", "IB", "SAS"};
     const std::string text = texts[function[14] % std::size(texts)];
     function.insert(function.begin() + 15, 4, 0);
-    function[19] = 0;  // behind the longest text
+    function[19] = 0;  // NUL behind the longest text
     test::put(function, 14, test::textBytes(text));
     function[1] = static_cast<std::uint8_t>(function[1] + 1);
     function[2] = 38;
@@ -27,7 +28,7 @@ Bytes buildAddresses(CFuzzInput& input, unsigned technology) {
     }
     const std::uint8_t counters = input.Byte();
     const std::size_t lists = (counters & 0x0FU) * 4 + (counters >> 4U) * 16U;
-    // Now and then as much as a function can hold.
+    // Sometimes the function gets as long as possible.
     const std::size_t slack = input.Below(50) * (input.Below(8) == 7 ? std::size_t{30} : 1);
     const std::uint8_t mac = input.Byte();
     return test::nicAddresses(mac, input.Take(std::min<std::size_t>(lists + slack, 930)), counters);
@@ -46,14 +47,15 @@ Bytes buildFunction(CFuzzInput& input, unsigned version, unsigned id, bool last)
     return bytes;
 }
 
-// The flags of one element, all bits but those of its number kept, the end mark set or cleared.
+// Writes the number and the end mark of one element. The bits in `keptBits` stay.
 void putMark(CByteEditor& image, std::size_t offset, std::uint8_t keptBits, unsigned number,
              bool last) {
     const unsigned flags = (image.View().U8(offset) & keptBits) | number | (last ? 0x80U : 0U);
     image.PutU8(offset, static_cast<std::uint8_t>(flags));
 }
 
-// The walk stops where a number or end mark is wrong; it is put right and tried once more.
+// Walks the record. Where a number or end mark stops the walk, it is corrected and the step is
+// repeated.
 class CMarkMender {
   public:
     CMarkMender(CByteEditor image, const RecordFrame& frame)
@@ -134,12 +136,13 @@ void mendRecord(Bytes& image) {
     constexpr std::size_t headerSum = layout::IPMI_FRU_COMMON_HEADER::size - 1;
     editor.PutU8(headerSum, static_cast<std::uint8_t>(0U - editor.View().Sum(0, headerSum)));
     mendInternalUseAreaChecksum(editor);
-    RecordFrame frame;
-    if (locateFrame(editor.View(), frame) == FrameFault::recordOutside) {
+    RecordFrame frame = locateFrame(editor.View());
+    if (frame.fault == FrameFault::recordOutside) {
         editor.PutU16(frame.multirecordHeader + Header::recordLength,
                       static_cast<std::uint16_t>(image.size() - frame.commonArea));
+        frame = locateFrame(editor.View());
     }
-    if (locateFrame(editor.View(), frame) == FrameFault::none) {
+    if (frame.fault == FrameFault::none) {
         CMarkMender(editor, frame).Mend();
         mendRecordChecksum(editor);
     }

@@ -1,5 +1,5 @@
-// Runs a fuzz target over the files of the given folders: whole, cut short and, where there are
-// records in them, with bits turned over.
+// Runs a fuzz target over the files of the given folders: each file whole and cut short. Files with
+// records also run with single bits changed.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -17,12 +17,12 @@ namespace {
 
 using Input = std::vector<std::uint8_t>;
 
-// Exactly as many bytes as are handed over: one too far is seen.
+// The vector has no spare bytes, so the sanitizer sees a read behind the input.
 void run(const Input& input) {
     LLVMFuzzerTestOneInput(input.data(), input.size());
 }
 
-// A short file at every length.
+// Cuts a short file at every length, and a long one at some.
 void runCut(const Input& whole) {
     for (std::size_t size = whole.size(); size > 0; size -= 1 + size / 256) {
         run({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
@@ -30,7 +30,8 @@ void runCut(const Input& whole) {
 }
 
 #ifdef EM_PNI_MENDS_RECORDS
-// Each bit of a short file and some of a long one, as it is and where no checksum tells of it.
+// Changes each bit of a short file, and some bits of a long one. Runs each result as it is, and
+// again with its checksums repaired.
 void runDamaged(const Input& whole) {
     for (std::size_t bit = 0; bit < whole.size() * 8; bit += 1 + whole.size() / 1000 * 8) {
         Input input = whole;

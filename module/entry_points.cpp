@@ -2,8 +2,8 @@
 #include <memory>
 
 #include "em_pni/em_pni.h"
-#include "platform/debug_client.h"
 #include "platform/trace.h"
+#include "platform/trace_client.h"
 #include "pni/pni_ext_module.h"
 
 #define EM_PNI_EXPORT __attribute__((visibility("default")))

@@ -17,7 +17,7 @@
 namespace em_pni {
 namespace {
 
-// The mutex of one event, held for a scope.
+// Holds the mutex of an event. Also releases it when the thread is cancelled.
 class CMutexGuard {
   public:
     explicit CMutexGuard(pthread_mutex_t& mutex) noexcept : mutex_(mutex) {
@@ -31,7 +31,7 @@ class CMutexGuard {
     pthread_mutex_t& mutex_;
 };
 
-// Counts a scope, also one that a cancelled thread leaves.
+// Counts the threads in a scope. Also counts down when the thread is cancelled.
 class CCounted {
   public:
     explicit CCounted(unsigned& count) noexcept : count_(count) { ++count_; }
@@ -76,9 +76,10 @@ struct CEvent::State {
         const CMutexGuard guard(mutex);
         return IsSignaled;
     }
-    // Whether the waiter with this ticket may go now; takes what lets it go. Under the mutex.
+    // Whether the waiter with this ticket may go now. Takes the signal of an auto event. The caller
+    // holds the mutex.
     bool Admit(std::uint64_t ticket) noexcept;
-    // Wakes as many as one change of an event may release. Under the mutex.
+    // Wakes the waiters that one Set or Pulse can release. The caller holds the mutex.
     void Wake() noexcept {
         IsManual ? pthread_cond_broadcast(&condition) : pthread_cond_signal(&condition);
     }
@@ -93,8 +94,9 @@ struct CEvent::State {
     const bool IsManual;
     bool IsSignaled;
     bool isClosed = false;
-    // A pulse leaves no signalled state behind, so it marks whom it releases: waiters draw a ticket
-    // on arrival, and those up to pulsedTicket may go, of an auto event only pulseCredits of them.
+    // A pulse leaves no signalled state, so it records which waiters it releases. Each waiter gets
+    // a ticket number. Waiters up to pulsedTicket may go. For an auto event only pulseCredits of
+    // them may go.
     std::uint64_t lastTicket = 0;
     std::uint64_t pulsedTicket = 0;
     unsigned pulseCredits = 0;
@@ -110,8 +112,7 @@ struct NamedEvents {
 };
 
 NamedEvents& namedEvents() {
-    // Never destroyed: static objects that end later may own events. Without events it owns
-    // nothing.
+    // Never destroyed, because static objects that end later may own events.
     alignas(NamedEvents) static std::byte storage[sizeof(NamedEvents)];
     static auto* const events = new (storage) NamedEvents;
     return *events;
@@ -198,25 +199,22 @@ CEvent::CEvent(std::string_view name, bool isManual, bool isSignaled) noexcept :
 }
 
 CEvent::~CEvent() {
-    if (state_ != nullptr) {
-        Release(state_);
-    }
-}
-
-void CEvent::Release(State* state) noexcept {
-    NamedEvents& events = namedEvents();
-    const CRecursiveLockGuard guard(events.lock);
-    PNI_TRACE(5, "decr refcount on event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
-              state->Name(), state->Signaled());
-    if (--state->refCount > 0) {
+    if (state_ == nullptr) {
         return;
     }
-    PNI_TRACE(5, "deleting event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state),
-              state->Name(), state->Signaled());
-    if (!state->name.empty()) {
-        events.table.erase(state->name);
+    NamedEvents& events = namedEvents();
+    const CRecursiveLockGuard guard(events.lock);
+    PNI_TRACE(5, "decr refcount on event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state_),
+              state_->Name(), state_->Signaled());
+    if (--state_->refCount > 0) {
+        return;
     }
-    delete state;
+    PNI_TRACE(5, "deleting event %p <%s> (IsSignaled=%d)\n", static_cast<void*>(state_),
+              state_->Name(), state_->Signaled());
+    if (!state_->name.empty()) {
+        events.table.erase(state_->name);
+    }
+    delete state_;
 }
 
 void CEvent::Set() noexcept {
@@ -294,7 +292,7 @@ int CEvent::Wait(std::uint32_t milliseconds) {
         return invalidHandle;
     }
     const CMutexGuard guard(state_->mutex);
-    // The order of arrival; only those who arrived before a pulse are released by it.
+    // A later Pulse releases this thread, an earlier one does not.
     const std::uint64_t ticket = ++state_->lastTicket;
     if (state_->Admit(ticket)) {
         PNI_TRACE(5,
@@ -312,7 +310,7 @@ int CEvent::Wait(std::uint32_t milliseconds) {
     const CCounted counted(state_->waiters);
     bool released = false;
     int error = 0;
-    // A wake-up alone says nothing: only what Admit finds ends the wait.
+    // Threads also wake up without a signal. Only Admit decides whether the wait ends.
     while (!released && (error == 0 || error == EINTR)) {
         error = milliseconds == forever
                     ? pthread_cond_wait(&state_->condition, &state_->mutex)

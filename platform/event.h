@@ -1,4 +1,4 @@
-// Manual-reset and auto-reset events between the threads of one process.
+// Events between the threads of one process, with manual or automatic reset.
 #pragma once
 
 #include <cstdint>
@@ -6,44 +6,45 @@
 
 namespace em_pni {
 
-// A handle on an event. An event with a name is shared by all handles of that name; it lives until
-// the last of them is released. Every operation may be called from any thread; a handle must not be
-// released while a thread waits through it. No operation throws; a thread may be cancelled in Wait.
+// A handle of an event. All handles of the same name share one event, which lives as long as one of
+// them. Any thread may call any operation. A handle must not be destroyed while a thread waits on
+// it. No operation throws. Wait is a cancellation point (pthread_cancel).
 class CEvent {
   public:
     static constexpr std::uint32_t forever = 0xFFFFFFFF;  // milliseconds
 
-    // Results of Wait; any other value is an error number.
+    // Results of Wait. Any other value is an errno value.
     static constexpr int signalled = 0;
     static constexpr int timedOut = 102;
     static constexpr int invalidHandle = -1;
 
-    // An empty name makes an event of its own. Opening a name that exists keeps that event's kind
-    // and state. Without memory or system resources the handle is invalid: it does nothing.
+    // Creates an event, or opens the event of that name and ignores the other arguments. An event
+    // with an empty name is not shared. Without memory or system resources the handle is invalid:
+    // its operations do nothing and Wait returns invalidHandle.
     CEvent(std::string_view name, bool isManual, bool isSignaled) noexcept;
     ~CEvent();
     CEvent(const CEvent&) = delete;
     CEvent& operator=(const CEvent&) = delete;
 
     [[nodiscard]] bool IsValid() const noexcept { return state_ != nullptr; }
-    // Signals: a manual event releases all waiters and stays signalled, an auto event releases one
-    // waiter and is cleared by it.
+    // Signals the event. A manual event releases all waiters and stays signalled. An auto event
+    // releases one waiter, which resets it.
     void Set() noexcept;
-    // Releases those that wait at this moment (all of a manual event, one of an auto event); the
-    // event is not signalled afterwards.
+    // Releases the threads that wait at this moment: all for a manual event, one for an auto event.
+    // The event is not signalled afterwards.
     void Pulse() noexcept;
     void Reset() noexcept;
-    // Signals for good: nobody waits on this event any longer.
+    // Signals the event permanently: releases all waiters, and no later Wait blocks.
     void Close() noexcept;
+    // Whether the event is signalled. Does not change it.
     [[nodiscard]] bool Check() const noexcept;
-    // Waits on the monotonic clock.
+    // The time is measured with the monotonic clock.
     [[nodiscard]] int Wait(std::uint32_t milliseconds);
 
   private:
     struct State;
-    static void Release(State* state) noexcept;
 
-    State* state_;  // shared by the handles of the same name; null = invalid
+    State* state_;  // shared by all handles of the name; null = invalid handle
 };
 
 }  // namespace em_pni

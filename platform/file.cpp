@@ -22,7 +22,7 @@ bool CFileDescriptor::Close() noexcept {
 }
 
 std::optional<std::string> readSmallFile(const std::string& path, std::size_t limit) {
-    // O_NONBLOCK only matters for what is refused below: opening a pipe must not wait for a writer.
+    // O_NONBLOCK: opening a pipe, which is refused below, must not wait for a writer.
     const CFileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!file) {
         return std::nullopt;
@@ -72,19 +72,19 @@ bool writeAll(int descriptor, std::string_view bytes) noexcept {
 
 bool flushFolder(const std::string& folder) noexcept {
     const CFileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot flush a folder; the rename has happened all the same.
+    // EINVAL: this file system cannot flush folders.
     return directory && (::fsync(directory.Get()) == 0 || errno == EINVAL);
 }
 
 namespace {
 
-// Gives the temporary file the mode and owner of the one that it will replace.
+// Gives the temporary file the mode and owner of the file at `path`.
 bool inheritAttributes(int temporary, const std::string& path, unsigned newMode) noexcept {
     struct stat old {};
     if (::lstat(path.c_str(), &old) != 0) {
         return errno == ENOENT && ::fchmod(temporary, newMode) == 0;
     }
-    // Owner first: a change of owner clears the set-id bits of the mode.
+    // Owner first, because fchown clears the set-user-id bits of the mode.
     return ::fchown(temporary, old.st_uid, old.st_gid) == 0 &&
            ::fchmod(temporary, old.st_mode & 07777U) == 0;
 }

@@ -1,4 +1,4 @@
-// Small files, read and replaced whole.
+// Reads and replaces small files as a whole.
 #pragma once
 
 #include <cstddef>
@@ -24,29 +24,30 @@ class CFileDescriptor {
 
     [[nodiscard]] int Get() const noexcept { return descriptor_; }
     [[nodiscard]] explicit operator bool() const noexcept { return descriptor_ >= 0; }
-    // Closes now; false with errno when the system reports a late write error.
+    // Closes the descriptor. Returns false and sets errno when a write has failed late.
     [[nodiscard]] bool Close() noexcept;
 
   private:
     int descriptor_;
 };
 
-// The content of the regular file at `path`. Nothing, with errno set, when it cannot be opened or
-// read, is no regular file (EINVAL; a pipe or device never blocks the caller), or is longer than
-// `limit` bytes (EFBIG). Files of sysfs and procfs count as regular, whatever size they state.
+// The content of the regular file at `path`. Returns no value and sets errno when it cannot be
+// opened or read, is not a regular file (EINVAL), or has more than `limit` bytes (EFBIG). Never
+// waits for a pipe or device. Files of sysfs and procfs are regular files; their size is ignored.
 std::optional<std::string> readSmallFile(const std::string& path, std::size_t limit);
 
-// Writes all of `bytes`; false with errno.
+// Writes all of `bytes`. On failure returns false and sets errno.
 bool writeAll(int descriptor, std::string_view bytes) noexcept;
 
-// Makes renames in a folder last; false with errno. True also where a file system cannot do that.
+// Writes the entries of a folder to disk, so that renames survive a crash. On failure returns false
+// and sets errno. Returns true when the file system cannot flush folders.
 bool flushFolder(const std::string& folder) noexcept;
 
-// Replaces the file at `path` so that a crash at any moment leaves the old or the new content: a
-// temporary file in the same folder, written, flushed and renamed over it, and the folder flushed.
-// An existing file keeps its mode and owner, a new one gets `newMode`. A symbolic link at `path` is
-// replaced itself; callers that mean its target resolve it first. On failure: false with errno, and
-// nothing has changed unless flushing the folder was all that failed.
+// Replaces the file at `path`. A crash at any moment leaves the old or the new content: writes and
+// flushes a temporary file in the same folder, renames it and flushes the folder. An existing file
+// keeps its mode and owner. A new file gets `newMode`. A symbolic link at `path` is itself
+// replaced: resolve it first to replace its target. On failure returns false and sets errno. The
+// file is then unchanged, unless only flushing the folder failed.
 bool replaceFile(const std::string& path, std::string_view bytes, unsigned newMode = 0644) noexcept;
 
 }  // namespace em_pni

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t maxProfileSize = 1024 * 1024;
 
-// The name of the section that a line opens, or nothing for any other line.
+// The name of the section that a line opens. Returns no value for any other line.
 std::optional<std::string_view> sectionName(std::string_view line) noexcept {
     const std::string_view text = trimBlanks(line);
     if (text.size() < 2 || text.front() != '[' || text.back() != ']') {
@@ -34,24 +34,16 @@ std::optional<CProfileText::Entry> entryOf(std::string_view line) noexcept {
                                trimBlanks(text.substr(equals + 1))};
 }
 
-// Cuts the next line, without its newline, off the front of `rest`.
-std::string_view takeLine(std::string_view& rest) noexcept {
-    const std::size_t end = std::min(rest.find('\n'), rest.size());
-    const std::string_view line = rest.substr(0, end);
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-    return line;
-}
-
-// The text with the asked change made: one pass over its lines, the value put in place of the old
-// one, or behind the last line of its section, or into a new section at the end.
+// The text with the wanted change. A new value replaces the old value. Without an old value it goes
+// behind the last line of its section, or into a new section at the end.
 std::string edited(std::string_view text, std::string_view section, const char* key,
                    const char* value) {
     std::string result;
-    std::size_t insertAt = std::string::npos;  // behind the last entry of the section
+    std::size_t insertAt = std::string::npos;  // behind the last non-blank line of the section
     bool inSection = false;
     bool done = false;
     while (!text.empty()) {
-        const std::string_view line = takeLine(text);
+        const std::string_view line = takeUntil(text, '\n');
         if (const auto name = sectionName(line)) {
             inSection = equalIgnoringCase(*name, section);
         }
@@ -90,7 +82,7 @@ const char* orNil(const char* text) noexcept {
 CProfileText::CProfileText(std::string_view text) {
     std::string_view section;
     while (!text.empty()) {
-        const std::string_view line = takeLine(text);
+        const std::string_view line = takeUntil(text, '\n');
         if (const auto name = sectionName(line)) {
             section = *name;
             lines_.push_back({section, {}});
@@ -147,7 +139,7 @@ bool WritePrivateProfileString(const char* section, const char* key, const char*
         PNI_TRACE(2, "WritePrivateProfileString: ## WARNING: invalid pointer to FileName\n");
         return false;
     }
-    // O_NONBLOCK only matters for a pipe, which is refused: opening it must not wait for a reader.
+    // O_NONBLOCK: opening a pipe must not wait for a reader. readSmallFile then refuses the pipe.
     if (!CFileDescriptor(::open(
             fileName, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644))) {
         PNI_TRACE(2, "WritePrivateProfileString: ## WARNING: append open error: %s\n", fileName);

@@ -1,9 +1,8 @@
-// Profile files: INI-style text of sections, "[name]", holding lines "key=value".
+// Profile files: INI-style text with sections, "[name]", of lines "key=value".
 //
-// Section and key names match without regard to case. Blanks around names and values are cut. A
-// line that begins with ';' or '#' is a comment, a line without '=' says nothing. Where a section
-// or a key stands twice, the first one counts. A section that is split over the file is one
-// section.
+// Names of sections and keys are compared without case. Blanks around names and values are removed.
+// A line that begins with ';' or '#' is a comment. Other lines without '=' are ignored. When a key
+// occurs twice in a section, the first one counts. A section may be split over the file.
 #pragma once
 
 #include <optional>
@@ -14,7 +13,7 @@
 
 namespace em_pni {
 
-// A parsed view of a profile text; the text must outlive it.
+// A parsed view of a profile text. The text must outlive this object and all that it returns.
 class CProfileText {
   public:
     struct Entry {
@@ -38,13 +37,14 @@ class CProfileText {
     std::vector<Line> lines_;
 };
 
-// Reads one value from a file; nothing when the file, the section or the key is missing.
+// Reads one value from a file. Returns no value when the file, the section or the key is missing.
+// The file may have up to 1 MiB.
 std::optional<std::string> GetPrivateProfileString(std::string_view section, std::string_view key,
                                                    const std::string& fileName);
 
-// Sets, adds or removes one value and leaves every other line of the file as it is. A null `key`
-// removes the whole section, a null `value` the key. The file is made when missing and replaced
-// crash-safely. True when the file says now what was asked.
+// Sets or adds one value. A null `value` removes the key, a null `key` the whole section. All other
+// lines stay. Creates the file when it is missing. A crash at any moment leaves the old or the new
+// content. Returns true when the file has the wanted content.
 bool WritePrivateProfileString(const char* section, const char* key, const char* value,
                                const char* fileName);
 

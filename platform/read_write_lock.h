@@ -1,4 +1,4 @@
-// Many readers or one writer; a waiting writer keeps new readers out.
+// A lock for many readers or one writer. New readers wait for a waiting writer.
 #pragma once
 
 #include <new>
@@ -10,12 +10,13 @@
 namespace em_pni {
 
 // The thread that writes may begin reads and further writes. A thread that reads must end its read
-// before it begins a write or another read: it would wait for itself, or for a writer that waits
-// for it.
-// Order of the locks: the write mutex first, then the reader-count mutex.
+// before it begins a write or another read: otherwise it waits for ever, for itself or for a writer
+// that waits for it.
+// Order of the locks: first the write mutex, then the reader-count mutex.
 class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
   public:
-    // Throws std::bad_alloc without memory for the event: readers would not be waited for.
+    // Throws std::bad_alloc without memory for the event, because writers would not wait for
+    // readers then.
     CReadWriteLock() {
         if (!noReaders_.IsValid()) {
             throw std::bad_alloc();
@@ -40,7 +41,7 @@ class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
         PNI_TRACE(6,
                   "\nCReadWriteLock      : Waiting for completion of pending read operations...");
         while (noReaders_.Wait(CEvent::forever) > 0) {
-            // An error number: the wait itself failed, and writing beside a reader is no way out.
+            // The wait failed. Try again: nobody may write while another thread reads.
         }
         PNI_TRACE(6, "\nCReadWriteLock      : ... pending read operations were finished");
     }
@@ -68,8 +69,8 @@ class PNI_CAPABILITY("shared_mutex") CReadWriteLock {
 
     CRecursiveLock writeMutex_;
     CRecursiveLock readerCountMutex_;
-    CEvent noReaders_{"", true, true};  // signalled while nobody reads
-    int readerCount_ = 0;               // under readerCountMutex_
+    CEvent noReaders_{"", true, true};  // signalled while no thread reads
+    int readerCount_ = 0;               // guarded by readerCountMutex_
 };
 
 class PNI_SCOPED_CAPABILITY CReadGuard {
@@ -98,7 +99,7 @@ class PNI_SCOPED_CAPABILITY CWriteGuard {
     CWriteGuard(const CWriteGuard&) = delete;
     CWriteGuard& operator=(const CWriteGuard&) = delete;
 
-    // From here on the calling thread owns the lock without this guard.
+    // The guard no longer releases the lock. The calling thread must call EndWrite.
     void LeaveLocked() noexcept { lock_ = nullptr; }
 
   private:

@@ -4,9 +4,13 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <limits>
 #include <new>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 #include "platform/file.h"
@@ -20,10 +24,10 @@ constexpr std::array<std::string_view, 5> topLevelKeys{"HKEY_LOCAL_MACHINE", "HK
                                                        "HKEY_USERS", "HKEY_CLASSES_ROOT",
                                                        "HKEY_CURRENT_CONFIG"};
 
-CRegistry::Handle lastHandle = CRegistry::noHandle;  // of all stores, under the process's lock
+CRegistry::Handle lastHandle = CRegistry::noHandle;  // of all stores; guarded by processLock
 
 CRecursiveLock& processLock() {
-    // Never destroyed: static objects that end later may own a store. It owns no memory.
+    // Never destroyed, because static objects that end later may own a store.
     alignas(CRecursiveLock) static std::byte storage[sizeof(CRecursiveLock)];
     static auto* const lock = new (storage) CRecursiveLock;
     return *lock;
@@ -37,12 +41,83 @@ void addTopLevelKeys(CRegistryNode& root) {
     }
 }
 
+// The paths of the files. All are empty for an empty directory.
+struct Files {
+    std::string directory;
+    std::string current;
+    std::string previous;
+    std::string fresh;  // being written
+    std::string defaults;
+};
+
+Files filesIn(const std::string& directory) {
+    if (directory.empty()) {
+        return {};
+    }
+    const std::string current = directory + "/registry";
+    return {directory, current, current + ".old", current + ".new", current + ".default"};
+}
+
+constexpr mode_t fileMode = 0644;
+
+// Sets the mode before the rename: a crash between the two must not leave another mode.
+bool writeDurably(CFileDescriptor file, std::string_view text) noexcept {
+    return writeAll(file.Get(), text) && ::fchmod(file.Get(), fileMode) == 0 &&
+           ::fsync(file.Get()) == 0 && file.Close();
+}
+
+// Renames the current file to the previous one and the new file to the current one.
+bool changePlaces(const Files& files) noexcept {
+    struct stat status {};
+    const bool exists = ::stat(files.current.c_str(), &status) == 0;
+    if (!exists && errno != ENOENT) {
+        return false;
+    }
+    const bool isKept = exists && S_ISREG(status.st_mode) && status.st_size > 0;
+    if (isKept && ::rename(files.current.c_str(), files.previous.c_str()) != 0) {
+        return false;
+    }
+    if (::rename(files.fresh.c_str(), files.current.c_str()) == 0) {
+        return true;
+    }
+    const int reason = errno;
+    if (isKept) {
+        (void)::rename(files.previous.c_str(), files.current.c_str());
+    }
+    errno = reason;
+    return false;
+}
+
+// On failure writes a line to the trace and returns false.
+bool save(const Files& files, std::string_view text) noexcept {
+    // Do not write into a file that a crash left: it may have become a link to another file.
+    ::unlink(files.fresh.c_str());
+    CFileDescriptor file(
+        ::open(files.fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, fileMode));
+    if (!file) {
+        PNI_TRACE(1, "CRegistry: ERROR: Cannot open \"%s\" for writing\n", files.fresh.c_str());
+        return false;
+    }
+    if (!writeDurably(std::move(file), text) || !changePlaces(files)) {
+        const int reason = errno;
+        PNI_TRACE(1, "CRegistry: ERROR: Saving to \"%s\" failed (errno %d)\n",
+                  files.current.c_str(), reason);
+        ::unlink(files.fresh.c_str());
+        return false;
+    }
+    if (!flushFolder(files.directory)) {
+        const int reason = errno;
+        PNI_TRACE(1, "CRegistry: ERROR: Flushing \"%s\" failed (errno %d)\n",
+                  files.directory.c_str(), reason);
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 CRegistry::CRegistry(std::string_view directory)
-    : files_(registryFilesIn(std::string(directory))),
-      lock_(processLock()),
-      root_(std::make_shared<CRegistryNode>("")) {}
+    : directory_(directory), lock_(processLock()), root_(std::make_shared<CRegistryNode>("")) {}
 
 bool CRegistry::SetupTree(bool force) {
     const CRecursiveLockGuard guard(lock_);
@@ -51,20 +126,21 @@ bool CRegistry::SetupTree(bool force) {
     if (isSetup_ && !force) {
         return true;
     }
-    bool restored = Restore(files_.current);
+    const Files files = filesIn(directory_);
+    bool restored = Restore(files.current);
     if (!restored) {
         PNI_TRACE(1, "CRegistry: WARNING: Could not restore tree from \"%s\", trying backup\n",
-                  files_.current.c_str());
-        restored = Restore(files_.previous);
+                  files.current.c_str());
+        restored = Restore(files.previous);
     }
     if (!restored) {
         PNI_TRACE(1, "CRegistry: WARNING: Could not restore tree from \"%s\", trying default\n",
-                  files_.previous.c_str());
-        restored = Restore(files_.defaults);
+                  files.previous.c_str());
+        restored = Restore(files.defaults);
     }
     if (!restored) {
         PNI_TRACE(1, "CRegistry: ERROR: Could not restore tree from \"%s\", restoring failed\n",
-                  files_.defaults.c_str());
+                  files.defaults.c_str());
         addTopLevelKeys(*root_);
     }
     isSetup_ = true;
@@ -78,7 +154,7 @@ bool CRegistry::Restore(const std::string& path) {
     }
     const auto text = readSmallFile(path, maxRegistryText);
     if (!text && errno != EFBIG) {
-        // That a file is missing is not worth a warning of its own at the lowest level.
+        // Level 2: a missing file is normal.
         PNI_TRACE(2, "CRegistry: WARNING: Could not open \"%s\"\n", path.c_str());
         return false;
     }
@@ -108,18 +184,19 @@ bool CRegistry::SaveTree() {
     if (!isDirty_) {
         return true;
     }
+    const Files files = filesIn(directory_);
     const std::string text = formatRegistry(*root_);
     if (text.size() > maxRegistryText) {
         PNI_TRACE(1, "CRegistry: ERROR: The tree is too large for \"%s\" (%zu bytes)\n",
-                  files_.current.c_str(), text.size());
+                  files.current.c_str(), text.size());
         return false;
     }
-    if (!saveRegistryFiles(files_, text)) {
+    if (!save(files, text)) {
         return false;
     }
     isDirty_ = false;
-    PNI_TRACE(2, "\nCRegistry::SaveTree MPRegistryTemp[%s] \t MPRegistry[%s]", files_.fresh.c_str(),
-              files_.current.c_str());
+    PNI_TRACE(2, "\nCRegistry::SaveTree MPRegistryTemp[%s] \t MPRegistry[%s]", files.fresh.c_str(),
+              files.current.c_str());
     return true;
 }
 

@@ -1,8 +1,12 @@
-// The registry store: a tree of keys and values in memory, restored from and saved to text files in
-// one directory ("registry", "registry.old", "registry.new", "registry.default").
+// The registry store: a tree of keys and values in memory, kept in text files in one directory.
 //
-// Keys are named by their path from a top-level key on, "HKEY_LOCAL_MACHINE\SOFTWARE\X". The rules
-// for names and texts stand in registry_node.h, the form of the files in registry_format.h.
+//     registry          the current tree
+//     registry.old      the tree before the last save
+//     registry.new      being written
+//     registry.default  factory defaults
+//
+// The name of a key is its path from a top-level key on, "HKEY_LOCAL_MACHINE\SOFTWARE\X". See
+// registry_node.h for the rules of names and values, registry_format.h for the form of the files.
 #pragma once
 
 #include <cstdint>
@@ -13,19 +17,18 @@
 #include <vector>
 
 #include "platform/recursive_lock.h"
-#include "platform/registry_files.h"
 #include "platform/registry_node.h"
 
 namespace em_pni {
 
-// Every operation may be called from any thread; one lock of the process guards all stores. Two
-// stores on the same directory do not see each other's changes. Only a lack of memory throws
-// (std::bad_alloc), and leaves a sound tree. Changes reach the files by SaveTree alone: ending the
-// store drops what was not saved.
+// Any thread may call any operation: one lock of the process guards all stores. Two stores on the
+// same directory do not see each other's changes. The only exception is std::bad_alloc, which
+// leaves the tree sound. Only SaveTree writes to the files: changes that are not saved are lost
+// with the store.
 //
-// A handle stands for one key: opening the key again gives the same handle, and it need not be
-// closed. It goes stale when its key is deleted or the tree is restored anew. Numbers are not used
-// again while the library is loaded, so a stale handle, or one of another store, is refused.
+// A handle stands for one key. Opening a key twice gives the same handle. There is no close. A
+// handle ends when its key is deleted or the tree is restored again. Handles are never used twice
+// in a process, so each store refuses an ended handle and a handle of another store.
 class CRegistry {
   public:
     using Handle = int;
@@ -36,33 +39,39 @@ class CRegistry {
     CRegistry(const CRegistry&) = delete;
     CRegistry& operator=(const CRegistry&) = delete;
 
-    // Restores the tree from the current, the previous or the default file, whichever is the first
-    // to be whole, and drops unsaved changes. Nothing is done when that has been done before,
-    // unless it is forced. False when no file could be restored: the tree then stays as it is, with
-    // at least the top-level keys. Opening, creating and deleting keys do this first when needed.
+    // Restores the tree from "registry", else "registry.old", else "registry.default", and drops
+    // unsaved changes. After the first call does nothing and returns true, unless `force` is set.
+    // Returns false when no file could be restored: the tree then keeps its content and gets the
+    // top-level keys. Open, CreateKey and DeleteKey call this first.
     bool SetupTree(bool force);
-    // Sets up by force.
+    // SetupTree with force.
     bool InitClass();
-    // Nothing is done unless the tree has changed since it was saved or restored. False when saving
-    // failed, or the tree is larger than maxRegistryText: the files then stay as they are, and the
-    // tree is still to be saved.
+    // Writes the tree to "registry", mode 0644, and the old "registry" to "registry.old" unless it
+    // is empty. Does nothing when the tree has not changed since it was saved or restored. A crash
+    // at any moment leaves the old or the new tree in "registry", or the old tree in
+    // "registry.old" and no "registry". Returns false when saving failed or the tree is larger than
+    // maxRegistryText. The old "registry" is then still there, unless only flushing the directory
+    // failed. The next call tries again.
     bool SaveTree();
 
-    // noHandle when there is no such key.
+    // Returns noHandle when there is no such key.
     Handle Open(const std::string& path);
-    // Opens the key, made with all keys above it where missing; top-level keys cannot be made.
-    // noHandle when a name is refused or the path is too deep.
+    // Opens the key. Creates it and the keys above it when they are missing, except top-level keys.
+    // Returns noHandle when a name is not allowed or the path is too deep.
     Handle CreateKey(const std::string& path);
-    // Deletes the key and all below it; false when there is none or it is a top-level key.
+    // Deletes the key and all keys below it. Returns false when there is no such key or it is a
+    // top-level key.
     bool DeleteKey(const std::string& path);
 
     std::optional<RegistryData> GetValue(Handle key, const std::string& name);
-    // Adds or replaces. False when handle, name or data is refused.
+    // Adds or replaces a value. Returns false when the handle is unknown, or the name or data not
+    // allowed.
     bool SetValue(Handle key, const std::string& name, RegistryData data);
     bool DeleteValue(Handle key, const std::string& name);
-    // Copies the bytes of a value to `data`. `count` says how many fit and is set to how many there
-    // are, 0 without such a value. With null `data` only type and count are told; `type` may be
-    // null. False when there is no such value or it does not fit; then nothing is copied.
+    // Copies the bytes of a value to `data`. `*count` is the size of `data` in bytes and becomes
+    // the size of the value, or 0 when there is no such value. `type` may be null. With null `data`
+    // only type and size are returned. Returns false and copies nothing when there is no such value
+    // or it does not fit.
     bool QueryValue(Handle key, const std::string& name, RegistryType* type, void* data,
                     std::uint32_t* count);
 
@@ -70,13 +79,13 @@ class CRegistry {
     bool Restore(const std::string& path) PNI_REQUIRES(lock_);
     [[nodiscard]] CRegistryNode::Pointer FindKey(const std::vector<std::string_view>& names) const
         PNI_REQUIRES(lock_);
-    // Null when the handle is unknown.
+    // Returns null when the handle is unknown.
     [[nodiscard]] CRegistryNode* KeyOf(Handle key) const PNI_REQUIRES(lock_);
     Handle HandleOf(const CRegistryNode::Pointer& node) PNI_REQUIRES(lock_);
     void DropStaleHandles() noexcept PNI_REQUIRES(lock_);
 
-    const RegistryFiles files_;
-    CRecursiveLock& lock_;  // the one of the process
+    const std::string directory_;
+    CRecursiveLock& lock_;  // one for all stores of the process
     CRegistryNode::Pointer root_ PNI_GUARDED_BY(lock_);
     std::map<Handle, CRegistryNode::Pointer> handles_ PNI_GUARDED_BY(lock_);
     bool isSetup_ PNI_GUARDED_BY(lock_) = false;

@@ -95,12 +95,12 @@ std::optional<RegistryData> parseData(RegistryType type, std::string_view text) 
     }
 }
 
-// Adds what the lines say to a tree, one by one.
+// Builds a tree line by line.
 class CReader {
   public:
     explicit CReader(CRegistryNode& root) : root_(root) {}
 
-    // False when the line cannot be.
+    // Returns false when the line is not allowed here.
     bool Read(std::string_view line) {
         return line.size() >= 2 && line.front() == '[' && line.back() == ']'
                    ? OpenKey(line.substr(1, line.size() - 2))
@@ -155,9 +155,9 @@ class CReader {
 
     CRegistryNode& root_;
     CRegistryNode* current_ = nullptr;
-    // Indexes over the text, so that a file of nothing but siblings is not read in squared time.
+    // Indexes, so that a file with very many siblings does not take quadratic time.
     std::unordered_map<std::string_view, Key> keys_;   // by path
-    std::unordered_set<std::string_view> valueNames_;  // of the current key
+    std::unordered_set<std::string_view> valueNames_;  // of the values of the current key
 };
 
 }  // namespace

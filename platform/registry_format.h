@@ -1,10 +1,10 @@
-// The text of a registry file, one item per line, every line ended by a newline:
+// The text of a registry file. Each line holds one item and ends with a newline.
 //
-//     [HKEY_LOCAL_MACHINE]            a key, followed by its values and then by the keys below it
-//     Name=s=text                     text; "=es=" expandable text
-//     Count=d=-5                      integer
+//     [HKEY_LOCAL_MACHINE]            a key. Its values follow, then the keys below it
+//     Name=s=text                     text ("=es=": expandable text)
+//     Count=d=-5                      32-bit integer, decimal
 //     Bytes=b=00 ff                   binary, one blank behind each byte, also behind the last
-//     [HKEY_LOCAL_MACHINE\SOFTWARE]   a key below: the whole path, behind the one that holds it
+//     [HKEY_LOCAL_MACHINE\SOFTWARE]   a key below, with its whole path
 #pragma once
 
 #include <cstddef>
@@ -17,12 +17,13 @@ namespace em_pni {
 
 constexpr std::size_t maxRegistryText = std::size_t{4} * 1024 * 1024;  // bytes
 
-// The whole file for the tree below `root`.
+// The content of the file for the tree below `root`.
 std::string formatRegistry(const CRegistryNode& root);
 
-// The root of the tree that `text` describes; null when any part of it is not as above, a name or a
-// text breaks the rules of registry_node.h, a key or a value stands twice, a key stands before the
-// one that holds it or too deep, or there is no key at all. Takes time in proportion to the text.
+// The root of the tree that `text` describes. Returns null when a line has another form, a name or
+// value breaks the rules of registry_node.h, a key or value occurs twice, a key comes before the
+// key above it, a key is too deep, or there is no key. Takes time in proportion to the size of the
+// text.
 CRegistryNode::Pointer parseRegistry(std::string_view text);
 
 }  // namespace em_pni

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/bytes.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -45,11 +46,7 @@ std::optional<std::int32_t> registryNumber(const RegistryData& data) noexcept {
     if (data.type != RegistryType::integer || data.bytes.size() != integerSize) {
         return std::nullopt;
     }
-    std::uint32_t number = 0;
-    for (std::size_t i = integerSize; i-- > 0;) {
-        number = number << 8U | static_cast<unsigned char>(data.bytes[i]);
-    }
-    return static_cast<std::int32_t>(number);
+    return static_cast<std::int32_t>(CByteView(data.bytes).U32(0));
 }
 
 bool isRegistryKeyName(std::string_view name) noexcept {

@@ -1,11 +1,10 @@
-// A key of the registry tree: its name, its values and the keys below it, both in the order in
-// which they were added.
+// A key of the registry tree: its name, its values and the keys below it, in the order in which
+// they were added.
 //
-// A name is at most 255 bytes long and holds no control character. A key's name is not empty and
-// holds no '\'; a value's name may be empty, does not begin with '[' and holds no '='. A text holds
-// no newline and no NUL; no value is longer than 1 MiB. All else is kept byte for byte; what breaks
-// these rules is refused, by whoever sets it and by whoever reads it. Names match exactly, letter
-// case included.
+// A name has at most 255 bytes and no control character. The name of a key is not empty and has no
+// '\'. The name of a value may be empty, does not begin with '[' and has no '='. A text has no
+// newline and no NUL. A value has at most 1 MiB. Other bytes are kept as they are. Names are
+// compared with case.
 #pragma once
 
 #include <cstddef>
@@ -20,8 +19,8 @@ namespace em_pni {
 
 enum class RegistryType : int { text = 1, expandable = 2, binary = 3, integer = 4 };
 
-// Bytes of a text: its characters, without a terminator (an expandable one is never expanded here).
-// Bytes of an integer: four, lowest first.
+// The bytes of a text are its characters without a terminator. Expandable texts are not expanded.
+// The bytes of an integer are four, little-endian.
 struct RegistryData {
     RegistryType type = RegistryType::text;
     std::string bytes;
@@ -29,20 +28,20 @@ struct RegistryData {
 };
 
 RegistryData registryInteger(std::int32_t number);
-// Nothing when `data` is no integer.
+// Returns no value when `data` is not an integer.
 std::optional<std::int32_t> registryNumber(const RegistryData& data) noexcept;
 
 constexpr char registrySeparator = '\\';  // between the names of a path
 
-// The names along the path of a key, views of it; empty when one of them is refused or there are
-// more than CRegistryNode::maxDepth.
+// The names in the path of a key, as views of `path`. Returns none when a name is not allowed or
+// there are more than CRegistryNode::maxDepth.
 std::vector<std::string_view> registryPathNames(std::string_view path);
 bool isRegistryKeyName(std::string_view name) noexcept;
 bool isRegistryValueName(std::string_view name) noexcept;
 bool isRegistryData(const RegistryData& data) noexcept;
 
-// Does not check names or data, and takes no lock: that is up to the owner of the tree. The owner
-// also keeps the depth of the tree within maxDepth, which bounds every recursion over it.
+// The owner of the tree checks names and data and takes the lock. It also keeps the depth of the
+// tree within maxDepth, because functions recurse over the tree.
 class CRegistryNode {
   public:
     using Pointer = std::shared_ptr<CRegistryNode>;
@@ -51,32 +50,32 @@ class CRegistryNode {
         RegistryData data;
     };
 
-    static constexpr std::size_t maxDepth = 32;  // levels, the top-level keys being the first
+    static constexpr std::size_t maxDepth = 32;  // levels; a top-level key is at level 1
 
     explicit CRegistryNode(std::string_view name) : name_(name) {}
 
-    // False once the key has been deleted; whoever still points at it must let go of it.
+    // False when the key has been deleted. Holders of a pointer must then drop it.
     [[nodiscard]] bool IsValid() const noexcept { return marker_ == validMarker; }
     [[nodiscard]] const std::string& Name() const noexcept { return name_; }
     [[nodiscard]] const std::vector<Value>& Values() const noexcept { return values_; }
     [[nodiscard]] const std::vector<Pointer>& Children() const noexcept { return children_; }
 
-    // Null when there is none of this name.
+    // Return null when there is no such name.
     [[nodiscard]] const RegistryData* FindValue(std::string_view name) const noexcept;
     [[nodiscard]] Pointer FindChild(std::string_view name) const noexcept;
 
-    // The caller knows that there is none of this name.
+    // The name must not exist yet.
     void AddValue(std::string_view name, RegistryData data);
     Pointer AddChild(std::string_view name);
 
     void SetValue(std::string_view name, RegistryData data);
-    // False when there is none of this name.
+    // Return false when there is no such name.
     bool DeleteValue(std::string_view name) noexcept;
     bool DeleteChild(std::string_view name) noexcept;
-    // Marks this key and all below it as deleted and drops what they hold.
+    // Marks this key and all keys below it as deleted and clears them.
     void DeleteNode() noexcept;
 
-    // The number under which the store has handed out this key; 0 = not at all.
+    // The handle of this key in its store; 0 = none yet.
     [[nodiscard]] int Handle() const noexcept { return handle_; }
     void SetHandle(int handle) noexcept { handle_ = handle; }
 

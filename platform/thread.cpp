@@ -1,7 +1,6 @@
 #include "platform/thread.h"
 
 #include <csignal>
-#include <cxxabi.h>
 #include <mutex>
 #include <new>
 #include <pthread.h>
@@ -12,7 +11,7 @@
 namespace em_pni {
 namespace {
 
-// What a trace line shows of a thread.
+// The thread as trace lines show it.
 unsigned shown(pthread_t thread) noexcept {
     return static_cast<unsigned>(thread);
 }
@@ -85,20 +84,18 @@ struct CThread::Run {
     pthread_t thread{};
     CEvent ended{"", true, false};
     std::mutex lock;
-    bool hasEnded = false;  // under `lock`; while it is false, `thread` names a living thread
+    bool hasEnded = false;  // guarded by `lock`; while false, `thread` is alive
 };
 
 void* CThread::Run::Enter(void* shared) {
     const std::unique_ptr<std::shared_ptr<Run>> own(static_cast<std::shared_ptr<Run>*>(shared));
     Run& run = **own;
-    std::uintptr_t result = 0;
-    try {
-        result = run.procedure(run.argument);
-    } catch (abi::__forced_unwind&) {
-        run.MarkEnded();
-        throw;  // a cancelled thread must unwind to its end
-    }
-    run.MarkEnded();
+    // Also runs when the thread is cancelled.
+    struct Marker {
+        Run& run;
+        ~Marker() { run.MarkEnded(); }
+    } const marker{run};
+    const std::uintptr_t result = run.procedure(run.argument);
     return reinterpret_cast<void*>(result);  // NOLINT(performance-no-int-to-ptr)
 }
 
@@ -209,7 +206,7 @@ bool CThread::WaitForTermination(std::uint32_t milliseconds) {
                   shown(run_->thread));
         return false;
     }
-    // The procedure is over: what is left of the thread takes no time that matters.
+    // The procedure has returned, so the join takes almost no time.
     return Join("WaitForTermination");
 }
 

@@ -1,4 +1,4 @@
-// One background thread and its end.
+// A background thread.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,11 @@
 
 namespace em_pni {
 
-// Used by one controlling thread at a time. The destructor joins a waitable thread that has not
-// been joined yet, however long that takes: nothing that the procedure uses may go before it.
+// Not thread-safe: one thread controls it. The destructor waits without limit until a waitable
+// thread has ended. Everything that the procedure uses must live longer than this object.
 class CThread {
   public:
-    // The procedure must not throw. Its result is handed to whoever joins the thread.
+    // Must not throw. The result appears in the trace when the thread is joined.
     using Procedure = std::uint32_t (*)(void* argument);
 
     CThread(Procedure procedure, void* argument) noexcept
@@ -22,16 +22,18 @@ class CThread {
     CThread(const CThread&) = delete;
     CThread& operator=(const CThread&) = delete;
 
-    // `priority` other than 0 asks for round-robin scheduling; as the scheduling is inherited from
-    // the creating thread, it is a wish that takes effect only where the system says so. `suspend`
-    // and `stackSize` are traced only. A thread that is not `waitable` is detached. A thread that
-    // this object still runs is killed first when `killAliveThread` is set; otherwise nothing is
-    // started. All signals are blocked in the thread: they are the host's. Throws std::bad_alloc.
+    // `priority`: other than 0 sets round-robin scheduling in the attributes. The thread inherits
+    // the scheduling of its creator, so this usually has no effect. `suspend` and `stackSize` are
+    // only traced. `waitable`: false starts a detached thread. `killAliveThread`: kills a thread
+    // that is still alive first; without it Start then fails. The thread blocks all signals, which
+    // are for the threads of the host. Returns false when no thread was started. Throws
+    // std::bad_alloc.
     bool Start(int priority, bool suspend, std::size_t stackSize, bool waitable,
                bool killAliveThread);
-    // Waits for the end of a waitable thread, cancels a detached one.
+    // Joins a waitable thread. Cancels a detached thread.
     void Kill();
-    // Whether the thread has ended within the time, and is joined now.
+    // Joins a waitable thread that ends within the time. Returns false when it did not end, there
+    // is no thread, or it is detached.
     bool WaitForTermination(std::uint32_t milliseconds = CEvent::forever);
     // Whether the thread was started and its procedure has not returned.
     [[nodiscard]] bool IsAlive() const noexcept;
@@ -45,7 +47,7 @@ class CThread {
 
     Procedure procedure_;
     void* argument_;
-    std::shared_ptr<Run> run_;  // null before Start and after the join; shared with the thread
+    std::shared_ptr<Run> run_;  // shared with the thread; null before Start and after the join
 };
 
 }  // namespace em_pni

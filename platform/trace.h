@@ -1,24 +1,25 @@
-// The trace of this module: one line per call, for whoever has to find out what happened.
+// The trace of this module. Each call writes one line to the log file.
 //
 //     PNI_TRACE(2, "\nEM_PNI              : Received %u bytes", count);
 //
 // Levels: 1 errors, 2 ordinary flow, 3 progress of the synchronisation, 5 details, 6 locks. A line
-// is written when its level is at most the configured one; see debug_trace_config.h. While it is
-// not, a call costs one branch and its arguments are not evaluated. Any thread may trace at any
-// time, also before the trace begins and after it ends.
+// is written when its level is at most the configured level (trace_config.h). Otherwise the call
+// costs one branch and does not evaluate its arguments. Any thread may trace at any time. While no
+// CDebugClient exists (trace_client.h), nothing is written.
 #pragma once
 
 #include <atomic>
 
 namespace em_pni::trace {
 
-// The highest level that can be written at present; 0 = tracing is off. Kept by CDebugClient.
+// The highest level that can be written at present. 0 = tracing is off. Set by CDebugClient.
 extern std::atomic<int> gate;
 
-// Whether a line of `level` is wanted, asked behind the gate. When the configuration is followed
-// while the process runs, this is also where a change of it is noticed.
+// Whether a line of `level` is to be written. Called only for levels that pass the gate. Reads the
+// configuration again when it has changed and a dynamic update interval is set.
 bool admits(int level) noexcept;
 
+// Writes one line, whatever its level. Leading newlines of `format` are skipped.
 void write(const char* format, ...) noexcept __attribute__((format(printf, 1, 2)));
 
 inline bool isOn(int level) noexcept {

@@ -43,7 +43,9 @@ bool isTracked(ModuleTechnology technology) noexcept {
 class CHotplugUpdate {
   public:
     CHotplugUpdate(const CPniFruData& record, const HotplugFlags& flags)
-        : flags_(flags), owners_(record), copy_(record) {}
+        : flags_(flags),
+          owners_(record.Read([](auto image) { return CModuleAddressIndex(CByteView(image)); })),
+          copy_(record) {}
 
     // The changed record. Use it only when all steps below succeeded.
     [[nodiscard]] const CPniFruData& Result() const noexcept { return copy_; }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "frudata/address_targets.h"
 #include "frudata/address_text.h"
 #include "frudata/layout.h"
 #include "platform/trace.h"

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "em_pni/krcp_message.h"
-#include "frudata/module_facts.h"
+#include "frudata/layout.h"
 #include "query/member_names.h"
 
 namespace em_pni {

@@ -2,7 +2,6 @@
 
 #include "frudata/layout.h"
 #include "frudata/module_facts.h"
-#include "frudata/pni_fru.h"
 #include "platform/trace.h"
 #include "query/function_members.h"
 #include "query/value_names.h"
@@ -43,13 +42,13 @@ struct ModuleMembers {
 }  // namespace
 
 bool CPNI_Data::PniGetAllData(rapidjson::Document& result) {
-    RecordFrame frame;
-    if (pni_getRecordFormatVersion(image_.Data(), image_.Size(), &formatVersion_) != PNI_SUCCESS ||
-        locateFrame(image_, frame) != FrameFault::none) {
+    const RecordFrame frame = locateFrame(image_);
+    if (frame.fault != FrameFault::none) {
         PNI_TRACE(5,
                   "CPNI_Data::PniGetAllData  Error! Failed to retrieve PNI record format version");
         return false;
     }
+    formatVersion_ = frame.formatVersion;
     CRecordCursor cursor(image_, frame);
     const auto generate = [&](rapidjson::Document& document) {
         CAnswerWriter answer(document, Selection());
@@ -84,16 +83,18 @@ bool CPNI_Data::PassesModuleFilter(const CRecordCursor& cursor) const {
 void CPNI_Data::GetModulesData(CAnswerWriter& answer, CRecordCursor& cursor, unsigned count) const {
     PNI_TRACE(5, "CPNI_Data::GetModulesData  Found [%d] modules", static_cast<int>(count));
     answer.StartArray("Modules");
-    for (unsigned index = 0; index < count; ++index) {
-        if (!cursor.NextModule()) {
-            PNI_TRACE(5, "CPNI_Data::GetModuleData  GetModuleArea for index [%d] failed",
-                      static_cast<int>(index));
-        } else if (!PassesModuleFilter(cursor)) {
-            PNI_TRACE(5, "CPNI_Data::GetModuleData  Module with index [%d] ignored by filter",
-                      static_cast<int>(index));
+    int walked = 0;
+    forEachModule(cursor, [&](CRecordCursor& atModule) {
+        if (PassesModuleFilter(atModule)) {
+            GetModuleData(answer, atModule);
         } else {
-            GetModuleData(answer, cursor);
+            PNI_TRACE(5, "CPNI_Data::GetModuleData  Module with index [%d] ignored by filter",
+                      walked);
         }
+        ++walked;
+    });
+    for (int missing = walked; missing < static_cast<int>(count); ++missing) {
+        PNI_TRACE(5, "CPNI_Data::GetModuleData  GetModuleArea for index [%d] failed", missing);
     }
     answer.EndArray();
 }

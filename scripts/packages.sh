@@ -1,32 +1,37 @@
-# Sourced by the other scripts: installs Debian packages that are missing, and does nothing when none is.
+# Sourced by the other scripts. ensure_packages PACKAGE... installs the Debian packages that are
+# missing. It fails when it cannot install them.
 
 ensure_packages() {
-    local missing=()
-    local package
+    local missing=() package
     for package in "$@"; do
-        if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
-            missing+=("$package")
-        fi
+        # One line for each architecture that has the package.
+        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null |
+            grep -x installed >/dev/null || missing+=("$package")
     done
     [ "${#missing[@]}" -gt 0 ] || return 0
-    echo "Installing: ${missing[*]}"
+
     local as_root=()
     if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "run as root: apt-get install ${missing[*]}" >&2
+            return 1
+        fi
         as_root=(sudo)
     fi
+    echo "installing: ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends \
-        "${missing[@]}" >/dev/null
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# What it takes to build the module and pni-host.
+# For the build of the module and pni-host.
 build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
     libnl-3-dev libnl-route-3-dev libudev-dev)
-# What the tests need besides.
+# For the tests, in addition.
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)
-# What the static checks need besides those of the tests.
+# For the static checks, in addition to those of the tests.
 check_packages=(clang-tidy clang-format cppcheck)
-# What the benchmarks need besides.
+# For the benchmarks, in addition.
 bench_packages=(libbenchmark-dev)
-# What fuzzing needs besides: stacks of findings by name and line.
+# For fuzzing, in addition. llvm-symbolizer names the functions and lines in a stack trace.
 fuzz_packages=(llvm-14)

@@ -5,7 +5,7 @@
 #include <thread>
 #include <unistd.h>
 
-#include "devscan/process_runner.h"
+#include "devscan/command_runner.h"
 #include "tests/devscan_fake_machine.h"
 
 namespace em_pni {
@@ -31,7 +31,7 @@ TEST(DevscanCommand, OutputOfSuccessOnly) {
 }
 
 TEST(DevscanCommand, ChildInheritsNothing) {
-    const int leaked = ::dup(STDERR_FILENO);  // without close-on-exec, as a host may have
+    const int leaked = ::dup(STDERR_FILENO);  // without close-on-exec
     EXPECT_EQ(run("cat; echo /proc/self/fd/*"), run("echo /proc/self/fd/0 /proc/self/fd/1 "
                                                     "/proc/self/fd/2 /proc/self/fd/3"));
     EXPECT_EQ(run("readlink /proc/self/fd/0 /proc/self/fd/2"), "/dev/null\n/dev/null\n");
@@ -40,7 +40,7 @@ TEST(DevscanCommand, ChildInheritsNothing) {
 
 TEST(DevscanCommand, LimitsKillTheWholeGroup) {
     const auto start = std::chrono::steady_clock::now();
-    // Hangs itself; leaves a child that keeps the output open; closes its output and stays.
+    // Commands that hang, leave a child with the output open, or close the output and hang.
     EXPECT_FALSE(run("echo half; sleep 60; true", {milliseconds(150), 1000}));
     const test::CTempDirectory place;
     const std::string mark = place.File("mark");

@@ -1,4 +1,4 @@
-// Whole machines as small file trees, for the tests of the device scan.
+// A machine made of a small file tree, scripted commands and scripted interfaces.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 
 namespace em_pni {
 
-// Answers by the command's words joined with blanks; any other command cannot be run.
+// `answers` has an output for each command line, words separated by blanks. Other commands fail.
 class CScriptedCommands final : public CCommandRunner {
   public:
     std::optional<std::string> Run(const std::vector<std::string>& command) override {
@@ -37,14 +37,14 @@ class CScriptedCommands final : public CCommandRunner {
 
 struct FakeInterface {
     MacAddress mac{0, 0, 0, 0, 0, 0};
-    MacAddress permanent{0, 0, 0, 0, 0, 0};  // all zeros: the driver answers without an address
+    MacAddress permanent{0, 0, 0, 0, 0, 0};  // all zeros: the driver returns no address
     std::uint16_t type = 1;
     int index = 1;
     int port = 0;
     std::string firmware{};
     std::string optionRom{};
     std::string busAddress{};
-    int error = 0;  // of every question
+    int error = 0;  // result of every ioctl
 };
 
 class CScriptedInterfaces final : public CInterfaceControl {
@@ -82,7 +82,7 @@ class CScriptedInterfaces final : public CInterfaceControl {
             std::memcpy(raw + sizeof(ethtool_perm_addr), one.permanent.data(), size);
             return;
         }
-        // With its NUL where there is room for that.
+        // Copies the NUL only if it fits.
         const auto fill = [](auto& field, const std::string& text) {
             std::memcpy(field, text.c_str(), std::min(sizeof(field), text.size() + 1));
         };
@@ -105,7 +105,7 @@ class CFakeMachine {
     }
     void Remove(const std::string& path) { std::filesystem::remove_all(Path(path)); }
     [[nodiscard]] std::string Path(const std::string& path) const { return root_.File(path); }
-    // Bytes by their address in physical memory.
+    // Physical memory. The keys of `parts` are addresses.
     void Memory(const std::map<std::size_t, std::string>& parts) {
         std::string memory(0x110000, '\0');
         for (const auto& [address, bytes] : parts) {
@@ -150,7 +150,7 @@ class CFakeMachine {
     std::vector<CSystemAdapter> Scan() { return ScanSystemAdapters(machine_).value(); }
 
     CScriptedCommands* const commands = new CScriptedCommands;        // owned by machine_
-    CScriptedInterfaces* const interfaces = new CScriptedInterfaces;  // likewise
+    CScriptedInterfaces* const interfaces = new CScriptedInterfaces;  // owned by machine_
 
   private:
     test::CTempDirectory root_;
@@ -167,7 +167,7 @@ inline std::string bytesText(std::initializer_list<std::size_t> numbers) {
     return bytes;
 }
 
-// SMBIOS structures for tests, without strings.
+// SMBIOS structures without strings.
 inline std::string smbiosStructure(std::uint8_t type, const std::string& body) {
     return bytesText({type, body.size() + 4, 1, 0}) + body + std::string(2, '\0');
 }

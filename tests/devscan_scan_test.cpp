@@ -1,4 +1,4 @@
-// What a scan finds, what an adapter tells of itself, and the texts that both read.
+// The scan of machines, the operations of an adapter, and the parsers of texts.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
@@ -24,7 +24,7 @@ std::string cardFunction(int function) {
 }
 
 struct DevscanScan : testing::Test {
-    // The functions 0 to `count` - 1 of an Ethernet card.
+    // Adds functions 0 to `count` - 1 of an Ethernet card.
     void PlugNic(int count) {
         for (int function = 0; function < count; ++function) {
             machine.Pci(cardFunction(function), 0x8086, 0x1521, 0x0200, "igb");
@@ -37,7 +37,7 @@ TEST_F(DevscanScan, DualPortNic) {
     machine.Pci(rootPort, 0x8086, 0x1901, 0x0604, "pcieport");
     PlugNic(2);
     machine.Net(cardFunction(1), "eth0", {.mac = mac(9), .permanent = mac(2)});
-    // The driver fills its field to the last byte.
+    // The driver fills its field without a NUL.
     const std::string firmware(ETHTOOL_FWVERS_LEN, 'f');
     machine.Net(
         cardFunction(0), "eth1",
@@ -93,7 +93,7 @@ TEST_F(DevscanScan, PermanentAddressOfBondMembers) {
     machine.Net(cardFunction(1), "eth1", {.mac = mac(7)});
     machine.File("sys/devices/" + cardFunction(1) + "/net/eth1/bonding_slave/perm_hwaddr",
                  "02:fc:00:00:00:02\n");
-    // Unknown rather than the bond's: nobody could be asked.
+    // When the question fails, the permanent address stays unknown. It is not the bond's.
     machine.Net(cardFunction(2), "eth2", {.mac = mac(7), .error = EMFILE});
     machine.File("sys/devices/" + cardFunction(2) + "/net/eth2/type", "1\n");
     machine.File("sys/devices/" + cardFunction(2) + "/net/eth2/address", "02:fc:00:00:00:07\n");
@@ -138,7 +138,7 @@ TEST_F(DevscanScan, WhatVanishesOrFailsTakesNothingElseAlong) {
             machine.Remove("sys/class/net/" + name);
         }
     };
-    // An entry without a device behind it, and an attribute that would never answer.
+    // An entry without a device, and an attribute that would block.
     machine.Link("sys/bus/pci/devices/0000:09:00.0", "../../../devices/nothing");
     const std::string modalias = "sys/devices/" + cardFunction(2) + "/modalias";
     machine.Remove(modalias);
@@ -149,7 +149,7 @@ TEST_F(DevscanScan, WhatVanishesOrFailsTakesNothingElseAlong) {
     EXPECT_EQ(adapters[1].Facts().permanentMac, mac(3));
 }
 
-// In each of the lists there is one function that can be used.
+// Each list has exactly one function that can be used.
 TEST_F(DevscanScan, OtherSourcesWithoutSysfs) {
     const auto found = [this] {
         const auto adapters = machine.Scan();
@@ -222,7 +222,7 @@ TEST_F(DevscanScan, InfinibandAdapters) {
     facts.classCode = pciClassInfiniband;
     EXPECT_TRUE(CSystemAdapter(facts, machine.Machine()).IsInfinibandAdapter());
 
-    // A directory that cannot be listed is no "no".
+    // A directory that cannot be listed is an error.
     machine.Remove(infiniband);
     machine.Link(infiniband, "infiniband");
     EXPECT_FALSE(card.IsInfinibandAdapter());
@@ -284,7 +284,7 @@ TEST(DevscanText, Addresses) {
     const std::string behind = "../../devices/pci0000:00/0000:00:01.0/0000:02:00.0/0000:03:04.1";
     EXPECT_EQ(pciAddressOfPath(behind + "/virtio2/net/eth0"), (PciAddress{0, 3, 4, 1}));
     EXPECT_EQ(pciBridgesOfPath(behind), (std::vector<PciAddress>{{0, 2, 0, 0}, {0, 0, 1, 0}}));
-    // A function of a segment that cannot be represented is not the one that the segment hangs on.
+    // The segment is too high. The result must not be the parent with the lower segment.
     EXPECT_FALSE(pciAddressOfPath("pci0000:00/0000:00:0e.0/pci10000:e0/10000:e0:01.0/net/eth5"));
 
     EXPECT_EQ(parseMacAddress("02:fc:00:A0:00:01"), (MacAddress{2, 0xFC, 0, 0xA0, 0, 1}));

@@ -20,7 +20,7 @@ std::string onboardDevice(const PciAddress& at, std::size_t type) {
     return smbiosStructure(41, bytesText({1, type, 1}) + smbiosAddress(at));
 }
 
-// With one entry.
+// A table with one entry.
 std::string pciRouting(std::size_t bus, std::size_t device, std::size_t slot) {
     return withChecksum(std::string("$PIR\0\0\x30", 7) + std::string(25, '\0') +
                             bytesText({bus, device * 8}) + std::string(12, '\0') +
@@ -54,7 +54,7 @@ TEST(DevscanSlot, SmbiosStructures) {
     EXPECT_EQ(tables.onboard, (std::vector<PciAddress>{{0, 2, 0, 1}}));
     // Before SMBIOS 2.6 slots had no addresses.
     EXPECT_TRUE(placesOf(smbiosStructure(9, std::string(9, '\1'))).slots.empty());
-    // Half a structure is none, and one without a length is not walked on the spot.
+    // A cut structure is ignored. A structure of length 0 must not cause an endless loop.
     const std::string slot = smbiosSlot(4, card);
     for (std::size_t length = 0; length < slot.size(); ++length) {
         EXPECT_TRUE(placesOf(std::string_view(slot).substr(0, length)).slots.empty()) << length;
@@ -95,14 +95,14 @@ TEST(DevscanSlot, OrderOfTheRule) {
     const PciAddress second{0, 3, 0, 1};
     const PciAddress port{0, 0, 1, 0};
     const PciAddress upper{0, 0, 2, 0};
-    // An exact onboard entry wins, but only for its own function.
+    // An onboard entry has priority, but only for its own function.
     const std::string both = smbiosSlot(4, card) + onboardDevice(second, 0x85);
     EXPECT_EQ(slotOf(both, second, {port}, routed), 0U);
     EXPECT_EQ(slotOf(both, {0, 3, 0, 2}, {port}, routed), 4U);
-    // Slot ids 0 and 0xFFFF say nothing; the routing table knows segment 0 only.
+    // Slot ids 0 and 0xFFFF mean no slot. The routing table is for segment 0 only.
     EXPECT_EQ(slotOf(smbiosSlot(0, card) + smbiosSlot(0xFFFF, card), card, {port}, routed), 7U);
     EXPECT_EQ(slotOf("", {1, 3, 0, 0}, {port}, routed), unknownSlot);
-    // Bridges, the nearest first; that one is onboard says nothing.
+    // The nearest bridge with a slot counts. Onboard bridges are skipped.
     EXPECT_EQ(slotOf(smbiosSlot(8, upper) + smbiosSlot(9, port), card, {port, upper}, {}), 9U);
     EXPECT_EQ(slotOf(smbiosSlot(8, upper) + onboardDevice(port, 0x85), card, {port, upper}, {}),
               8U);
@@ -110,24 +110,19 @@ TEST(DevscanSlot, OrderOfTheRule) {
 }
 
 TEST(DevscanSlot, TablesOfMachines) {
-    CFakeMachine routed;
-    routed.Pci("pci0000:00/0000:00:01.0/0000:03:05.0", 0x8086, 0x1521, 0x0200);
+    const auto slotWith = [](const std::map<std::size_t, std::string>& memory) {
+        CFakeMachine machine;
+        machine.Pci("pci0000:00/0000:00:01.0/0000:03:05.0", 0x8086, 0x1521, 0x0200);
+        memory.empty() ? machine.File("dev/mem/folder", "") : machine.Memory(memory);
+        return machine.Scan().at(0).Facts().slot;
+    };
     std::string wrong = pciRouting(3, 5, 4);
     ++wrong[0x1F];
-    routed.Memory({{0xF0120, wrong}, {0xF4560, pciRouting(3, 5, 6)}});
-    EXPECT_EQ(routed.Scan().at(0).Facts().slot, 6U);
-
-    CFakeMachine inMemory;
-    inMemory.Pci("pci0000:00/0000:00:01.0/0000:03:00.0", 0x8086, 0x1521, 0x0200);
-    const std::string table = smbiosSlot(2, card);
-    inMemory.Memory({{0x100000, table},
-                     {0xF0010, entryPoint64(bytesText({table.size()}), bytesText({0, 0, 0x10}))}});
-    EXPECT_EQ(inMemory.Scan().at(0).Facts().slot, 2U);
-
-    CFakeMachine unreadable;
-    unreadable.Pci("pci0000:00/0000:00:01.0/0000:03:00.0", 0x8086, 0x1521, 0x0200);
-    unreadable.File("dev/mem/folder", "");
-    EXPECT_EQ(unreadable.Scan().at(0).Facts().slot, unknownSlot);
+    EXPECT_EQ(slotWith({{0xF0120, wrong}, {0xF4560, pciRouting(3, 5, 6)}}), 6U);
+    const std::string table = smbiosSlot(2, {0, 3, 5, 0});
+    const std::string entry = entryPoint64(bytesText({table.size()}), bytesText({0, 0, 0x10}));
+    EXPECT_EQ(slotWith({{0x100000, table}, {0xF0010, entry}}), 2U);
+    EXPECT_EQ(slotWith({}), unknownSlot) << "memory cannot be read";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Changes of a record: addresses, and modules put in and taken out.
+// Changes of a record: addresses assigned and cleared, modules added and removed.
 #include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ const Bytes otherIpv4 = {192, 0, 2, 78};
 const Bytes ipv6 = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7};
 const Bytes otherIpv6 = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 8};
 
-// As nicAddresses makes them.
+// The MACs of nicAddresses.
 Bytes manufactureMac(std::uint8_t last) {
     return {0x02, 0, 0, 0, 0x01, last};
 }
@@ -24,8 +24,7 @@ Bytes activeMac(std::uint8_t last) {
     return {0x02, 0, 0, 0, 0x02, last};
 }
 
-// Onboard module with one function, then a card with two ports whose functions have these
-// addresses.
+// An onboard module, then a card with two ports. Each port has one function with these addresses.
 Bytes twoModules(const Bytes& first = nicAddresses(0x31),
                  const Bytes& second = nicAddresses(0x32)) {
     return recordImage(
@@ -40,7 +39,7 @@ TEST(Addresses, ClearingAndAssigningTheSameGivesTheSameBytes) {
     CPniFruData record(original);
     ASSERT_TRUE(record.ClearIpAddresses());
     EXPECT_EQ(record.GetImage(), twoModules());
-    // An IPv4 address goes in front and is replaced.
+    // The IPv4 address is inserted in front of the IPv6 address, and then replaced.
     EXPECT_TRUE(record.AssignIpv6Address(manufactureMac(0x31), otherIpv6, 0));
     EXPECT_TRUE(record.AssignIpv4Address(activeMac(0x31), otherIpv4));
     EXPECT_TRUE(record.AssignIpv4Address(joined({activeMac(0x31), {1, 2}}), ipv4))
@@ -71,7 +70,7 @@ TEST(Addresses, ThatNobodyHasAreRefusedAndTraced) {
     EXPECT_TRUE(trace.Has("SetIPAddress() : INSUFFICENT_DATA_ERR"));
     EXPECT_FALSE(assigns(sample("end-of-list-on-first.fru"), activeMac(1)));
     EXPECT_TRUE(trace.Has("SetIPAddress() : FORMAT_ERR"));
-    // Too short to hold addresses, though its MACs are there: never matched.
+    // The function holds MACs but is too short for IP addresses: it never matches.
     Bytes shortFunction = function(0, true, 0, Bytes(10));
     shortFunction[2] = 32;
     put(shortFunction, 32, joined({manufactureMac(1), activeMac(1)}));
@@ -88,13 +87,13 @@ TEST(Addresses, WhatDoesNotFitIsRefusedAndChangesNothing) {
         << "a slot behind the end of the list";
     const Bytes fifteen = nicAddresses(1, joined(std::vector<Bytes>(15, ipv6)), 0xF0);
     EXPECT_TRUE(refusesIpv6(functionImage(function(0, true, 0, fifteen)), 15))
-        << "a sixteenth could not be counted";
+        << "the counter cannot state a sixteenth address";
     Bytes longest = nicAddresses(1);
     longest.resize(252 * 4 - 34);
     EXPECT_TRUE(refusesIpv6(functionImage(function(0, true, 0, longest)), 0))
         << "the length of the function would overflow";
     const Bytes lying = functionImage(function(0, true, 0, nicAddresses(1, ipv4, 0x3F)));
-    EXPECT_TRUE(refusesIpv6(lying, 0)) << "more is counted than is there";
+    EXPECT_TRUE(refusesIpv6(lying, 0)) << "the counters state more than the function holds";
     EXPECT_TRUE(refuses(lying, [](auto& record) { return !record.ClearIpAddresses(); }));
 
     std::vector<Bytes> modules;
@@ -131,7 +130,7 @@ TEST(Addresses, MacsGoToTheirPortsInBothCopies) {
     EXPECT_FALSE(record.AssignWwnAddresses(std::vector<PhysicalAddress>(2), 1))
         << "no Fibre Channel module";
     EXPECT_EQ(record.GetImage(), before);
-    // The second function has no room for its addresses: the first is not touched either.
+    // The second function has no room for its addresses, so the first one stays as it is too.
     EXPECT_TRUE(refuses(twoModules(nicAddresses(1), {}), [&macs](CPniFruData& cramped) {
         return cramped.AssignMacAddresses(macs, 1);
     }));
@@ -169,7 +168,7 @@ TEST(Modules, RefusedChangesLeaveEveryByte) {
     const Bytes good = nicModule(5, false);
     Bytes wrongPort = good;
     wrongPort[56] ^= 1;
-    Bytes claims = good;  // its last function says that it goes on behind the stream
+    Bytes claims = good;  // its last function states a length behind the stream
     ++claims[61];
     for (const Bytes& stream : {joined({good, Bytes(4)}), Bytes(good.begin(), good.end() - 4),
                                 wrongPort, claims, Bytes{}, Bytes(70000, 5)}) {
@@ -179,7 +178,7 @@ TEST(Modules, RefusedChangesLeaveEveryByte) {
     EXPECT_FALSE(record.RemoveModule(2));
     EXPECT_EQ(record.GetImage(), image);
     CPniFruData only(recordImage(12, {nicModule(3, true)}));
-    EXPECT_FALSE(only.RemoveModule(0)) << "a record without modules is none";
+    EXPECT_FALSE(only.RemoveModule(0)) << "a record needs a module";
     Bytes damaged = image;
     damaged[40] ^= 1;
     CPniFruData invalid(damaged);
@@ -230,7 +229,7 @@ TEST(Modules, AnOnboardModuleLeavesTheLockWithTheCaller) {
         EXPECT_FALSE(adds(record, nicModule(0, false)));
         EXPECT_TRUE(
             trace.Has("AddPniModule() - Requested adding onboard adapter (location id == 0)"));
-        EXPECT_TRUE(record.IsValid()) << "its owner goes on";
+        EXPECT_TRUE(record.IsValid()) << "the owner of the lock can read";
         reader = std::thread([&] { read = record.IsValid(); });
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         EXPECT_FALSE(read);

@@ -10,7 +10,7 @@
 namespace em_pni::test {
 namespace {
 
-// Where the elements of an image stand whose first module is a nicModule.
+// Offsets in an image whose first module is a nicModule.
 constexpr std::size_t firstModule = 26;
 constexpr std::size_t firstPort = firstModule + 56;
 constexpr std::size_t firstFunction = firstPort + 4;
@@ -47,7 +47,8 @@ TEST(Validation, NoSingleBitChangesUnnoticed) {
     }
 }
 
-// Each damage of a good image, its checksums mended, and the code that it must get.
+// Each row changes one byte of a good image and repairs the checksums. The code is the expected
+// result.
 TEST(Validation, NamesTheFirstFault) {
     const Bytes good = twoModules();
     const struct {
@@ -95,7 +96,7 @@ TEST(Validation, AcceptsWhatIsOnlyOdd) {
     EXPECT_EQ(validate(recordImage(12, {nicModule(5, false), nicModule(5, true)})), PNI_SUCCESS);
     EXPECT_EQ(validate(recordImage(12, {module(0, true, 3, {})})), PNI_SUCCESS);
 
-    // The last function says that it is longer than the image; nothing is read there.
+    // The last function states a length behind the image. Nothing is read there.
     Bytes overlong = recordImage(12, {nicModule(0, true)});
     overlong[firstFunction + 1] = 255;
     fixChecksums(overlong);
@@ -106,7 +107,7 @@ TEST(Validation, AcceptsWhatIsOnlyOdd) {
     const std::size_t length = nicModule(0, false).size() + 4;
     setRecordLength(beyond, length);
     EXPECT_EQ(validate(beyond), PNI_SUCCESS);
-    // Cropped, it is gone: the walk would have to read outside.
+    // After cropping, the walk would have to read outside the image.
     beyond.resize(22 + length);
     EXPECT_EQ(validate(beyond), PNI_FORMAT_ERR);
     EXPECT_EQ(pni_findPniModuleArea(beyond.data(), beyond.size(), 1, false), nullptr);
@@ -121,7 +122,7 @@ TEST(Search, GoesOnBehindDamagedListsUnlessTold) {
     const Bytes image = sample("end-of-list-on-first.fru");
     EXPECT_EQ(pni_findPniModuleArea(image.data(), image.size(), 1, true), nullptr);
     EXPECT_NE(pni_findPniModuleArea(image.data(), image.size(), 1, false), nullptr);
-    // Behind a port or function with a wrong number the next module is looked for there.
+    // The next module is taken to begin at the port or function with the wrong number.
     for (const std::size_t wrong : {firstPort, firstFunction}) {
         Bytes damaged = twoModules();
         damaged[wrong] = 0xC2;
@@ -157,7 +158,7 @@ TEST(Technology, TextsAreComparedWithTheirNul) {
 
 TEST(FruData, CropsAndRepairs) {
     CPniFruData record(sample("three-modules-in-2k-device.fru"));
-    EXPECT_GT(record.GetModuleSize(2), 1222) << "bytes behind the record count until it is cropped";
+    EXPECT_GT(record.GetModuleSize(2), 1222) << "without a crop the bytes behind the record count";
     record.CropToValidSize();
     EXPECT_EQ(record.GetImage(), sample("three-modules.fru"));
     EXPECT_THROW((void)record.GetModuleSize(3), std::runtime_error);

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Three threads that wait on an event without end.
+// Three threads that wait on an event without limit.
 class CWaiters {
   public:
     explicit CWaiters(CEvent& event) : event_(event) {
@@ -32,7 +32,7 @@ class CWaiters {
             thread.join();
         }
     }
-    // Soon so many of them have been released, and no more.
+    // Exactly `expected` threads are released within two seconds.
     void ExpectReleased(int expected) const {
         for (int i = 0; i < 200 && released_ < expected; ++i) {
             std::this_thread::sleep_for(10ms);
@@ -110,7 +110,7 @@ TEST(Event, NamesAreSharedAndTheFirstKindStays) {
     EXPECT_TRUE(CEvent("shared", true, true).Check());
 }
 
-// What a procedure of these tests shares with its test.
+// A thread procedure and the state that it shares with its test.
 struct Work {
     std::atomic<bool> started{false};
     CEvent go{"", true, false};
@@ -134,7 +134,7 @@ TEST(Thread, WaitsAreBoundedDestructionJoinsAndARestartIsPossible) {
         EXPECT_TRUE(
             trace.Has("CThread::Start: Start a thread, Prio=63, Suspend=0, StackSize=0x00000000, "
                       "Waitable=1, KillAliveThread=0"));
-        EXPECT_FALSE(thread.Start(0, false, 0, true, false)) << "it still runs";
+        EXPECT_FALSE(thread.Start(0, false, 0, true, false)) << "the first thread still runs";
         EXPECT_FALSE(thread.WaitForTermination(50));
         EXPECT_TRUE(trace.Has("termination with timeout"));
         EXPECT_TRUE(thread.IsAlive());
@@ -152,7 +152,7 @@ TEST(Thread, WaitsAreBoundedDestructionJoinsAndARestartIsPossible) {
 
 TEST(Thread, ADetachedThreadIsCancelledNotJoined) {
     const CTraceCapture trace(3);
-    // Never destroyed: nobody can tell when the thread is really gone.
+    // Never destroyed, because the end of a detached thread cannot be waited for.
     static Work& work = *new Work;
     CThread thread(&Work::Procedure, &work);
     ASSERT_TRUE(thread.Start(0, false, 0, false, false));
@@ -170,7 +170,7 @@ TEST(ReadWriteLock, AWaitingWriterGoesBeforeNewReaders) {
     CReadWriteLock lock;
     std::string order;
     lock.BeginRead();
-    std::thread writer([&]() PNI_UNCHECKED {  // its owner may take it again
+    std::thread writer([&]() PNI_UNCHECKED {  // takes the lock again
         const CWriteGuard guard(lock);
         { const CReadGuard again(lock); }
         { const CWriteGuard again(lock); }

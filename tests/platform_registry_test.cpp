@@ -15,7 +15,7 @@ namespace {
 const std::string machine = "HKEY_LOCAL_MACHINE";
 const std::string agent = machine + "\\x]=[y";
 
-// A tree with every type of value, as it stands in a file.
+// The file of a tree with every type of value.
 const std::string sampleFile =
     "[HKEY_LOCAL_MACHINE]\n[HKEY_LOCAL_MACHINE\\x]=[y]\n"
     "Name=s=a=s=b [c]\xC3\xA4\n=es=$HOME\r\nBytes=b=00 ff 0a \nNone=b=\n"
@@ -31,7 +31,7 @@ std::string fileWith(const std::string& value) {
     return "[" + machine + "]\nV=s=" + value + "\n";
 }
 
-// The value that the store in this directory comes up with; "" for none.
+// The value that a store restores from this directory, or "".
 std::string restoredValue(const CTempDirectory& directory) {
     CRegistry registry(directory.Path());
     return registry.GetValue(registry.Open(machine), "V").value_or(text("")).bytes;
@@ -82,7 +82,7 @@ TEST(Registry, SavesOnlyChangesWhollyOrNotAtAll) {
     directory.Write("registry", fileWith("1"));
     CRegistry registry(directory.Path());
     EXPECT_TRUE(change(registry, "2"));
-    // No file may grow, as on a full disk.
+    // Files cannot grow, as on a full disk.
     ::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     ::getrlimit(RLIMIT_FSIZE, &before);
@@ -90,7 +90,7 @@ TEST(Registry, SavesOnlyChangesWhollyOrNotAtAll) {
     ::setrlimit(RLIMIT_FSIZE, &full);
     EXPECT_FALSE(registry.SaveTree());
     ::setrlimit(RLIMIT_FSIZE, &before);
-    // A file cannot take the name of a folder.
+    // A folder that is not empty cannot be replaced by a file.
     directory.Write("registry.old/in the way", "");
     EXPECT_FALSE(registry.SaveTree());
     EXPECT_FALSE(std::filesystem::exists(directory.File("registry.new")));
@@ -105,7 +105,7 @@ TEST(Registry, SavesOnlyChangesWhollyOrNotAtAll) {
               std::filesystem::perms(0644));
     EXPECT_TRUE(change(registry, "2"));
     EXPECT_TRUE(registry.SaveTree());
-    EXPECT_EQ(contentOf(directory.File("registry.old")), fileWith("1")) << "nothing was to save";
+    EXPECT_EQ(contentOf(directory.File("registry.old")), fileWith("1")) << "no change to save";
     EXPECT_NE(registry.CreateKey(agent), CRegistry::noHandle);
     EXPECT_TRUE(registry.SaveTree());
     EXPECT_NE(contentOf(directory.File("registry")), contentOf(directory.File("registry.old")));

@@ -32,7 +32,7 @@ TEST(Trace, WritesLevelsUpToTheConfiguredOneAndCutsLongMessages) {
     PNI_TRACE(3, "third %d", ++evaluated);
     trace.End();
     PNI_TRACE(1, "after the end %d", ++evaluated);
-    EXPECT_EQ(evaluated, 1) << "what is off evaluates no arguments";
+    EXPECT_EQ(evaluated, 1) << "a call that is off must not evaluate its arguments";
     const auto lines = linesOf(trace.Lines());
     ASSERT_EQ(lines.size(), 3U);
     const std::string prefix = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \[\d{10}\] EM_PNI {8})";
@@ -70,7 +70,7 @@ TEST(Trace, WrapsBehindTheHeader) {
     const std::string header = trace.Log();
     for (int i = 0; i < 200; ++i) {
         PNI_TRACE(1, "line %d", i);
-        // A line and the wrap line may stand over the size, no more.
+        // One line and the wrap line may exceed the maximum size.
         ASSERT_LT(trace.Log().size(), 4400U);
     }
     EXPECT_EQ(trace.Log().substr(0, header.size()), header);

@@ -1,5 +1,5 @@
-// FRU images for tests, built from parts. The numbers stand here as they stand in docs/record.md,
-// not as the code under test has them.
+// FRU images for tests, built from parts. The numbers come from docs/record.md. They do not use the
+// constants of the code under test, so that a wrong constant fails a test.
 #pragma once
 
 #include <algorithm>
@@ -35,19 +35,20 @@ inline Bytes joined(const std::vector<Bytes>& parts) {
     return whole;
 }
 
-// A text and zeros up to `size`.
+// A text, filled with zeros up to `size`.
 inline Bytes textBytes(const std::string& text, std::size_t size = 0) {
     Bytes bytes(text.begin(), text.end());
     bytes.resize(std::max(bytes.size(), size));
     return bytes;
 }
 
-// Of a module, port or function.
+// The flags byte of a module, port or function.
 inline std::uint8_t flagsOf(unsigned id, bool last) {
     return byteOf(id | 0x40U | (last ? 0x80U : 0U));
 }
 
-// A function of format 11 or 12: 34 common bytes, then `addresses`, filled up to a multiple of 4.
+// A function of format version 11 or 12: 34 common bytes, then `addresses`, filled with zeros up to
+// a multiple of 4 bytes.
 inline Bytes function(unsigned id, bool last, unsigned technology, const Bytes& addresses) {
     Bytes bytes = joined({{flagsOf(id, last), 0, 34}, Bytes(31), addresses});
     bytes[14] = byteOf(technology);
@@ -76,7 +77,7 @@ inline Bytes module(unsigned id, bool last, unsigned technology, const std::vect
                    joined(ports)});
 }
 
-// One-port module with one plain Ethernet function.
+// A module with one port and one Ethernet function.
 inline Bytes nicModule(unsigned id, bool last) {
     return module(id, last, 3, {port(0, true, {function(0, true, 0, nicAddresses(byteOf(id)))})});
 }
@@ -86,7 +87,7 @@ inline void fixSum(Bytes& image, std::size_t checksum, std::size_t begin, std::s
     image[checksum] = byteOf(0U - std::accumulate(image.data() + begin, image.data() + end, 0U));
 }
 
-// For images with the internal use area at 8 and the record at 16, as recordImage makes them.
+// For images of recordImage: internal use area at 8, multi-record header at 16.
 inline void fixChecksums(Bytes& image) {
     const std::size_t length = image[18] + image[19] * std::size_t{256};
     fixSum(image, 7, 0, 8);
@@ -95,13 +96,13 @@ inline void fixChecksums(Bytes& image) {
     fixSum(image, 21, 16, 22);
 }
 
-// The record gets this many bytes behind its header.
+// Changes the record length in bytes and repairs the checksums.
 inline void setRecordLength(Bytes& image, std::size_t length) {
     put(image, 18, {byteOf(length), byteOf(length >> 8U)});
     fixChecksums(image);
 }
 
-// A whole valid image, except where its parts are not.
+// An image that is valid when its modules are.
 inline Bytes recordImage(unsigned version, const std::vector<Bytes>& modules) {
     Bytes image = joined({{1, 1, 0, 0, 0, 0, 0, 0},
                           {1, 1, 1, byteOf(modules.size()), 0, 0, 0, 0},
@@ -111,7 +112,7 @@ inline Bytes recordImage(unsigned version, const std::vector<Bytes>& modules) {
     return image;
 }
 
-// The only module of this record has one port with this function.
+// An image whose only function is this one.
 inline Bytes functionImage(const Bytes& functionBytes, unsigned version = 12) {
     return recordImage(version, {module(0, true, 3, {port(0, true, {functionBytes})})});
 }

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/debug_client.h"
+#include "platform/trace_client.h"
 #include "tests/temp_directory.h"
 
 namespace em_pni::test {

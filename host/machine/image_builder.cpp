@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bitset>
-#include <limits>
 #include <numeric>
 #include <string>
 
@@ -27,9 +26,6 @@ constexpr std::size_t recordHeader = internalUseArea + InternalUseArea::size;
 constexpr std::size_t commonArea = recordHeader + RecordHeader::size;
 constexpr std::size_t firstModule = commonArea + CommonArea::size;
 constexpr std::size_t offsetUnit = 8;
-// The module stores the length of an image in 16 bits.
-constexpr std::size_t maxImage = std::numeric_limits<std::uint16_t>::max();
-constexpr std::size_t maxModules = std::numeric_limits<std::uint8_t>::max();
 
 // The ids in use, without 0, which is for onboard modules.
 class CModuleIds {
@@ -95,7 +91,7 @@ void requireRoom(std::size_t modules, std::size_t size, const ImageFormat& forma
     if (modules == 0) {
         throw CHostError("a record needs at least one module");
     }
-    if (modules > maxModules || size > maxImage) {
+    if (modules > InternalUseArea::maxModules || size > layout::maxImage) {
         throw CHostError("the adapters do not fit in a record: " + std::to_string(modules) +
                          " modules, " + std::to_string(size) + " bytes");
     }

@@ -1,6 +1,6 @@
 #include "host/output/adapter_report.h"
 
-#include "frudata/worldwide_name.h"
+#include "frudata/address_text.h"
 
 namespace em_pni {
 

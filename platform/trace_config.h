@@ -1,5 +1,5 @@
-// Where the trace goes and how much of it: read from a configuration directory, overridden by the
-// environment.
+// The configuration of the trace: which levels are written, and where. The environment overrides
+// the ini files.
 //
 //   value                     ini key                  environment variable
 //   dynamic update, seconds   DynamicUpdate (1)        QL_LOG_DYNAMIC_UPDATE
@@ -13,10 +13,12 @@
 //   no header to stderr       NoHeaderToStderr         QL_LOG_NOHDR_TOSDTERR
 //   memory traces             MemoryTracesFlag         -
 //
-// (1) in section [GlobalDebugSettings] of global_trace.ini; all others in the section named after
-// the module, of the first ini file, in alphabetical order, that has one.
-// Environment values are decimal; ini values may also be hexadecimal (0x) or octal (0). A value
-// that is no such number counts as not given.
+// (1) in section [GlobalDebugSettings] of global_trace.ini. All other keys are in the section named
+// after the module. The first ini file in alphabetical order that has this section counts.
+//
+// Values in the environment are decimal. Values in ini files are decimal, hexadecimal after "0x" or
+// octal after a leading "0". Any other text counts as not set. The ring buffer values and the trace
+// flags only appear in the header of the log file.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +31,7 @@
 namespace em_pni {
 
 struct TraceSettings {
-    std::uint32_t dynamicUpdate = 0;  // seconds; 0 = the configuration is read once
+    std::uint32_t dynamicUpdate = 0;  // seconds; 0 = read the configuration only once
     std::string logDirectory = "/var/log/qlagent";
     std::uint64_t logMaxSize = 20971520;  // bytes
     std::string ringBufferDirectory = "/var/log/qlagent";
@@ -43,21 +45,21 @@ struct TraceSettings {
 
 class CDebugTraceConfig {
   public:
-    // Answers as getenv does.
+    // Returns the value of a variable, or null when it is not set, as getenv does.
     using Environment = const char* (*)(const char* name);
 
     static constexpr const char* systemDirectory =
         "/opt/QuillonRT/vital/etc/QuillonSuite/TraceConfig";
 
-    // Reads everything at once. `environment` is kept and asked again at each update.
+    // Reads files and environment. Update asks `environment` again.
     CDebugTraceConfig(std::string directory, std::string moduleName, Environment environment);
 
-    // Reads the dynamic update interval, the debug level and the trace flags again when a file that
-    // they come from has changed since; true when it did.
-    bool Update();
+    // Reads the dynamic update interval, the debug level and the trace flags again when one of
+    // their files has changed since the last reading.
+    void Update();
 
     [[nodiscard]] const TraceSettings& Settings() const noexcept { return settings_; }
-    // The entries of the module's section, as they stand in the file.
+    // Keys and values of the module's section, in file order.
     [[nodiscard]] const std::vector<std::pair<std::string, std::string>>& Entries() const noexcept {
         return entries_;
     }
@@ -65,13 +67,15 @@ class CDebugTraceConfig {
   private:
     struct FileState {
         std::string path;
-        std::optional<timespec> changed;  // modification time; none = the file is not there
+        std::optional<timespec> changed;  // modification time; no value = no such file
     };
 
     void ReadFiles();
     void Apply();
     [[nodiscard]] std::optional<std::string> IniValue(const char* key) const;
-    [[nodiscard]] std::optional<std::uint64_t> Number(const char* key, const char* variable,
+    // `iniText` is the value in the ini file. `variable` may be null.
+    [[nodiscard]] std::optional<std::uint64_t> Number(const std::optional<std::string>& iniText,
+                                                      const char* variable,
                                                       std::uint64_t max) const;
     [[nodiscard]] std::string Directory(const char* variable, std::string fallback) const;
 
@@ -80,7 +84,7 @@ class CDebugTraceConfig {
     Environment environment_;
     TraceSettings settings_;
     FileState globalFile_;
-    FileState moduleFile_;  // the directory while no file in it has a section for the module
+    FileState moduleFile_;  // the directory itself while no file has a section for the module
     std::optional<std::string> globalDynamicUpdate_;
     std::vector<std::pair<std::string, std::string>> entries_;
 };

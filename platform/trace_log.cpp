@@ -1,9 +1,10 @@
-#include "platform/debug.h"
+#include "platform/trace_log.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <limits>
@@ -39,7 +40,7 @@ std::array<char, 48> timeStamp() noexcept {
     return stamp;
 }
 
-// Resident set size of this process in KiB, 0 when it cannot be read. Allocates nothing.
+// Resident set size of this process in KiB. Returns 0 when it cannot be read. Allocates no memory.
 std::size_t residentKilobytes() noexcept {
     const CFileDescriptor status(::open("/proc/self/status", O_RDONLY | O_CLOEXEC));
     std::array<char, 4096> text{};
@@ -50,6 +51,72 @@ std::size_t residentKilobytes() noexcept {
         }
     }
     return kilobytes;
+}
+
+constexpr std::size_t maxCommandLine = 64 * 1024;  // bytes
+
+constexpr std::array environmentNames = {
+    "LD_LIBRARY_PATH",   "QL_SYSTEM",         "QL_OS",
+    "QL_OS_MAJOR",       "QL_OS_MINOR",       "QL_VVOS",
+    "QL_RELEASE",        "QL_VENDOR",         "QL_HOSTNAME",
+    "QL_HOSTOSREVMAJOR", "QL_HOSTOSREVMINOR", "QL_SYSNAME",
+    "QL_VERSION",        "QL_NICKNAME",       "QL_HWPLATFORM",
+    "QL_RUNNINGONVM",    "QL_RUNNINGONPAN",   "QL_VMREL",
+    "QL_ARCH",           "QL_REPO",           "QL_RAID_EXISTS",
+    "QL_RAID_READY",     "QL_RAID_VERSION",   "QL_INSTALL_DATE",
+};
+
+void addLine(std::string& header, const std::string& name, const std::string& value) {
+    header.append("\n").append(name).append("=").append(value);
+}
+
+void addNumber(std::string& header, const char* label, std::int64_t value) {
+    std::array<char, 80> line{};
+    std::snprintf(line.data(), line.size(), "\n%-27s: %lld", label, static_cast<long long>(value));
+    header.append(line.data());
+}
+
+void addCommandLine(std::string& header, const std::string& moduleName) {
+    header.append("\n").append(moduleName).append(" Command Line Options:");
+    const std::string arguments = readSmallFile("/proc/self/cmdline", maxCommandLine).value_or("");
+    std::size_t begin = 0;
+    for (unsigned i = 0; begin < arguments.size(); ++i) {
+        const std::size_t end = std::min(arguments.find('\0', begin), arguments.size());
+        header.append("\nargv[" + std::to_string(i) + "] = \"");
+        header.append(arguments, begin, end - begin).append("\"");
+        begin = end + 1;
+    }
+}
+
+// The text in front of the first line: command line, environment, configuration.
+std::string headerText(const CDebugTraceConfig& config, const std::string& moduleName,
+                       bool toFile) {
+    const TraceSettings& settings = config.Settings();
+    std::string header;
+    addCommandLine(header, moduleName);
+    header.append("\nQuillon Environment:");
+    for (const char* name : environmentNames) {
+        const char* const value = std::getenv(name);
+        addLine(header, name, value != nullptr ? value : "NotSet");
+    }
+    header.append("\nQuillon Configuration File:");
+    for (const auto& [key, value] : config.Entries()) {
+        addLine(header, key, value);
+    }
+    header.append("\nDebug values from ini file :");
+    addNumber(header, "DynamicUpdate", settings.dynamicUpdate);
+    addNumber(header, "DebugLevel", settings.debugLevel);
+    addNumber(header, "RingBufferSizeFactor", settings.ringBufferSizeFactor);
+    addNumber(header, "RingBufferSizeWeight", settings.ringBufferSizeWeight);
+    header.append("\nRingBufferDirectory        : ").append(settings.ringBufferDirectory);
+    addNumber(header, "No Header to LogFile", settings.noHeaderToStderr ? 1 : 0);
+    header.append("\nInternal Debug values      :");
+    addNumber(header, "Process PID", ::getpid());
+    addNumber(header, "Trace Target", toFile ? 1 : 0);  // 1 = log file, 0 = none
+    addNumber(header, "Trace Level", settings.debugLevel);
+    addNumber(header, "Trace Level Saved", settings.debugLevel);
+    header.append("\n### End of initialization. ###\n");
+    return header;
 }
 
 }  // namespace
@@ -68,7 +135,8 @@ CDebug::~CDebug() {
 
 void CDebug::Open() {
     path_ = config_.Settings().logDirectory + "/log." + moduleName_;
-    // The module runs as root: a link or a pipe laid in its way must not be followed or waited for.
+    // The module runs as root. It must not follow a link or wait for a pipe that another user put
+    // in place of the file.
     file_ = CFileDescriptor(::open(
         path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0640));
     if (!file_) {
@@ -77,7 +145,7 @@ void CDebug::Open() {
 }
 
 void CDebug::WriteHeader() {
-    const std::string header = debugHeader(config_, moduleName_, static_cast<bool>(file_));
+    const std::string header = headerText(config_, moduleName_, static_cast<bool>(file_));
     if (!config_.Settings().noHeaderToStderr) {
         writeAll(STDERR_FILENO, header);
     }
@@ -102,7 +170,7 @@ bool CDebug::Admits(int level) noexcept {
             try {
                 config_.Update();
             } catch (...) {
-                // No memory for the new text: the old settings stay.
+                // No memory for the new settings: the old ones stay valid.
                 ::syslog(LOG_ERR, "ERROR: trace configuration of %s not updated\n",
                          moduleName_.c_str());
             }
@@ -133,7 +201,7 @@ void CDebug::Print(const char* format, va_list arguments) noexcept {
     std::size_t length = clampedLength(printed, maxPrefix);
 
     const char* const text = format + std::strspn(format, "\n");
-// The format is the caller's literal, checked there; only its leading newlines are skipped here.
+// The compiler has checked the format in the caller. Only its leading newlines are skipped here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     printed = std::vsnprintf(line.data() + length, maxMessage + 1, *text != '\0' ? text : format,
@@ -158,7 +226,7 @@ void CDebug::PrintFormatted(const char* format, ...) noexcept {
 }
 
 void CDebug::WriteCounted(std::string_view text) noexcept {
-    // A full disk must not stop the module: what cannot be written is lost.
+    // A full disk must not stop the module. Lines that cannot be written are lost.
     if (file_ && writeAll(file_.Get(), text)) {
         byteCount_ += text.size();
     }

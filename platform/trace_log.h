@@ -1,4 +1,4 @@
-// The trace's log file: layout of a line, header, and the wrap at a size limit.
+// The log file of the trace: its header, the layout of a line, and the wrap at a size limit.
 #pragma once
 
 #include <cstdarg>
@@ -7,30 +7,33 @@
 #include <string>
 #include <string_view>
 
-#include "platform/debug_trace_config.h"
 #include "platform/file.h"
+#include "platform/trace_config.h"
 
 namespace em_pni {
 
-// Not thread-safe: CDebugClient calls it under its lock.
+// Not thread-safe: the caller locks.
 //
-// The file is "<directory>/log.<module>", made anew. A line is
+// The file is "<directory>/log.<module>". An existing file is emptied first. A line has the form
 //
 //     2026-01-31 12:00:00.123 [0000004711] EM_PNI        text
 //
-// and the file goes on right behind its header once it has grown past the maximum size.
+// When the file has grown beyond the maximum size, the next line goes directly behind the header.
 class CDebug {
   public:
-    // Opens the file and writes the header. Without the file nothing is written.
+    // Opens the file and writes the header. When the file cannot be opened, reports that to the
+    // system log and writes no lines.
     CDebug(CDebugTraceConfig config, std::string moduleName);
     // Writes the closing line.
     ~CDebug();
     CDebug(const CDebug&) = delete;
     CDebug& operator=(const CDebug&) = delete;
 
-    // The highest level of a call that must come here; see trace::gate.
+    // The value for trace::gate: 0 without a file, every level while the configuration is followed,
+    // else the debug level.
     [[nodiscard]] int Gate() const noexcept;
-    // Follows the configuration when that is asked for, then tests the level.
+    // Whether a line of `level` is to be written. Reads a changed configuration again first, at
+    // most once per dynamic update interval.
     [[nodiscard]] bool Admits(int level) noexcept;
     void Write(const char* format, va_list arguments) noexcept
         __attribute__((format(printf, 2, 0)));
@@ -48,14 +51,10 @@ class CDebug {
     std::string moduleName_;
     std::string path_;
     CFileDescriptor file_;
-    std::uint64_t byteCount_ = 0;    // behind the last wrap, header included
-    std::uint64_t headerCount_ = 0;  // bytes of the header = file offset behind it, the wrap point
+    std::uint64_t byteCount_ = 0;    // header and lines since the last wrap
+    std::uint64_t headerCount_ = 0;  // bytes of the header = file offset of the wrap point
     unsigned wrapCycle_ = 0;
     std::time_t lastUpdate_;
 };
-
-// The text in front of the first line: command line, environment, configuration.
-std::string debugHeader(const CDebugTraceConfig& config, const std::string& moduleName,
-                        bool toFile);
 
 }  // namespace em_pni

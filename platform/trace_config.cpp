@@ -1,4 +1,4 @@
-#include "platform/debug_trace_config.h"
+#include "platform/trace_config.h"
 
 #include <algorithm>
 #include <dirent.h>
@@ -15,7 +15,7 @@ namespace em_pni {
 namespace {
 
 constexpr std::size_t maxSettingFileSize = 1024 * 1024;
-constexpr std::size_t maxDirectoryLength = 256;  // characters; longer values are cut
+constexpr std::size_t maxDirectoryLength = 256;  // bytes; longer values are cut
 constexpr std::uint64_t maxLevel = std::numeric_limits<int>::max();
 constexpr std::uint64_t maxNumber = 0xFFFFFFFF;
 constexpr std::uint64_t maxLogSize = std::uint64_t{1} << 40;
@@ -65,13 +65,13 @@ CDebugTraceConfig::CDebugTraceConfig(std::string directory, std::string moduleNa
 void CDebugTraceConfig::ReadFiles() {
     entries_.clear();
     globalDynamicUpdate_.reset();
-    // The times are taken before the content, so that a change in between is seen next time.
+    // Times are read before contents, so that the next update sees a change in between.
     globalFile_.path = directory_ + "/global_trace.ini";
     globalFile_.changed = modificationTime(globalFile_.path);
     if (const auto text = readSmallFile(globalFile_.path, maxSettingFileSize)) {
         globalDynamicUpdate_ = CProfileText(*text).Find("GlobalDebugSettings", "DynamicUpdate");
     }
-    // Without a file for the module a new one may come: then the directory changes.
+    // While no file has a section for the module, watch the directory for a new file.
     moduleFile_ = {directory_, modificationTime(directory_)};
     for (const std::string& path : iniFiles(directory_)) {
         const auto changed = modificationTime(path);
@@ -92,54 +92,53 @@ void CDebugTraceConfig::ReadFiles() {
 
 void CDebugTraceConfig::Apply() {
     TraceSettings fresh;
-    fresh.dynamicUpdate = static_cast<std::uint32_t>(
-        Number("DynamicUpdate", "QL_LOG_DYNAMIC_UPDATE", maxNumber).value_or(fresh.dynamicUpdate));
+    fresh.dynamicUpdate =
+        static_cast<std::uint32_t>(Number(globalDynamicUpdate_, "QL_LOG_DYNAMIC_UPDATE", maxNumber)
+                                       .value_or(fresh.dynamicUpdate));
     fresh.logDirectory = Directory("QL_LOG_FILE_DIR", fresh.logDirectory);
-    fresh.logMaxSize = Number(nullptr, "QL_LOG_FILE_MAX_SIZE", maxLogSize).value_or(0);
+    fresh.logMaxSize = Number(std::nullopt, "QL_LOG_FILE_MAX_SIZE", maxLogSize).value_or(0);
     if (fresh.logMaxSize == 0) {
         fresh.logMaxSize = TraceSettings{}.logMaxSize;
     }
     fresh.ringBufferDirectory = Directory("QL_LOG_RINGBUF_DIR", fresh.ringBufferDirectory);
-    fresh.debugLevel =
-        static_cast<int>(Number("FileDebugLevel", "QL_LOG_DEBUG_LEVEL", maxLevel).value_or(0));
-    if (const auto flags = Number("TraceFlags", nullptr, maxNumber)) {
+    fresh.debugLevel = static_cast<int>(
+        Number(IniValue("FileDebugLevel"), "QL_LOG_DEBUG_LEVEL", maxLevel).value_or(0));
+    if (const auto flags = Number(IniValue("TraceFlags"), nullptr, maxNumber)) {
         fresh.traceFlags = static_cast<std::uint32_t>(*flags);
     }
     fresh.ringBufferSizeFactor = static_cast<std::uint32_t>(
-        Number("RingBufferSizeFactor", "TraceFileLimit", maxNumber).value_or(0));
+        Number(IniValue("RingBufferSizeFactor"), "TraceFileLimit", maxNumber).value_or(0));
     fresh.ringBufferSizeWeight = static_cast<std::uint32_t>(
-        Number("RingBufferSizeWeight", "QL_LOG_RINGBUF_WEIGHT", maxNumber).value_or(0));
+        Number(IniValue("RingBufferSizeWeight"), "QL_LOG_RINGBUF_WEIGHT", maxNumber).value_or(0));
     fresh.noHeaderToStderr =
-        Number("NoHeaderToStderr", "QL_LOG_NOHDR_TOSDTERR", maxNumber).value_or(1) != 0;
-    fresh.memoryTraces = Number("MemoryTracesFlag", nullptr, maxNumber).value_or(0) != 0;
+        Number(IniValue("NoHeaderToStderr"), "QL_LOG_NOHDR_TOSDTERR", maxNumber).value_or(1) != 0;
+    fresh.memoryTraces = Number(IniValue("MemoryTracesFlag"), nullptr, maxNumber).value_or(0) != 0;
     settings_ = std::move(fresh);
 }
 
-bool CDebugTraceConfig::Update() {
+void CDebugTraceConfig::Update() {
     const auto globalChanged = modificationTime(globalFile_.path);
     const auto moduleChanged = modificationTime(moduleFile_.path);
     if (sameTime(globalChanged, globalFile_.changed) &&
         sameTime(moduleChanged, moduleFile_.changed)) {
-        return false;
+        return;
     }
     if ((globalFile_.changed && !globalChanged) || (moduleFile_.changed && !moduleChanged)) {
-        // A file is gone, perhaps only while somebody replaces it: what was read stays in force,
-        // and its return counts as a change.
+        // A file is missing, perhaps only while an editor replaces it. The settings stay as they
+        // are. When the file is back, that counts as a change.
         globalFile_.changed = globalChanged;
         moduleFile_.changed = moduleChanged;
         entries_.clear();
-        return false;
+        return;
     }
-    const TraceSettings before = settings_;
+    TraceSettings updated = settings_;
     ReadFiles();
     Apply();
-    // The log file stays where and as it was opened.
-    TraceSettings updated = before;
+    // All other settings belong to the open log file and stay.
     updated.dynamicUpdate = settings_.dynamicUpdate;
     updated.debugLevel = settings_.debugLevel;
     updated.traceFlags = settings_.traceFlags;
     settings_ = std::move(updated);
-    return true;
 }
 
 std::optional<std::string> CDebugTraceConfig::IniValue(const char* key) const {
@@ -149,19 +148,12 @@ std::optional<std::string> CDebugTraceConfig::IniValue(const char* key) const {
     return entry == entries_.end() ? std::nullopt : std::optional(entry->second);
 }
 
-std::optional<std::uint64_t> CDebugTraceConfig::Number(const char* key, const char* variable,
+std::optional<std::uint64_t> CDebugTraceConfig::Number(const std::optional<std::string>& iniText,
+                                                       const char* variable,
                                                        std::uint64_t max) const {
-    if (const char* text = variable != nullptr ? environment_(variable) : nullptr) {
-        if (const auto number = parseDecimal(text, max)) {
-            return number;
-        }
-    }
-    if (key == nullptr) {
-        return std::nullopt;
-    }
-    const auto text =
-        std::string_view(key) == "DynamicUpdate" ? globalDynamicUpdate_ : IniValue(key);
-    return text ? parseNumber(*text, max) : std::nullopt;
+    const char* const text = variable != nullptr ? environment_(variable) : nullptr;
+    const auto number = text != nullptr ? parseDecimal(text, max) : std::nullopt;
+    return number || !iniText ? number : parseNumber(*iniText, max);
 }
 
 std::string CDebugTraceConfig::Directory(const char* variable, std::string fallback) const {

@@ -1,5 +1,6 @@
-#include "platform/debug_client.h"
+#include "platform/trace_client.h"
 
+#include <cstdarg>
 #include <cstdlib>
 #include <mutex>
 #include <pthread.h>
@@ -7,16 +8,17 @@
 #include <syslog.h>
 #include <utility>
 
-#include "platform/debug.h"
 #include "platform/trace.h"
+#include "platform/trace_log.h"
 
 namespace em_pni {
 namespace {
 
-std::mutex debugLock;           // guards debug and all that it does
+std::mutex debugLock;           // held during each call of activeDebug
 CDebug* activeDebug = nullptr;  // owned by the active CDebugClient
 
-// Writing is where a cancelled thread would unwind, through callers that cannot be unwound.
+// Postpones the cancellation of the calling thread. Writing to a file is a cancellation point, and
+// unwinding a noexcept function would end the process.
 class CNoCancellation {
   public:
     CNoCancellation() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
@@ -31,7 +33,7 @@ class CNoCancellation {
 }  // namespace
 
 CDebugClient::CDebugClient(std::string_view moduleName) noexcept
-    // secure_getenv: a set-id program must not write where its caller says.
+    // The caller of a set-user-id program must not choose the folder of the log file.
     : CDebugClient(CDebugTraceConfig::systemDirectory, moduleName,
                    [](const char* name) -> const char* { return ::secure_getenv(name); }) {}
 
@@ -59,23 +61,31 @@ CDebugClient::~CDebugClient() {
     }
 }
 
-bool CDebugClient::Admits(int level) noexcept {
+namespace trace {
+
+std::atomic<int> gate{0};
+
+bool admits(int level) noexcept {
     const CNoCancellation noCancellation;
     const std::lock_guard guard(debugLock);
     if (activeDebug == nullptr) {
         return false;
     }
     const bool admitted = activeDebug->Admits(level);
-    trace::gate.store(activeDebug->Gate(), std::memory_order_relaxed);
+    gate.store(activeDebug->Gate(), std::memory_order_relaxed);
     return admitted;
 }
 
-void CDebugClient::Write(const char* format, va_list arguments) noexcept {
+void write(const char* format, ...) noexcept {
     const CNoCancellation noCancellation;
     const std::lock_guard guard(debugLock);
     if (activeDebug != nullptr) {
+        va_list arguments;
+        va_start(arguments, format);
         activeDebug->Write(format, arguments);
+        va_end(arguments);
     }
 }
 
+}  // namespace trace
 }  // namespace em_pni

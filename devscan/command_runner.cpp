@@ -1,4 +1,4 @@
-#include "devscan/process_runner.h"
+#include "devscan/command_runner.h"
 
 #include <algorithm>
 #include <array>
@@ -20,15 +20,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds reapTime{500};  // how long a killed process is waited for
+constexpr std::chrono::milliseconds reapTime{500};  // time to wait for a killed process
 constexpr std::chrono::milliseconds reapPause{2};
 
-// How to start a process: standard output to a pipe, nothing else of ours, its own process group.
+// Starts processes in their own process group. Standard output goes to a pipe, standard input and
+// error are /dev/null. No other descriptor is inherited.
 class CSpawnSetup {
   public:
     explicit CSpawnSetup(int output) {
         posix_spawn_file_actions_init(&actions_);
-        // The output first: it may itself be one of the three in a host that has closed them.
+        // Output first: its descriptor can be 0, 1 or 2 when the host has closed these.
         error_ = posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
         Note(posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
         Note(posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, "/dev/null", O_WRONLY, 0));
@@ -51,7 +52,7 @@ class CSpawnSetup {
     CSpawnSetup(const CSpawnSetup&) = delete;
     CSpawnSetup& operator=(const CSpawnSetup&) = delete;
 
-    // 0 or an error number.
+    // Returns 0 or an errno value.
     int Start(const std::vector<std::string>& command, pid_t& process) const {
         if (error_ != 0) {
             return error_;
@@ -78,7 +79,7 @@ class CSpawnSetup {
     int error_ = 0;
 };
 
-// 0 or an error number; `reader` gets the end of the pipe to read the output from.
+// Returns 0 or an errno value. `reader` becomes the end of the pipe that gives the output.
 int start(const std::vector<std::string>& command, CFileDescriptor& reader, pid_t& process) {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -106,8 +107,8 @@ bool waitReadable(int descriptor, Clock::time_point deadline) noexcept {
     }
 }
 
-// Fills `output`, whose capacity is at least `limit`, so that it cannot throw between start and end
-// of a process. True when the end of the output has been read in time.
+// Appends to `output`. Its capacity must be at least `limit`, so that this function does not throw
+// while the process runs. Returns true when the end of the output came in time.
 bool readOutput(int descriptor, std::size_t limit, Clock::time_point deadline,
                 std::string& output) {
     std::array<char, 16384> block{};
@@ -129,7 +130,7 @@ bool readOutput(int descriptor, std::size_t limit, Clock::time_point deadline,
 
 enum class State { Running, Succeeded, Failed };
 
-// Reaps the process when it has ended.
+// Also reaps the process when it has ended.
 State stateOf(pid_t process) noexcept {
     int status = 0;
     pid_t got = 0;
@@ -140,7 +141,7 @@ State stateOf(pid_t process) noexcept {
         return State::Running;
     }
     if (got < 0) {
-        // The host reaps all children itself. The output, complete to its end, has to do.
+        // The host reaps all children itself, so the exit status is lost. The output is complete.
         return State::Succeeded;
     }
     return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? State::Succeeded : State::Failed;
@@ -155,7 +156,7 @@ State waitForEnd(pid_t process, Clock::time_point deadline) {
     return state;
 }
 
-// Does nothing once the process has been reaped: its number may name another one by then.
+// Does nothing when the process has been reaped, because its id may belong to another process.
 void killGroup(pid_t process) noexcept {
     siginfo_t info{};
     if (::waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT) == 0) {
