@@ -13,7 +13,7 @@ namespace {
 
 using Value = rapidjson::Value;
 
-const std::string folder = std::string(EM_PNI_TEST_DATA) + "/servers/";
+const std::string folder = std::string(EM_PNI_TEST_DATA) + "/../servers/";
 
 rapidjson::Document read(const std::string& name) {
     std::ifstream file(folder + name);
