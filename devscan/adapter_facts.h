@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "devscan/pci_function.h"
+#include "devscan/slot_tables.h"
 #include "platform/address.h"
 
 namespace em_pni {
@@ -23,6 +24,8 @@ struct AdapterFacts {
     std::string optionRom;  // version text of driver or firmware, printable ASCII
     std::string firmware;
     std::uint32_t slot = unknownSlot;  // 0 = onboard
+    SlotSource slotSource = SlotSource::none;
+    std::string slotDesignation;  // of the SMBIOS structure that decided
     std::vector<std::string> interfaces;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -20,6 +21,19 @@ constexpr const char* procDirectory = "proc/bus/pci";
 constexpr std::size_t maxProcList = std::size_t{4} << 20U;
 constexpr char configNoAnswer = '\xFF';  // read from a device that is removed or powered down
 
+// The _SUN numbers of bridges that are already read. Many functions share a bridge.
+using KnownBridges = std::map<PciAddress, std::uint32_t>;
+
+std::optional<std::uint32_t> numberIn(const COpenFolder& devices, const std::string& path) {
+    const auto text = devices.ReadAttribute(path);
+    const auto number = text ? parseDecimal(*text, unknownSlot - 1) : std::nullopt;
+    return number ? std::optional(static_cast<std::uint32_t>(*number)) : std::nullopt;
+}
+
+std::uint32_t acpiNumberOf(const COpenFolder& devices, const std::string& name) {
+    return numberIn(devices, name + "/firmware_node/sun").value_or(unknownSlot);
+}
+
 // Adds the facts that are read for adapters only.
 void addAdapterAttributes(const COpenFolder& devices, const std::string& name,
                           PciFunction& function) {
@@ -30,11 +44,28 @@ void addAdapterAttributes(const COpenFolder& devices, const std::string& name,
     if (const auto driver = devices.ReadLink(name + "/driver")) {
         function.driver = driver->substr(driver->rfind('/') + 1);
     }
+    function.ariEnabled = devices.ReadAttribute(name + "/ari_enabled") == "1";
+    function.hasOnboardIndex = numberIn(devices, name + "/acpi_index").has_value() ||
+                               numberIn(devices, name + "/index").has_value();
+    function.acpiNumber = acpiNumberOf(devices, name);
+}
+
+std::vector<PciBridge> bridgesOf(const COpenFolder& devices, const std::string& link,
+                                 KnownBridges& known) {
+    std::vector<PciBridge> bridges;
+    for (const PciAddress& address : pciBridgesOfPath(link)) {
+        const auto [bridge, isNew] = known.try_emplace(address, unknownSlot);
+        if (isNew) {
+            bridge->second = acpiNumberOf(devices, pciAddressText(address));
+        }
+        bridges.push_back({address, bridge->second});
+    }
+    return bridges;
 }
 
 // One entry of sysfs. Returns no value when it is a virtual function, or has vanished (errno set).
 std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const std::string& name,
-                                             const PciAddress& address) {
+                                             const PciAddress& address, KnownBridges& known) {
     const auto modalias = devices.ReadAttribute(name + "/modalias");
     auto function = modalias ? parseModalias(*modalias) : std::nullopt;
     if (!function) {
@@ -53,7 +84,7 @@ std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const s
         if (!link) {
             return std::nullopt;
         }
-        function->bridges = pciBridgesOfPath(*link);
+        function->bridges = bridgesOf(devices, *link, known);
         function->onRootBus = function->bridges.empty();
         addAdapterAttributes(devices, name, *function);
     }
@@ -69,6 +100,7 @@ Functions listFromSysfs(CMachine& machine) {
     std::vector<PciFunction> list;
     list.reserve(names->size());
     bool readable = names->empty();
+    KnownBridges known;
     for (const std::string& name : *names) {
         const auto address = parsePciAddress(name);
         if (!address) {
@@ -78,7 +110,7 @@ Functions listFromSysfs(CMachine& machine) {
             continue;
         }
         errno = 0;
-        auto function = readSysfsFunction(*devices, name, *address);
+        auto function = readSysfsFunction(*devices, name, *address, known);
         if (function) {
             list.push_back(std::move(*function));
             readable = true;

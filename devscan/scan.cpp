@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "devscan/fc_hosts.h"
+#include "devscan/kernel_slots.h"
 #include "devscan/net_interfaces.h"
 #include "devscan/pci_list.h"
 #include "platform/trace.h"
@@ -36,12 +37,30 @@ const std::vector<ClassDevice>& devicesOf(const ClassDevices& devices, const Pci
     return found == devices.end() ? none : found->second;
 }
 
-AdapterFacts factsOfList(PciFunction&& function, const SlotTables* tables) {
-    AdapterFacts facts;
-    facts.slot = tables != nullptr ? resolveSlot(function, *tables) : unknownSlot;
-    if (facts.slot == unknownSlot) {
-        facts.slot = function.slot;
+MachinePlaces placesOf(CMachine& machine, const std::vector<PciFunction>& functions) {
+    MachinePlaces places;
+    if (const SlotTables* const tables = machine.Slots()) {
+        places.tables = *tables;
     }
+    places.kernelSlots = readKernelSlots(machine.Files());
+    for (const PciFunction& function : functions) {
+        places.segments.insert(function.address.segment);
+        if (isBridge(function.classCode)) {
+            places.bridges.push_back(function.address);
+        }
+    }
+    return places;
+}
+
+AdapterFacts factsOfList(PciFunction&& function, const CSlotResolver& slots) {
+    AdapterFacts facts;
+    SlotAnswer slot = slots.Resolve(function);
+    if (slot.number == unknownSlot && (function.slot == 0 || isUsableSlot(function.slot))) {
+        slot = {function.slot, SlotSource::list, ""};
+    }
+    facts.slot = slot.number;
+    facts.slotSource = slot.source;
+    facts.slotDesignation = std::move(slot.designation);
     facts.address = function.address;
     facts.ids = function.ids;
     facts.classCode = function.classCode;
@@ -59,18 +78,18 @@ std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine)
         PNI_TRACE(1, "\nCSystemAdapter      : ERROR! No list of PCI functions can be read.");
         return std::nullopt;
     }
-    auto found = adaptersAmong(std::move(*functions));
     std::vector<CSystemAdapter> adapters;
-    if (found.empty()) {
+    if (std::none_of(functions->begin(), functions->end(), isNetworkOrFc)) {
         return adapters;
     }
+    const CSlotResolver slots(placesOf(machine, *functions));
+    auto found = adaptersAmong(std::move(*functions));
     const CFileTree& files = machine.Files();
     const ClassDevices interfaces = listNetInterfaces(files, machine.Interfaces());
     const ClassDevices fcHosts = listFcHosts(files);
-    const SlotTables* const tables = machine.Slots();
     adapters.reserve(found.size());
     for (PciFunction& function : found) {
-        AdapterFacts facts = factsOfList(std::move(function), tables);
+        AdapterFacts facts = factsOfList(std::move(function), slots);
         addInterfaceFacts(files, machine.Interfaces(), devicesOf(interfaces, facts.address), facts);
         addFcHostFacts(files, devicesOf(fcHosts, facts.address), facts);
         adapters.emplace_back(std::move(facts), machine);

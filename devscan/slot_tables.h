@@ -1,35 +1,115 @@
-// The places of PCI devices as the firmware states them, and the slot number of a function.
+// The slot number of a PCI device: what firmware and kernel say about places, and the rule that
+// chooses among them.
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "devscan/pci_function.h"
 
 namespace em_pni {
 
-// One address of an SMBIOS slot (type 9). Its function number has no meaning.
+// One SMBIOS slot structure (type 9).
 struct SmbiosSlot {
-    PciAddress address;
     std::uint16_t id = 0;
+    bool inUse = false;
+    std::string designation;            // printable ASCII, may be empty
+    std::vector<PciAddress> addresses;  // its own and those of its peers; only usable ones
 };
 
-// An entry of the PCI interrupt routing table. The segment is always 0.
+// An entry of the PCI interrupt routing table; segment 0.
 struct RoutedDevice {
     std::uint8_t bus = 0;
     std::uint8_t device = 0;
     std::uint8_t slot = 0;  // 0 = onboard
 };
 
+// The tables of the firmware. They do not change while the machine runs.
 struct SlotTables {
     std::vector<SmbiosSlot> slots;
-    std::vector<PciAddress> onboard;  // enabled onboard devices (SMBIOS type 41)
+    std::vector<PciAddress> onboard;  // SMBIOS type 41: enabled, of type Ethernet
     std::vector<RoutedDevice> routing;
 };
 
-// The slot number. Looks for the function itself, then for the bridges above it, nearest first. For
-// each address asks onboard devices, then SMBIOS slots, then the routing table. Returns 0 for an
-// onboard function and for an unknown function on the root bus, and unknownSlot otherwise.
-std::uint32_t resolveSlot(const PciFunction& function, const SlotTables& tables) noexcept;
+// A slot of the kernel: /sys/bus/pci/slots/NAME/address.
+struct KernelSlot {
+    std::uint32_t number = 0;
+    PciAddress place;         // its function says nothing
+    bool isWholeBus = false;  // then its device says nothing either
+};
+
+// What the rule needs to know about the whole machine.
+struct MachinePlaces {
+    SlotTables tables;
+    std::vector<KernelSlot> kernelSlots;
+    std::set<std::uint16_t> segments;  // of all PCI functions
+    std::vector<PciAddress> bridges;   // all functions that are bridges
+};
+
+// Which part of the rule decided.
+enum class SlotSource : std::uint8_t {
+    none,           // nothing names the place
+    smbiosOnboard,  // type 41
+    smbiosSlot,     // type 9 names the card
+    routingTable,   // $PIR names the card
+    onboardIndex,   // acpi_index or index of the card
+    acpiNumber,     // _SUN of the card
+    bridge,         // type 9, _SUN or $PIR names a bridge above the card
+    kernelSlot,
+    rootBus,  // on a root bus and named by nothing
+    list,     // the list of PCI functions states the slot itself (localcli)
+};
+
+// "smbios-onboard", "smbios-slot", ...; empty for none.
+const char* nameOf(SlotSource source) noexcept;
+
+struct SlotAnswer {
+    std::uint32_t number = unknownSlot;  // 0 = onboard
+    SlotSource source = SlotSource::none;
+    std::string designation;  // of the SMBIOS structure that decided, else empty
+};
+
+// Answers for any number of functions of one scan.
+class CSlotResolver {
+  public:
+    explicit CSlotResolver(MachinePlaces places);
+
+    [[nodiscard]] SlotAnswer Resolve(const PciFunction& function) const;
+
+  private:
+    // One address of a slot structure.
+    struct Place {
+        PciAddress address;
+        const SmbiosSlot* slot;
+        std::uint32_t number;  // unknownSlot = the structure tells no number
+    };
+    enum class Match { function, device, bus };
+
+    void UndoShift();
+    void IgnoreSegments();
+    void NumberSlots();
+    [[nodiscard]] bool IsOnboard(const PciAddress& address) const;
+    [[nodiscard]] SlotAnswer FindSlot(const PciAddress& address, Match widest,
+                                      SlotSource source) const;
+    [[nodiscard]] SlotAnswer FindBridge(const PciBridge& bridge, std::uint8_t secondaryBus) const;
+    [[nodiscard]] std::optional<std::uint32_t> Routed(const PciAddress& address) const;
+    [[nodiscard]] SlotAnswer FindKernelSlot(const PciFunction& function) const;
+    [[nodiscard]] std::uint32_t KernelSlotAt(const PciAddress& address, Match match) const;
+    [[nodiscard]] bool IsOnlyBridge(const PciAddress& bridge) const;
+
+    MachinePlaces places_;
+    std::vector<Place> slots_;
+};
+
+// Whether a record can hold the number: it keeps the low six bits, where 0 means onboard.
+bool isUsableSlot(std::uint32_t number) noexcept;
+
+// The number printed in a slot's designation: "Slot 4", "PCIe 4", "PCI-E 4". Returns no value when
+// there is none, and for a number that counts within a riser, processor or chassis.
+std::optional<std::uint32_t> printedSlotNumber(std::string_view designation) noexcept;
 
 }  // namespace em_pni

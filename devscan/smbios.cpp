@@ -1,6 +1,10 @@
 #include "devscan/smbios.h"
 
 #include <algorithm>
+#include <string>
+#include <utility>
+
+#include "platform/text.h"
 
 namespace em_pni {
 namespace {
@@ -30,6 +34,9 @@ constexpr std::uint8_t typeOnboard = 41;
 constexpr std::uint8_t typeEnd = 127;
 
 // Type 9.
+constexpr std::size_t slotDesignation = 0x04;  // number of a string
+constexpr std::size_t slotUsage = 0x07;
+constexpr std::uint8_t slotInUse = 4;
 constexpr std::size_t slotId = 0x09;
 constexpr std::size_t slotAddress = 0x0D;  // segment (2 bytes), bus, devfn
 constexpr std::size_t slotPeerCount = 0x12;
@@ -37,12 +44,13 @@ constexpr std::size_t slotPeers = 0x13;
 constexpr std::size_t slotPeerSize = 5;  // address and width
 
 // Type 41.
-constexpr std::size_t onboardType = 0x05;
-constexpr std::uint8_t onboardEnabled = 0x80;
+constexpr std::size_t onboardType = 0x05;  // bit 7 enabled, bits 6..0 type
+constexpr std::uint8_t onboardEthernetEnabled = 0x85;
 constexpr std::size_t onboardAddress = 0x07;
 
 constexpr std::size_t addressSize = 4;
 constexpr std::uint8_t unknownBus = 0xFF;  // segment and devfn then have no meaning
+constexpr std::uint8_t unknownDevfn = 0xFF;
 
 std::optional<SmbiosTablePlace> entryPointAt(CByteView area, std::size_t offset) noexcept {
     if (area.HasText(offset, "_SM3_")) {
@@ -62,28 +70,51 @@ std::optional<SmbiosTablePlace> entryPointAt(CByteView area, std::size_t offset)
 // The address at `offset`. Returns no value when it is unknown or the structure is too short.
 std::optional<PciAddress> addressAt(CByteView structure, std::size_t offset) noexcept {
     const CByteView bytes = structure.Part(offset, addressSize);
-    if (bytes.Size() == 0 || bytes.U8(2) == unknownBus) {
+    if (bytes.Size() == 0 || bytes.U8(2) == unknownBus || bytes.U8(3) == unknownDevfn) {
         return std::nullopt;
     }
     return PciAddress::FromPacked(std::uint32_t{bytes.U16(0)} << 16U |
                                   std::uint32_t{bytes.U8(2)} << 8U | bytes.U8(3));
 }
 
-void addSlot(CByteView structure, SlotTables& tables) {
-    const std::uint16_t id = structure.U16(slotId);
-    if (const auto address = addressAt(structure, slotAddress)) {
-        tables.slots.push_back({*address, id});
-    }
-    for (std::size_t peer = 0; peer < structure.U8(slotPeerCount); ++peer) {
-        if (const auto address = addressAt(structure, slotPeers + peer * slotPeerSize)) {
-            tables.slots.push_back({*address, id});
+// String `number` of a structure whose strings begin at `offset`; the first has number 1, and 0
+// means no string.
+std::string stringOf(CByteView table, std::size_t offset, std::uint8_t number) {
+    for (std::uint8_t current = 1; table.U8(offset) != 0; ++current) {
+        std::size_t end = offset;
+        while (table.U8(end) != 0) {
+            ++end;
         }
+        if (current == number) {
+            const auto bytes = table.Inside(offset, end - offset);
+            return printableText({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        }
+        offset = end + 1;
     }
+    return "";
+}
+
+void addSlot(CByteView structure, std::string designation, SlotTables& tables) {
+    SmbiosSlot slot{.id = structure.U16(slotId),
+                    .inUse = structure.U8(slotUsage) == slotInUse,
+                    .designation = std::move(designation),
+                    .addresses = {}};
+    // Firmware states the address of the host bridge for a free slot without an address.
+    const auto add = [&slot](const std::optional<PciAddress>& address) {
+        if (address && (slot.inUse || *address != PciAddress{0, 0, 0, 0})) {
+            slot.addresses.push_back(*address);
+        }
+    };
+    add(addressAt(structure, slotAddress));
+    for (std::size_t peer = 0; peer < structure.U8(slotPeerCount); ++peer) {
+        add(addressAt(structure, slotPeers + peer * slotPeerSize));
+    }
+    tables.slots.push_back(std::move(slot));
 }
 
 void addOnboard(CByteView structure, SlotTables& tables) {
     const auto address = addressAt(structure, onboardAddress);
-    if (address && (structure.U8(onboardType) & onboardEnabled) != 0) {
+    if (address && structure.U8(onboardType) == onboardEthernetEnabled) {
         tables.onboard.push_back(*address);
     }
 }
@@ -119,7 +150,9 @@ void addSmbiosPlaces(CByteView table, SlotTables& tables) {
         }
         switch (structure.U8(headerType)) {
             case typeSlot:
-                addSlot(structure, tables);
+                addSlot(structure,
+                        stringOf(table, offset + structure.Size(), structure.U8(slotDesignation)),
+                        tables);
                 break;
             case typeOnboard:
                 addOnboard(structure, tables);

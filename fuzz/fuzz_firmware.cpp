@@ -10,29 +10,30 @@ using namespace em_pni::fuzz;
 
 namespace {
 
-PciFunction functionAt(const PciAddress& address) {
-    PciFunction function;
-    function.address = address;
-    return function;
-}
-
 void checkSlots(SlotTables tables) {
     // Limits the quadratic time of the checks below.
     tables.slots.resize(std::min<std::size_t>(tables.slots.size(), 32));
     tables.onboard.resize(std::min<std::size_t>(tables.onboard.size(), 32));
     tables.routing.resize(std::min<std::size_t>(tables.routing.size(), 32));
+    std::vector<PciAddress> addresses = tables.onboard;
     for (const SmbiosSlot& slot : tables.slots) {
-        require(slot.address.device <= 31 && slot.address.function <= 7, "addresses are in range");
-        const bool isKnown = slot.id != 0 && slot.id != 0xFFFF;
-        require(!isKnown || resolveSlot(functionAt(slot.address), tables) != unknownSlot,
-                "a function in a slot has a slot number");
+        addresses.insert(addresses.end(), slot.addresses.begin(), slot.addresses.end());
+        const auto printed = printedSlotNumber(slot.designation);
+        require(!printed || *printed <= 9999, "a printed number is short");
     }
-    for (const PciAddress& address : tables.onboard) {
-        require(resolveSlot(functionAt(address), tables) == 0, "an onboard function has slot 0");
-    }
-    for (const RoutedDevice& routed : tables.routing) {
-        require(resolveSlot(functionAt({0, routed.bus, routed.device, 0}), tables) != unknownSlot,
-                "a routed function has a slot number");
+    const CSlotResolver resolver({tables, {}, {0}, {}});
+    for (const PciAddress& address : addresses) {
+        require(address.device <= 31 && address.function <= 7, "addresses are in range");
+        PciFunction function;
+        function.address = address;
+        const SlotAnswer answer = resolver.Resolve(function);
+        require(answer.number == unknownSlot || answer.number == 0 || isUsableSlot(answer.number),
+                "a number fits into a record");
+        require((answer.number == unknownSlot) == (answer.source == SlotSource::none),
+                "an answer has a source");
+        function.bridges = {{address}};
+        function.address = {0, 0xFE, 0, 0};
+        require(resolver.Resolve(function).source != SlotSource::rootBus, "it is behind a bridge");
     }
 }
 

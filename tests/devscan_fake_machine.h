@@ -132,6 +132,20 @@ class CFakeMachine {
         Link("sys/bus/pci/devices/" + device.substr(device.rfind('/') + 1),
              "../../../devices/" + device);
     }
+    // A bridge with the ACPI number of its slot; "" = firmware tells none. It may be there already.
+    void Bridge(const std::string& device, const std::string& acpiNumber = "") {
+        if (std::filesystem::exists(Path("sys/devices/" + device + "/modalias"))) {
+            return;
+        }
+        Pci(device, 0x8086, 0x2030, 0x0604);
+        if (!acpiNumber.empty()) {
+            File("sys/devices/" + device + "/firmware_node/sun", acpiNumber + "\n");
+        }
+    }
+    void KernelSlot(const std::string& name, const std::string& address) {
+        File("sys/bus/pci/slots/" + name + "/address", address + "\n");
+    }
+    void Smbios(const std::string& table) { File("sys/firmware/dmi/tables/DMI", table); }
     void Net(const std::string& device, const std::string& name, const FakeInterface& facts) {
         const std::string path = "devices/" + device + "/net/" + name;
         File("sys/" + path + "/dev_port", std::to_string(facts.port) + "\n");
@@ -167,9 +181,14 @@ inline std::string bytesText(std::initializer_list<std::size_t> numbers) {
     return bytes;
 }
 
-// SMBIOS structures without strings.
-inline std::string smbiosStructure(std::uint8_t type, const std::string& body) {
-    return bytesText({type, body.size() + 4, 1, 0}) + body + std::string(2, '\0');
+// An SMBIOS structure with its strings.
+inline std::string smbiosStructure(std::size_t type, const std::string& body,
+                                   const std::vector<std::string>& strings = {}) {
+    std::string structure = bytesText({type, body.size() + 4, 1, 0}) + body;
+    for (const std::string& text : strings) {
+        structure += text + '\0';
+    }
+    return structure + std::string(strings.empty() ? 2 : 1, '\0');
 }
 
 inline std::string smbiosAddress(const PciAddress& at) {
@@ -177,14 +196,24 @@ inline std::string smbiosAddress(const PciAddress& at) {
         {at.segment, std::size_t{at.segment} >> 8U, at.bus, at.device * 8U + at.function});
 }
 
+struct SmbiosSlotText {
+    std::string designation = "J1";
+    bool inUse = true;
+    std::vector<PciAddress> peers{};
+};
+
 inline std::string smbiosSlot(std::size_t id, const PciAddress& at,
-                              const std::vector<PciAddress>& peers = {}) {
-    std::string body(5, '\1');  // designation, type, width, usage, length
-    body += bytesText({id, id >> 8U, 0, 0}) + smbiosAddress(at) + bytesText({4, peers.size()});
-    for (const PciAddress& peer : peers) {
+                              const SmbiosSlotText& text = {}) {
+    std::string body = bytesText({1, 0xAB, 8, text.inUse ? 4U : 3U, 3, id, id >> 8U, 0, 0}) +
+                       smbiosAddress(at) + bytesText({4, text.peers.size()});
+    for (const PciAddress& peer : text.peers) {
         body += smbiosAddress(peer) + '\4';
     }
-    return smbiosStructure(9, body);
+    return smbiosStructure(9, body, {text.designation});
+}
+
+inline std::string smbiosOnboard(const PciAddress& at, std::size_t type = 0x85) {
+    return smbiosStructure(41, bytesText({1, type, 1}) + smbiosAddress(at), {"LAN"});
 }
 
 }  // namespace em_pni

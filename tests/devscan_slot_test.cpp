@@ -16,10 +16,6 @@ std::string withChecksum(std::string bytes, std::size_t at) {
     return bytes;
 }
 
-std::string onboardDevice(const PciAddress& at, std::size_t type) {
-    return smbiosStructure(41, bytesText({1, type, 1}) + smbiosAddress(at));
-}
-
 // A table with one entry.
 std::string pciRouting(std::size_t bus, std::size_t device, std::size_t slot) {
     return withChecksum(std::string("$PIR\0\0\x30", 7) + std::string(25, '\0') +
@@ -43,17 +39,25 @@ SlotTables placesOf(std::string_view table) {
 }
 
 TEST(DevscanSlot, SmbiosStructures) {
-    const std::string whole = smbiosStructure(0, "\1\2\3") +
-                              smbiosSlot(4, card, {{1, 9, 1, 0}, nowhere}) +
-                              smbiosSlot(5, nowhere) + onboardDevice({0, 2, 0, 1}, 0x85) +
-                              onboardDevice({0, 2, 0, 2}, 0x05) + smbiosStructure(127, "");
+    const std::string whole =
+        smbiosStructure(0, "\1\2\3") +
+        smbiosSlot(4, card, {.designation = "PCIe 4 ", .peers = {{1, 9, 1, 0}, nowhere}}) +
+        smbiosSlot(5, nowhere, {.inUse = false}) + smbiosSlot(6, {0, 0, 0, 0}, {.inUse = false}) +
+        smbiosSlot(7, {0, 3, 31, 7}) + smbiosOnboard({0, 2, 0, 1}) +
+        smbiosOnboard({0, 2, 0, 2}, 0x05) + smbiosOnboard({0, 2, 0, 3}, 0x89) +
+        smbiosStructure(127, "");
     const SlotTables tables = placesOf(whole + smbiosSlot(6, {0, 8, 0, 0}));
-    ASSERT_EQ(tables.slots.size(), 2U);
+    ASSERT_EQ(tables.slots.size(), 4U);
     EXPECT_EQ(tables.slots[0].id, 4);
-    EXPECT_EQ(tables.slots[1].address, (PciAddress{1, 9, 1, 0}));
-    EXPECT_EQ(tables.onboard, (std::vector<PciAddress>{{0, 2, 0, 1}}));
+    EXPECT_EQ(tables.slots[0].designation, "PCIe 4");
+    EXPECT_TRUE(tables.slots[0].inUse && !tables.slots[1].inUse);
+    EXPECT_EQ(tables.slots[0].addresses, (std::vector<PciAddress>{card, {1, 9, 1, 0}}));
+    for (const std::size_t unusable : {1U, 2U, 3U}) {
+        EXPECT_TRUE(tables.slots[unusable].addresses.empty()) << unusable;
+    }
+    EXPECT_EQ(tables.onboard, (std::vector<PciAddress>{{0, 2, 0, 1}})) << "enabled Ethernet only";
     // Before SMBIOS 2.6 slots had no addresses.
-    EXPECT_TRUE(placesOf(smbiosStructure(9, std::string(9, '\1'))).slots.empty());
+    EXPECT_TRUE(placesOf(smbiosStructure(9, std::string(9, '\1'))).slots.at(0).addresses.empty());
     // A cut structure is ignored. A structure of length 0 must not cause an endless loop.
     const std::string slot = smbiosSlot(4, card);
     for (std::size_t length = 0; length < slot.size(); ++length) {
@@ -79,34 +83,136 @@ TEST(DevscanSlot, EntryPointsAreFoundByTheirChecksum) {
     }
 }
 
-std::uint32_t slotOf(const std::string& smbios, const PciAddress& address,
-                     std::vector<PciAddress> bridges, const std::vector<RoutedDevice>& routing) {
-    SlotTables tables = placesOf(smbios);
-    tables.routing = routing;
+// A function on bus 3 behind port 00:01.0, which is behind port 00:02.0.
+struct Place {
+    std::string smbios{};
+    PciAddress address = card;
+    std::vector<PciBridge> bridges{{port}, {upper}};
+    std::vector<RoutedDevice> routing{};
+    std::vector<KernelSlot> kernelSlots{};
+    std::set<std::uint16_t> segments{0};
+    std::vector<PciAddress> otherBridges{};
+    bool ari = false;
+    bool onboardIndex = false;
+    std::uint32_t acpiNumber = unknownSlot;
+
+    static constexpr PciAddress port{0, 0, 1, 0};
+    static constexpr PciAddress upper{0, 0, 2, 0};
+};
+
+SlotAnswer resolve(const Place& place) {
+    MachinePlaces machine{placesOf(place.smbios), place.kernelSlots, place.segments,
+                          place.otherBridges};
+    machine.tables.routing = place.routing;
     PciFunction function;
-    function.address = address;
-    function.onRootBus = bridges.empty();
-    function.bridges = std::move(bridges);
-    return resolveSlot(function, tables);
+    function.address = place.address;
+    function.bridges = place.bridges;
+    function.onRootBus = place.bridges.empty();
+    function.ariEnabled = place.ari;
+    function.hasOnboardIndex = place.onboardIndex;
+    function.acpiNumber = place.acpiNumber;
+    for (const PciBridge& bridge : place.bridges) {
+        machine.bridges.push_back(bridge.address);
+    }
+    return CSlotResolver(std::move(machine)).Resolve(function);
 }
 
-TEST(DevscanSlot, OrderOfTheRule) {
-    const std::vector<RoutedDevice> routed{{3, 0, 7}};
+std::uint32_t slotOf(const Place& place) {
+    return resolve(place).number;
+}
+
+TEST(DevscanSlot, EachSourceYieldsToTheOneBefore) {
+    Place place{.smbios = smbiosOnboard(card) + smbiosSlot(2, card),
+                .bridges = {{Place::port, 6}},
+                .routing = {{3, 0, 3}, {0, 1, 9}},
+                .kernelSlots = {{7, card, false}},
+                .onboardIndex = true,
+                .acpiNumber = 5};
+    const auto expect = [&place](std::uint32_t number, SlotSource source) {
+        const SlotAnswer answer = resolve(place);
+        EXPECT_EQ(answer.number, number) << nameOf(source);
+        EXPECT_STREQ(nameOf(answer.source), nameOf(source));
+    };
+    expect(0, SlotSource::smbiosOnboard);
+    place.smbios = smbiosSlot(2, card, {.designation = "PCIe 2"});
+    expect(2, SlotSource::smbiosSlot);
+    EXPECT_EQ(resolve(place).designation, "PCIe 2");
+    place.smbios = "";
+    expect(3, SlotSource::routingTable);
+    place.routing.erase(place.routing.begin());
+    expect(0, SlotSource::onboardIndex);
+    place.onboardIndex = false;
+    expect(5, SlotSource::acpiNumber);
+    place.acpiNumber = 64;
+    expect(6, SlotSource::bridge);
+    place.bridges = {{Place::port}};
+    expect(9, SlotSource::bridge);
+    place.routing.clear();
+    expect(7, SlotSource::kernelSlot);
+    place.kernelSlots.clear();
+    expect(unknownSlot, SlotSource::none);
+    place.bridges.clear();
+    expect(0, SlotSource::rootBus);
+}
+
+TEST(DevscanSlot, SmbiosNamesTheCardItsDeviceOrWithAriItsBus) {
     const PciAddress second{0, 3, 0, 1};
-    const PciAddress port{0, 0, 1, 0};
-    const PciAddress upper{0, 0, 2, 0};
-    // An onboard entry has priority, but only for its own function.
-    const std::string both = smbiosSlot(4, card) + onboardDevice(second, 0x85);
-    EXPECT_EQ(slotOf(both, second, {port}, routed), 0U);
-    EXPECT_EQ(slotOf(both, {0, 3, 0, 2}, {port}, routed), 4U);
-    // Slot ids 0 and 0xFFFF mean no slot. The routing table is for segment 0 only.
-    EXPECT_EQ(slotOf(smbiosSlot(0, card) + smbiosSlot(0xFFFF, card), card, {port}, routed), 7U);
-    EXPECT_EQ(slotOf("", {1, 3, 0, 0}, {port}, routed), unknownSlot);
-    // The nearest bridge with a slot counts. Onboard bridges are skipped.
-    EXPECT_EQ(slotOf(smbiosSlot(8, upper) + smbiosSlot(9, port), card, {port, upper}, {}), 9U);
-    EXPECT_EQ(slotOf(smbiosSlot(8, upper) + onboardDevice(port, 0x85), card, {port, upper}, {}),
-              8U);
-    EXPECT_EQ(slotOf("", card, {}, {}), 0U);
+    const PciAddress ninth{0, 3, 1, 0};
+    EXPECT_EQ(slotOf({.smbios = smbiosOnboard(card), .address = second}), 0U);
+    EXPECT_EQ(
+        slotOf({.smbios = smbiosOnboard(card) + smbiosOnboard({0, 3, 0, 2}), .address = second}),
+        unknownSlot)
+        << "other functions of the device are named";
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = second}), 4U);
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = ninth}), unknownSlot);
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = ninth, .ari = true}), 4U);
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card) + smbiosSlot(5, second), .address = second}),
+              5U);
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card, {.inUse = false}) + smbiosSlot(5, second)}), 5U)
+        << "a slot in use goes before a free one";
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card) + smbiosSlot(5, card)}), unknownSlot)
+        << "two numbers for one place";
+    // Firmware that states no segment is believed on a machine with one segment.
+    const std::string unstated = smbiosSlot(4, {0xFFFF, 3, 0, 0});
+    EXPECT_EQ(slotOf({.smbios = unstated}), 4U);
+    EXPECT_EQ(slotOf({.smbios = unstated, .segments = {0, 1}}), unknownSlot);
+}
+
+TEST(DevscanSlot, ABridgeIsNamedByItsFunctionOrByItsBus) {
+    const PciAddress sibling{0, 0, 1, 1};
+    const std::string siblings = smbiosSlot(4, Place::port) + smbiosSlot(5, sibling);
+    EXPECT_EQ(slotOf({.smbios = siblings}), 4U);
+    EXPECT_EQ(slotOf({.smbios = siblings, .bridges = {{sibling}}}), 5U);
+    EXPECT_EQ(slotOf({.smbios = siblings, .bridges = {{{0, 0, 1, 2}}}}), unknownSlot)
+        << "a sibling port is another slot";
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(8, Place::upper)}), 8U);
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(6, {0, 3, 1, 0}) + smbiosSlot(8, Place::upper)}), 6U)
+        << "the bus behind the port with the device of the port";
+    EXPECT_EQ(slotOf({.smbios = smbiosOnboard(Place::port) + smbiosSlot(8, Place::upper)}), 8U)
+        << "an onboard bridge says nothing about its cards";
+    // A kernel slot names a device: it is no answer for one of two ports.
+    const KernelSlot atPort{7, Place::port, false};
+    EXPECT_EQ(slotOf({.kernelSlots = {atPort}}), 7U);
+    EXPECT_EQ(slotOf({.kernelSlots = {atPort}, .otherBridges = {sibling}}), unknownSlot);
+    EXPECT_EQ(slotOf({.kernelSlots = {{7, {0, 3, 9, 0}, true}}}), 7U) << "a whole bus";
+}
+
+TEST(DevscanSlot, PrintedNumbersStandInForMissingAndSharedIds) {
+    const PciAddress other{0, 4, 0, 0};
+    const auto numberFor = [&other](std::size_t id, const std::string& designation) {
+        return slotOf({.smbios = smbiosSlot(id, card, {.designation = designation}) +
+                                 smbiosSlot(9, other, {.designation = "Slot 2"})});
+    };
+    EXPECT_EQ(numberFor(5, "Slot 4"), 5U);
+    EXPECT_EQ(numberFor(0, "Slot 4"), 4U);
+    EXPECT_EQ(numberFor(0xFFFF, "PCIE_5_A"), 5U);
+    EXPECT_EQ(numberFor(0, "PCI-E 3.0 x16 SLOT#6"), 6U);
+    EXPECT_EQ(numberFor(9, "PCI-E 3"), 3U);
+    for (const char* const silent : {"J6B2", "Riser 1 Slot 2", "CPU1_PCIE1", "PCIe Chassis Slot 3",
+                                     "Slot 64", "SSD Slot 0", "PCIe x8", "PCIe 3.0", ""}) {
+        EXPECT_EQ(numberFor(0, silent), unknownSlot) << silent;
+    }
+    EXPECT_EQ(numberFor(128, "Slot 4"), unknownSlot) << "a record could not hold it";
 }
 
 TEST(DevscanSlot, TablesOfMachines) {

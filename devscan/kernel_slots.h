@@ -1,0 +1,15 @@
+// The slots that the kernel knows: /sys/bus/pci/slots.
+#pragma once
+
+#include <vector>
+
+#include "devscan/file_tree.h"
+#include "devscan/slot_tables.h"
+
+namespace em_pni {
+
+// Slots come and go with hot-plug drivers: read them in each scan. A slot whose name does not begin
+// with a decimal number, or whose address is neither "dddd:bb:dd" nor "dddd:bb", is left out.
+std::vector<KernelSlot> readKernelSlots(const CFileTree& files);
+
+}  // namespace em_pni
