@@ -196,13 +196,13 @@ TEST_F(HotplugTest, AllOfManyCardsAreReplacedAtOnce) {
         CScriptedHost host(rack.Record(1));
         CScriptedNetwork network(host);
         network.interfaces = rack.Interfaces(2);
-        auto module = NewModule(machine);
+        const auto module = NewModule(machine);
         module->Start(&host, 0);
         Report(*module, instanceRemoved);
         Report(*module, instanceAdded);
         module->OnSwitchStarted();
-        module.reset();  // waits for the end of the first cycle, however long it takes
-        ASSERT_EQ(host.Count(krcp::writeFru), 1);
+        ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
+        module->Stop();
         EXPECT_LE(host.Count(krcp::macAddress), 3 * 2 * static_cast<int>(cards * rack.ports))
             << "not the product of cards and interfaces";
         // One module for each new card, no module of an old card.
