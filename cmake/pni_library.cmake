@@ -30,11 +30,6 @@ target_compile_options(pni_build INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 target_link_libraries(pni_build INTERFACE Threads::Threads)
 
-# Unrolls short inner loops completely, as -O3 does. The checksum of a record takes three times as
-# long without it.
-target_compile_options(pni_build INTERFACE
-    $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:-fpeel-loops>)
-
 # The linker drops functions and data that nothing refers to.
 if(NOT EM_PNI_SANITIZE)
     target_compile_options(pni_build INTERFACE -ffunction-sections -fdata-sections)
@@ -80,4 +75,13 @@ function(pni_library name)
     add_library(${name} STATIC ${arg_SOURCES})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC pni_build ${arg_USES})
+endfunction()
+
+# pni_hot(<target>...): the targets contain loops over whole records. With -O2 alone, g++ does not
+# unroll the loop of the checksum.
+function(pni_hot)
+    foreach(target IN LISTS ARGN)
+        target_compile_options(${target} PRIVATE
+            $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:-fpeel-loops>)
+    endforeach()
 endfunction()

@@ -23,6 +23,9 @@
 #include <utility>
 #include <vector>
 
+// These functions are long and called rarely. Copies at each call made a module 20 KB larger.
+#define EM_PNI_NOINLINE __attribute__((noinline))
+
 namespace em_pni {
 
 struct CKrcpMessage {
@@ -179,8 +182,8 @@ inline const rapidjson::Value* findCommand(const CKrcpMessage& message,
 
 // Returns the integer member `key` of a command, or `defaultValue` when it is missing or not a
 // signed 64-bit integer.
-inline std::int64_t GetValue(const CKrcpMessage& message, std::uint32_t index, const char* key,
-                             std::int64_t defaultValue) noexcept {
+EM_PNI_NOINLINE inline std::int64_t GetValue(const CKrcpMessage& message, std::uint32_t index,
+                                             const char* key, std::int64_t defaultValue) noexcept {
     const rapidjson::Value* const command = findCommand(message, index);
     const rapidjson::Value* const value = command != nullptr ? findMember(*command, key) : nullptr;
     return value != nullptr && value->IsInt64() ? value->GetInt64() : defaultValue;
@@ -211,7 +214,8 @@ inline bool hasData(const CKrcpMessage& message) noexcept {
 
 // Appends the raw bytes of the current command to `bytes` and returns their number. When an element
 // is not an integer 0..255, appends nothing and returns 0.
-inline std::size_t copyRawBytes(const CKrcpMessage& message, std::vector<std::uint8_t>& bytes) {
+EM_PNI_NOINLINE inline std::size_t copyRawBytes(const CKrcpMessage& message,
+                                                std::vector<std::uint8_t>& bytes) {
     const rapidjson::Value* const data = findData(message);
     const rapidjson::Value* const raw = data != nullptr ? findMember(*data, "RAW") : nullptr;
     if (raw == nullptr || !raw->IsArray()) {
@@ -255,7 +259,8 @@ inline rapidjson::Value* commandForWriting(CKrcpMessage& message) {
 
 // Makes room for one more member of an object. When there is no memory, throws and does not change
 // the object. RapidJSON's AddMember counts the new room before it allocates it.
-inline void reserveMember(rapidjson::Value& object, rapidjson::Document::AllocatorType& allocator) {
+EM_PNI_NOINLINE inline void reserveMember(rapidjson::Value& object,
+                                          rapidjson::Document::AllocatorType& allocator) {
     rapidjson::Value larger(rapidjson::kObjectType);
     for (rapidjson::SizeType i = 0; i <= object.MemberCount(); ++i) {
         larger.AddMember("", rapidjson::Value(), allocator);
@@ -269,7 +274,8 @@ inline void reserveMember(rapidjson::Value& object, rapidjson::Document::Allocat
 // Sets a member of the current command and replaces its old value. `value` must use the allocator
 // of the message. `key` must be a literal: the document refers to its characters. Returns false and
 // changes nothing when there is no command to write to.
-inline bool setMember(CKrcpMessage& message, const char* key, rapidjson::Value value) {
+EM_PNI_NOINLINE inline bool setMember(CKrcpMessage& message, const char* key,
+                                      rapidjson::Value value) {
     rapidjson::Value* const command = commandForWriting(message);
     if (command == nullptr) {
         return false;
@@ -289,7 +295,8 @@ inline bool setStatus(CKrcpMessage& message, std::uint32_t statusCode) {
     return setMember(message, "ST", number(statusCode));
 }
 
-inline bool setRawBytes(CKrcpMessage& message, std::span<const std::uint8_t> bytes) {
+EM_PNI_NOINLINE inline bool setRawBytes(CKrcpMessage& message,
+                                        std::span<const std::uint8_t> bytes) {
     auto& allocator = message.document.GetAllocator();
     rapidjson::Value raw(rapidjson::kArrayType);
     raw.Reserve(static_cast<rapidjson::SizeType>(bytes.size()), allocator);
@@ -302,8 +309,8 @@ inline bool setRawBytes(CKrcpMessage& message, std::span<const std::uint8_t> byt
 }
 
 // Returns a message with one command, without status and data. Its index is 0.
-inline CKrcpMessage makeRequest(std::uint16_t opcodeValue, std::uint16_t extension,
-                                std::uint32_t objectIndex, std::int32_t cabinet) {
+EM_PNI_NOINLINE inline CKrcpMessage makeRequest(std::uint16_t opcodeValue, std::uint16_t extension,
+                                                std::uint32_t objectIndex, std::int32_t cabinet) {
     CKrcpMessage message;
     auto& allocator = message.document.GetAllocator();
     rapidjson::Value command(rapidjson::kObjectType);
@@ -321,3 +328,5 @@ inline CKrcpMessage makeRequest(std::uint16_t opcodeValue, std::uint16_t extensi
 
 }  // namespace krcp
 }  // namespace em_pni
+
+#undef EM_PNI_NOINLINE
