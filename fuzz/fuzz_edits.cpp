@@ -29,7 +29,7 @@ struct CutRecord {
     std::vector<Bytes> modules;
     Bytes padding;         // from the last module to the end of the record
     Bytes behind;          // the rest of the image
-    bool isWhole = false;  // valid, and no module reaches behind the record
+    bool isWhole = false;  // valid without the bytes behind the record, and no module ends there
 
     explicit CutRecord(const Bytes& image) {
         const CByteView view(image.data(), image.size());
@@ -60,7 +60,7 @@ struct CutRecord {
             front[place] = 0;
         }
         const std::size_t end = frame.commonArea + std::size_t{frame.recordLength};
-        isWhole = begins.back() <= end;
+        isWhole = begins.back() <= end && pniValidateFru(image.data(), end) == PNI_SUCCESS;
         if (isWhole) {
             padding = part(begins.back(), end);
             behind = part(end, view.Size());
