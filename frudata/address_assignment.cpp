@@ -40,8 +40,8 @@ std::uint32_t assignmentResult(CByteView image, FrameFault fault) noexcept {
                                                                        : pniFrameResult(fault);
 }
 
-// The functions that `isWanted` accepts. The code is not PNI_SUCCESS when the image holds no record
-// or an element of the record does not fit its place.
+// The functions that `isWanted` accepts and whose address block may be written. The code is not
+// PNI_SUCCESS when the image holds no record or an element of the record does not fit its place.
 template <class IsWanted>
 Targets findTargets(CByteView image, IsWanted isWanted) {
     Targets targets{.code = PNI_SUCCESS, .frame = locateFrame(image), .list = {}};
@@ -54,7 +54,7 @@ Targets findTargets(CByteView image, IsWanted isWanted) {
         forEachFunction(atModule, [&](const CRecordCursor& at) {
             const CPniPortFunction& function = at.Function();
             const auto offset = function.U8(Layout::addressOffset);
-            if (offset && isWanted(at)) {
+            if (offset && function.HasSeparateAddresses() && isWanted(at)) {
                 targets.list.push_back({function, at.Module().moduleId, at.Port().position,
                                         function.Offset() + *offset});
             }
@@ -74,56 +74,22 @@ bool traceAssignment(const char* operation, std::uint32_t code) {
     return code == PNI_SUCCESS;
 }
 
-// The functions of one technology in the ports of one module below `portCount`. Returns none of
-// them when `fits` refuses one, so that a change is made everywhere or nowhere.
-template <class Fits>
+// The functions in the ports of one module below `portCount` that `hasRoom` accepts. The others
+// stay as they are.
+template <class HasRoom>
 std::vector<Target> findModuleTargets(const char* operation, CByteView image,
-                                      std::uint8_t moduleIndex, FunctionTechnology technology,
-                                      std::size_t portCount, Fits fits) {
+                                      std::uint8_t moduleIndex, std::size_t portCount,
+                                      HasRoom hasRoom) {
     Targets targets = findTargets(image, [&](const CRecordCursor& at) {
         return at.Module().position == moduleIndex && at.Port().position < portCount &&
-               at.Function().Technology() == technology;
+               hasRoom(at.Function(), at.Port().position);
     });
-    if (!std::all_of(targets.list.begin(), targets.list.end(), fits)) {
-        targets.code = PNI_INSUFFICENT_DATA_ERR;
-    }
-    if (!traceAssignment(operation, targets.code)) {
-        targets.list.clear();
-    }
+    traceAssignment(operation, targets.code);
     return std::move(targets.list);
 }
 
-// The two lists of IP addresses of an Ethernet function. Offsets count from the address block.
-struct IpLists {
-    std::uint8_t counters;
-    std::size_t ipv4;  // number of addresses
-    std::size_t ipv6;
-
-    [[nodiscard]] static constexpr std::size_t Ipv4Begin() noexcept {
-        return NicAddresses::ipAddresses;
-    }
-    [[nodiscard]] std::size_t Ipv6Begin() const noexcept {
-        return Ipv4Begin() + ipv4 * layout::ipv4Size;
-    }
-    [[nodiscard]] std::size_t Bytes() const noexcept {
-        return ipv4 * layout::ipv4Size + ipv6 * layout::ipv6Size;
-    }
-};
-
-// Returns no value when the counters or the counted addresses do not lie inside the function.
-std::optional<IpLists> ipListsOf(const CPniPortFunction& function) noexcept {
-    const auto counters = function.AddressBytes(NicAddresses::ipCounters, 1);
-    if (!counters) {
-        return std::nullopt;
-    }
-    const std::size_t packed = counters->front();
-    const IpLists lists{counters->front(), packed & 0x0FU, packed >> 4U};
-    return function.AddressBytes(NicAddresses::ipAddresses, lists.Bytes()) ? std::optional(lists)
-                                                                           : std::nullopt;
-}
-
 bool mayHoldIpAddresses(const CPniPortFunction& function) noexcept {
-    return function.Technology() == FunctionTechnology::nic && function.HasSeparateAddresses() &&
+    return function.Technology() == FunctionTechnology::nic &&
            function.Size() >= NicAddresses::minimumFunction;
 }
 
@@ -185,15 +151,14 @@ class CIpAssignment {
     }
 
   private:
-    // Inserts the address at `place`, which counts from the address block. The function and the
-    // record grow by it.
+    // Inserts the address at `place`, which counts from the address block. The function, the record
+    // and the image grow by it. The record is always shorter than the image, so its length does not
+    // overflow.
     bool Insert(std::size_t place, const IpAddress& address, std::uint8_t inCounters) {
         const std::size_t recordLength = image_.View().U16(lengthOffset_) + address.size();
         const std::size_t functionSize = target_.function.Size() + address.size();
-        if (recordLength > Header::maxRecordLength ||
-            functionSize > Layout::maxFunctionLength * Layout::lengthUnit ||
-            !target_.function.AddressBytes(place, 0) ||
-            !image_.View().Has(target_.function.Offset(), target_.function.Size())) {
+        if (image_.View().Size() + address.size() > layout::maxImage ||
+            functionSize > Layout::maxFunctionLength * Layout::lengthUnit) {
             return false;
         }
         // The insertion comes first because it may throw. The lengths stand in front of it.
@@ -227,11 +192,10 @@ bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const MacAddress>
     }
     CByteEditor editor(image);
     const auto targets = findModuleTargets(
-        "SetMACAddress", editor.View(), moduleIndex, FunctionTechnology::nic, macs.size(),
-        [&macs](const Target& target) {
-            return target.function.HasSeparateAddresses() &&
-                   target.function.AddressBytes(NicAddresses::activeMac, macs[target.port].size())
-                       .has_value();
+        "SetMACAddress", editor.View(), moduleIndex, macs.size(),
+        [&macs](const CPniPortFunction& function, std::size_t port) {
+            return function.Technology() == FunctionTechnology::nic &&
+                   function.AddressBytes(NicAddresses::activeMac, macs[port].size()).has_value();
         });
     for (const Target& target : targets) {
         const MacAddress& mac = macs[target.port];
@@ -250,12 +214,12 @@ bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const MacAddress>
 bool SetWWNAddress(std::vector<std::uint8_t>& image, std::span<const PhysicalAddress> names,
                    std::uint8_t moduleIndex) {
     CByteEditor editor(image);
-    const auto targets = findModuleTargets(
-        "SetWWNAddress", editor.View(), moduleIndex, FunctionTechnology::fc, names.size(),
-        [](const Target& target) {
-            return target.function.HasSeparateAddresses() &&
-                   target.function.AddressBytes(0, FcAddresses::optionRom).has_value();
-        });
+    const auto targets =
+        findModuleTargets("SetWWNAddress", editor.View(), moduleIndex, names.size(),
+                          [](const CPniPortFunction& function, std::size_t /*port*/) {
+                              return hasWorldwideNames(function) &&
+                                     function.AddressBytes(0, FcAddresses::optionRom).has_value();
+                          });
     for (const Target& target : targets) {
         const PhysicalAddress& name = names[target.port];
         const auto node = HexToAscii(name.wwnn);

@@ -16,13 +16,13 @@
 namespace em_pni {
 
 // Writes macs[p] as manufacture and active MAC into every Ethernet function of port p of the
-// module. A port without an entry stays as it is. A MAC that is empty or all zero refuses the whole
-// change.
+// module. A port without an entry and a function without room for both stay as they are. A MAC that
+// is empty or all zero refuses the whole change.
 bool SetMACAddress(std::vector<std::uint8_t>& image, std::span<const MacAddress> macs,
                    std::uint8_t moduleIndex);
 
 // Writes the `wwnn` and `wwpn` of names[p] into every Fibre Channel function of port p of the
-// module. A port without an entry stays as it is.
+// module. A port without an entry and a function without room for all four names stay as they are.
 bool SetWWNAddress(std::vector<std::uint8_t>& image, std::span<const PhysicalAddress> names,
                    std::uint8_t moduleIndex);
 

@@ -67,7 +67,6 @@ struct OEM_PNI_MULTIRECORD_HEADER {
     static constexpr std::size_t headerChecksum = 5;       // over bytes 0..5
     static constexpr std::size_t size = 6;
 
-    static constexpr std::size_t maxRecordLength = 65'535;
     static constexpr std::uint8_t oemRecordType = 0xF0;
     static constexpr std::uint8_t formatVersionMask = 0x0F;
     static constexpr std::uint8_t firstVersion = 10;

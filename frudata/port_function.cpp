@@ -86,7 +86,7 @@ std::optional<std::span<const std::uint8_t>> CPniPortFunction::Bytes(
 
 bool CPniPortFunction::HasSeparateAddresses() const noexcept {
     return bytes_.Has(Layout::addressOffset, 1) &&
-           bytes_.U8(Layout::addressOffset) >= Place(Layout::speed);
+           bytes_.U8(Layout::addressOffset) >= Place(Layout::commonSize);
 }
 
 std::optional<std::span<const std::uint8_t>> CPniPortFunction::AddressBytes(
@@ -96,6 +96,11 @@ std::optional<std::span<const std::uint8_t>> CPniPortFunction::AddressBytes(
     }
     const std::size_t place = bytes_.U8(Layout::addressOffset) + offset;
     return bytes_.Has(place, length) ? std::optional(bytes_.Inside(place, length)) : std::nullopt;
+}
+
+bool hasWorldwideNames(const CPniPortFunction& function) noexcept {
+    return function.Technology() == FunctionTechnology::fc &&
+           function.Size() >= layout::FC_ADDRESSES::minimumFunction;
 }
 
 std::optional<PhysicalAddress> manufactureAddress(const CPniPortFunction& function,
@@ -108,8 +113,7 @@ std::optional<PhysicalAddress> manufactureAddress(const CPniPortFunction& functi
         address.mac = mac.value_or(MacAddress());
         return mac ? std::optional(address) : std::nullopt;
     }
-    if (function.Technology() != FunctionTechnology::fc ||
-        function.Size() < Names::minimumFunction) {
+    if (!hasWorldwideNames(function)) {
         return std::nullopt;
     }
     address.wwpn = readName(function, Names::manufactureWwpn);
@@ -119,6 +123,17 @@ std::optional<PhysicalAddress> manufactureAddress(const CPniPortFunction& functi
 
 std::optional<MacAddress> activeMac(const CPniPortFunction& function) {
     return readMac(function, layout::NIC_ADDRESSES::activeMac);
+}
+
+std::optional<IpLists> ipListsOf(const CPniPortFunction& function) noexcept {
+    const auto counters = function.AddressBytes(layout::NIC_ADDRESSES::ipCounters, 1);
+    if (!counters) {
+        return std::nullopt;
+    }
+    const std::size_t packed = counters->front();
+    const IpLists lists{counters->front(), packed & 0x0FU, packed >> 4U};
+    return function.AddressBytes(IpLists::Ipv4Begin(), lists.Bytes()) ? std::optional(lists)
+                                                                      : std::nullopt;
 }
 
 }  // namespace em_pni

@@ -47,8 +47,8 @@ class CPniPortFunction {
     [[nodiscard]] std::optional<std::uint32_t> U32(std::size_t field) const noexcept;
     [[nodiscard]] std::optional<std::span<const std::uint8_t>> Bytes(
         std::size_t field, std::size_t length) const noexcept;
-    // Whether the address block begins behind the common fields. A change of another block would
-    // change these fields.
+    // Whether the address block begins behind the common fields. Another block is read, but never
+    // written: a change would overwrite these fields.
     [[nodiscard]] bool HasSeparateAddresses() const noexcept;
     // `length` bytes at `offset` of the address block.
     [[nodiscard]] std::optional<std::span<const std::uint8_t>> AddressBytes(
@@ -68,6 +68,10 @@ class CPniPortFunction {
     std::uint8_t formatVersion_ = 0;
 };
 
+// Whether a function has the technology and the length of a Fibre Channel function with worldwide
+// names.
+bool hasWorldwideNames(const CPniPortFunction& function) noexcept;
+
 // The manufacture address of a function: a MAC of an Ethernet function, the names of a Fibre
 // Channel function. Returns no value when the function has another technology or is too short. A
 // name that is not 16 hexadecimal characters reads as 0.
@@ -77,5 +81,26 @@ std::optional<PhysicalAddress> manufactureAddress(const CPniPortFunction& functi
 // The active MAC of an Ethernet function. Returns no value when the function has another technology
 // or is too short.
 std::optional<MacAddress> activeMac(const CPniPortFunction& function);
+
+// The two lists of IP addresses of an Ethernet function. Offsets count from the address block.
+struct IpLists {
+    std::uint8_t counters;
+    std::size_t ipv4;  // number of addresses
+    std::size_t ipv6;
+
+    [[nodiscard]] static constexpr std::size_t Ipv4Begin() noexcept {
+        return layout::NIC_ADDRESSES::ipAddresses;
+    }
+    [[nodiscard]] std::size_t Ipv6Begin() const noexcept {
+        return Ipv4Begin() + ipv4 * layout::ipv4Size;
+    }
+    [[nodiscard]] std::size_t Bytes() const noexcept {
+        return ipv4 * layout::ipv4Size + ipv6 * layout::ipv6Size;
+    }
+};
+
+// Returns no value when the counters or the addresses of both lists do not lie wholly inside the
+// function and the image.
+std::optional<IpLists> ipListsOf(const CPniPortFunction& function) noexcept;
 
 }  // namespace em_pni

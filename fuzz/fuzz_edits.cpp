@@ -20,6 +20,7 @@ namespace {
 constexpr unsigned scriptMask = 0x3F;
 constexpr std::uint8_t buildBit = 0x80;
 constexpr unsigned maxEdits = 8;
+constexpr std::size_t maxImage = 65'535;
 
 // A record, cut into the parts that a change may touch and those that it may not. Counts, lengths,
 // checksums and the end marks of modules depend on the rest; they read as 0 here.
@@ -28,7 +29,7 @@ struct CutRecord {
     std::vector<Bytes> modules;
     Bytes padding;         // from the last module to the end of the record
     Bytes behind;          // the rest of the image
-    bool isWhole = false;  // valid, and no module reaches behind the record
+    bool isWhole = false;  // valid without the bytes behind the record, and no module ends there
 
     explicit CutRecord(const Bytes& image) {
         const CByteView view(image.data(), image.size());
@@ -59,7 +60,7 @@ struct CutRecord {
             front[place] = 0;
         }
         const std::size_t end = frame.commonArea + std::size_t{frame.recordLength};
-        isWhole = begins.back() <= end;
+        isWhole = begins.back() <= end && pniValidateFru(image.data(), end) == PNI_SUCCESS;
         if (isWhole) {
             padding = part(begins.back(), end);
             behind = part(end, view.Size());
@@ -105,6 +106,22 @@ bool isListed(const Bytes& image, const IpAddress& address) {
     });
 }
 
+// The common fields of all functions. The length of a function may change; it reads as 0 here.
+std::vector<Bytes> commonFields(const Bytes& image) {
+    const CByteView view(image);
+    std::vector<Bytes> fields;
+    forEachFunction(view, [&](const CRecordCursor& cursor) {
+        const std::size_t size = cursor.FormatVersion() == 10 ? 36 : 34;
+        const auto bytes =
+            view.Inside(cursor.Function().Offset(), std::min(cursor.Function().Size(), size));
+        Bytes& one = fields.emplace_back(bytes.begin(), bytes.end());
+        if (one.size() > 1) {
+            one[1] = 0;
+        }
+    });
+    return fields;
+}
+
 class CEditing {
   public:
     CEditing(Bytes image, CFuzzInput& script) : record_(std::move(image)), script_(script) {}
@@ -114,8 +131,14 @@ class CEditing {
             const Bytes image = record_.GetImage();
             const CutRecord before(image);
             const bool wasValid = record_.IsValid();
-            (this->*edits[script_.Below(std::size(edits))])(before);
+            const Edit edit = edits[script_.Below(std::size(edits))];
+            (this->*edit)(before);
             require(!wasValid || record_.IsValid(), "a valid record stays valid");
+            require(record_.GetSize() <= std::max(image.size(), maxImage),
+                    "no change makes the image too long");
+            require(edit == &CEditing::AddModule || edit == &CEditing::RemoveModule ||
+                        !before.isWhole || commonFields(record_.GetImage()) == commonFields(image),
+                    "no address is written over the common fields");
             require(isDone_ || record_.GetImage() == image, "a refused change changes nothing");
         }
     }
@@ -188,10 +211,16 @@ class CEditing {
     }
 
     void ClearIps(const CutRecord& before) {
+        const MacAddress mac = takeMac(script_, record_);
+        const auto takesAddress = [&] {
+            return CPniFruData(record_).AssignIpv4Address(mac, Bytes(4, 1));
+        };
+        const bool tookAddress = record_.GetSize() <= maxImage && takesAddress();
         isDone_ = record_.ClearIpAddresses();
         const Bytes cleared = record_.GetImage();
         record_.ClearIpAddresses();
         require(record_.GetImage() == cleared, "a second clearing changes nothing");
+        require(!tookAddress || takesAddress(), "a cleared function takes an address again");
         if (before.isWhole) {
             const CutRecord now = Now();
             now.RequireSameFrame(before);

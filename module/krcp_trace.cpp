@@ -35,8 +35,8 @@ std::string dataText(const rapidjson::Value* data) {
     if (data == nullptr) {
         return {};
     }
-    if (data->IsInt64()) {
-        return " Data " + std::to_string(data->GetInt64());
+    if (data->IsNumber()) {
+        return " Data " + jsonText(*data);
     }
     if (data->IsObject()) {
         return " Data (JSON struct):\n" + jsonText(*data);

@@ -66,14 +66,14 @@ void traceStored(const char* family, const std::string& address, const MacAddres
 }
 
 void storeAddresses(const NetworkInterfaceEntry& entry, CPniFruData& record) {
-    bool hasIpv4 = false;
+    bool isIpv4Tried = false;
     std::size_t ipv6Count = 0;
     for (const IpAddress& address : entry.addresses) {
         if (address.size() == IpAddress::shortSize) {
-            if (!hasIpv4 && record.AssignIpv4Address(entry.mac, address)) {
+            if (!isIpv4Tried && record.AssignIpv4Address(entry.mac, address)) {
                 traceStored("IPv4", ipv4Text(address), entry.mac);
-                hasIpv4 = true;
             }
+            isIpv4Tried = true;
         } else if (ipv6Count < maxIpv6 && record.AssignIpv6Address(entry.mac, address, ipv6Count)) {
             traceStored("IPv6", ipv6Text(address), entry.mac);
             ++ipv6Count;

@@ -115,25 +115,14 @@ void addOptionRom(CAnswerWriter& answer, const CPniPortFunction& function, std::
     addTextField(answer, Member::OPROMversion, function, offset, layout::optionRomSize);
 }
 
-// A list of addresses. Adds nothing when the list does not fit into the function. An empty list is
-// an empty array.
+// A list of addresses that lies inside the function. An empty list is an empty array.
 void addIpList(CAnswerWriter& answer, Member member, const CPniPortFunction& function,
                std::size_t offset, std::size_t count, std::size_t addressSize) {
-    const bool isV4 = addressSize == layout::ipv4Size;
     const auto list = function.AddressBytes(offset, count * addressSize);
-    if (!list) {
-        PNI_TRACE(5, "CPNI_Data::GetPortFnNicIpGroup  Error! IP params are incorrect");
+    if (!list || !answer.Selects(member)) {
         return;
     }
-    if (!isV4) {
-        if (count == 0) {
-            PNI_TRACE(5, "CPNI_Data::GetAndCheckIpGroupParams  0 IPv6 addresses found");
-        }
-        PNI_TRACE(5, "CPNI_Data::GetAndCheckIpGroupParams  IPv6 params validated successfully");
-    }
-    if (!answer.Selects(member)) {
-        return;
-    }
+    const bool isV4 = addressSize == layout::ipv4Size;
     answer.StartArray(memberName(member));
     for (std::size_t i = 0; i < count; ++i) {
         const Bytes address = list->subspan(i * addressSize, addressSize);
@@ -145,19 +134,21 @@ void addIpList(CAnswerWriter& answer, Member member, const CPniPortFunction& fun
     answer.EndArray();
 }
 
+// Adds no list when one of the two does not fit into the function.
 void addIpAddresses(CAnswerWriter& answer, const CPniPortFunction& function) {
-    using Addresses = layout::NIC_ADDRESSES;
-    const auto counters = function.AddressBytes(Addresses::ipCounters, 1);
-    if (!counters) {
+    const auto lists = ipListsOf(function);
+    if (!lists) {
         PNI_TRACE(5, "CPNI_Data::GetPortFnNicIpGroup  Error! IP params are incorrect");
         return;
     }
-    const std::size_t v4 = counters->front() & 0x0FU;
-    const std::size_t v6 = counters->front() >> 4U;
-    addIpList(answer, Member::Ipv4Addresses, function, Addresses::ipAddresses, v4,
+    addIpList(answer, Member::Ipv4Addresses, function, IpLists::Ipv4Begin(), lists->ipv4,
               layout::ipv4Size);
-    addIpList(answer, Member::Ipv6Addresses, function,
-              Addresses::ipAddresses + v4 * layout::ipv4Size, v6, layout::ipv6Size);
+    if (lists->ipv6 == 0) {
+        PNI_TRACE(5, "CPNI_Data::GetAndCheckIpGroupParams  0 IPv6 addresses found");
+    }
+    PNI_TRACE(5, "CPNI_Data::GetAndCheckIpGroupParams  IPv6 params validated successfully");
+    addIpList(answer, Member::Ipv6Addresses, function, lists->Ipv6Begin(), lists->ipv6,
+              layout::ipv6Size);
 }
 
 // The members of the address block. They depend on the technology of the function.
@@ -170,7 +161,9 @@ void addAddressMembers(CAnswerWriter& answer, const CPniPortFunction& function) 
             addIpAddresses(answer, function);
             break;
         case FunctionTechnology::fc:
-            addWorldwideNames(answer, function);
+            if (hasWorldwideNames(function)) {
+                addWorldwideNames(answer, function);
+            }
             addOptionRom(answer, function, layout::FC_ADDRESSES::optionRom);
             break;
         case FunctionTechnology::fcoe:

@@ -55,8 +55,20 @@ bool refuses(const Bytes& image, const std::function<bool(CPniFruData&)>& change
     return !change(record) && record.GetImage() == image;
 }
 
+TEST(Addresses, ComeBackToAFunctionThatStatesALengthBehindTheImage) {
+    Bytes image = functionImage(function(0, true, 0, nicAddresses(1, joined({ipv4, ipv6}), 0x11)));
+    image[87] = byteOf(image[87] + 9U);  // the length of the function
+    fixChecksums(image);
+    CPniFruData record(image);
+    ASSERT_TRUE(record.ClearIpAddresses());
+    EXPECT_EQ(record.GetImage().size(), image.size() - 20);
+    EXPECT_TRUE(record.AssignIpv4Address(activeMac(1), ipv4));
+    EXPECT_TRUE(record.AssignIpv6Address(activeMac(1), ipv6, 0));
+    EXPECT_EQ(record.GetImage(), image);
+}
+
 TEST(Addresses, ThatNobodyHasAreRefusedAndTraced) {
-    const CTraceCapture trace(2);
+    const CTraceCapture trace(4);
     const auto assigns = [](const Bytes& image, const Bytes& mac, const Bytes& address = ipv4) {
         return !refuses(image,
                         [&](auto& record) { return record.AssignIpv4Address(mac, address); });
@@ -70,11 +82,10 @@ TEST(Addresses, ThatNobodyHasAreRefusedAndTraced) {
     EXPECT_TRUE(trace.Has("SetIPAddress() : INSUFFICENT_DATA_ERR"));
     EXPECT_FALSE(assigns(sample("end-of-list-on-first.fru"), activeMac(1)));
     EXPECT_TRUE(trace.Has("SetIPAddress() : FORMAT_ERR"));
-    // The function holds MACs but is too short for IP addresses: it never matches.
-    Bytes shortFunction = function(0, true, 0, Bytes(10));
-    shortFunction[2] = 32;
-    put(shortFunction, 32, joined({manufactureMac(1), activeMac(1)}));
-    EXPECT_FALSE(assigns(functionImage(shortFunction), activeMac(1)));
+    // The function holds a MAC but is too short for IP addresses: it never matches.
+    EXPECT_FALSE(
+        assigns(functionImage(function(0, true, 0, manufactureMac(1))), manufactureMac(1)));
+    EXPECT_FALSE(trace.Has("Matching MAC address"));
 }
 
 TEST(Addresses, WhatDoesNotFitIsRefusedAndChangesNothing) {
@@ -99,13 +110,66 @@ TEST(Addresses, WhatDoesNotFitIsRefusedAndChangesNothing) {
     std::vector<Bytes> modules;
     for (unsigned i = 0; i < 255; ++i) {
         Bytes big = nicAddresses(byteOf(i));
-        big.resize(i < 62 ? 166 : 162);
+        big.resize(i < 54 ? 166 : 162);
         modules.push_back(
             module(i % 64, i == 254, 3, {port(0, true, {function(0, true, 0, big)})}));
     }
     const Bytes full = recordImage(12, modules);
-    ASSERT_TRUE(full.size() > 22 + 0xFFFF - 16 && full.size() <= 22 + 0xFFFF);
-    EXPECT_TRUE(refusesIpv6(full, 0)) << "the length of the record would overflow";
+    ASSERT_TRUE(full.size() > 0xFFFF - 16 && full.size() <= 0xFFFF);
+    EXPECT_TRUE(refusesIpv6(full, 0)) << "the image would become too long";
+}
+
+TEST(Addresses, InsideTheCommonFieldsAreNeverWritten) {
+    const auto isChanged = [](unsigned version, unsigned technology, std::uint8_t offset) {
+        Bytes bytes = function(0, true, technology, Bytes(100));
+        bytes[2] = offset;
+        put(bytes, offset, nicAddresses(1, ipv4, 1));
+        if (version == 10) {
+            put(bytes, 14, textBytes(technology == 0 ? "NIC" : "FC", 4));
+        }
+        const Bytes image = functionImage(bytes, version);
+        CPniFruData record(image);
+        record.AssignIpv4Address(activeMac(1), otherIpv4);
+        record.ClearIpAddresses();
+        record.AssignMacAddresses(std::vector<MacAddress>{activeMac(2)}, 0);
+        record.AssignWwnAddresses(std::vector<PhysicalAddress>(1), 0);
+        return record.GetImage() != image;
+    };
+    for (const unsigned technology : {0U, 1U}) {
+        EXPECT_FALSE(isChanged(12, technology, 33)) << technology;
+        EXPECT_TRUE(isChanged(12, technology, 34)) << technology;
+        EXPECT_FALSE(isChanged(10, technology, 35)) << technology;
+        EXPECT_TRUE(isChanged(10, technology, 36)) << technology;
+    }
+}
+
+TEST(Addresses, GoToTheFunctionsWithRoomForThem) {
+    const std::vector<MacAddress> macs(2, MacAddress(activeMac(9)));
+    Bytes written = nicAddresses(1);
+    put(written, 0, joined({activeMac(9), activeMac(9)}));
+    for (const Bytes& cramped : {Bytes{}, Bytes(6)}) {
+        CPniFruData record(twoModules(nicAddresses(1), cramped));
+        EXPECT_TRUE(record.AssignMacAddresses(macs, 1));
+        EXPECT_EQ(record.GetImage(), twoModules(written, cramped));
+    }
+    const auto assignsMacs = [&macs](auto& record) { return record.AssignMacAddresses(macs, 1); };
+    EXPECT_TRUE(refuses(twoModules({}, Bytes(6)), assignsMacs));
+
+    const auto fibreImage = [](const Bytes& addresses) {
+        return recordImage(
+            12, {module(4, true, 1,
+                        {port(0, false,
+                              {function(0, false, 1, Bytes(26)), function(1, true, 1, addresses)}),
+                         port(1, false, {function(0, true, 1, Bytes(62))}),
+                         port(2, true, {function(0, true, 1, addresses)})})});
+    };
+    const std::string names = "200000109B000001100000109B000002";
+    CPniFruData fibre(fibreImage(Bytes(64)));
+    PhysicalAddress address;
+    address.wwnn = 0x200000109B000001;
+    address.wwpn = 0x100000109B000002;
+    EXPECT_TRUE(fibre.AssignWwnAddresses(std::vector<PhysicalAddress>(3, address), 0));
+    EXPECT_EQ(fibre.GetImage(), fibreImage(textBytes(names + names)));
 }
 
 TEST(Addresses, MacsGoToTheirPortsInBothCopies) {
@@ -130,10 +194,6 @@ TEST(Addresses, MacsGoToTheirPortsInBothCopies) {
     EXPECT_FALSE(record.AssignWwnAddresses(std::vector<PhysicalAddress>(2), 1))
         << "no Fibre Channel module";
     EXPECT_EQ(record.GetImage(), before);
-    // The second function has no room for its addresses, so the first one stays as it is too.
-    EXPECT_TRUE(refuses(twoModules(nicAddresses(1), {}), [&macs](CPniFruData& cramped) {
-        return cramped.AssignMacAddresses(macs, 1);
-    }));
 }
 
 bool adds(CPniFruData& record, Bytes stream) {

@@ -89,6 +89,10 @@ TEST(Krcp, TraceShowsTheCommandByWhatItHolds) {
         "EM_PNI (RET)        : OC 0x0C10-0x002E OID 0x0001 CABID -002 MID 0x12345678 Stat 0x00\n"));
     traced(R"(,"DA":-5)");
     EXPECT_TRUE(trace.Has("OID 0x0001 MID 0x12345678 Stat 0x16 Data -5\n"));
+    for (const std::string number : {"-1.5", "18446744073709551615", "1e30"}) {
+        traced((R"(,"DA":)" + number).c_str());
+        EXPECT_TRUE(trace.Has("Stat 0x16 Data " + number + "\n")) << number;
+    }
     traced(R"(,"DA":[1,2,3])");
     EXPECT_TRUE(trace.Has("Stat 0x16 Len 3\n"));
     traced(R"(,"DA":{"RAW":[1,2]})");

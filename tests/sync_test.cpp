@@ -102,7 +102,10 @@ TEST_F(SyncTest, IpAddressesFollowTheInterfaces) {
         {.mac = Bytes(6, 0), .primary = {{10, 9, 9, 9}}, .transient = {}});
     network_.interfaces.push_back(
         {.mac = sampleMac(1, 1), .primary = {{10, 9, 9, 9}}, .transient = {}, .type = 24});
+    network_.interfaces.push_back(
+        {.mac = sampleMac(9, 9), .primary = {{10, 9, 9, 1}, {10, 9, 9, 2}}, .transient = {}});
     EXPECT_EQ(Cycle(), 1);
+    EXPECT_EQ(trace_.Count("FAILED to assign IPv4 address"), 1) << "only the first one is tried";
     CKrcpMessage request = krcp::makeRequest(krcp::readPniData, 0, 0, 0);
     krcp::setMember(request, "DA",
                     rapidjson::Value(R"({"ResultFilter":["Ipv4Addresses","Ipv6Addresses"]})"));
