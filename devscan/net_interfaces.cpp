@@ -199,12 +199,13 @@ PortKind kindOfPort(std::string_view name) noexcept {
         return PortKind::own;
     }
     name.remove_prefix(2);
-    const bool hasNumber = takeDigits(name);
-    if (hasNumber && name.empty()) {
+    if (!takeDigits(name)) {
+        return PortKind::own;
+    }
+    if (name.empty()) {
         return PortKind::wholeFunction;
     }
-    const bool ofFunction = hasNumber && (name.starts_with("vf") || name.starts_with("sf"));
-    if (ofFunction) {
+    if (name.starts_with("vf") || name.starts_with("sf")) {
         name.remove_prefix(2);
         return takeDigits(name) ? PortKind::representor : PortKind::own;
     }
@@ -215,10 +216,11 @@ PortKind kindOfPort(std::string_view name) noexcept {
 // ".../0000:03:00.0/mlx5_core.sf.2/net/enp3s0s88".
 bool isOfScalableFunction(std::string_view link) noexcept {
     constexpr std::string_view mark = ".sf.";
-    const std::size_t at = link.rfind(mark);
+    const std::string_view device = link.substr(0, link.rfind("/net/"));
+    const std::size_t at = device.rfind(mark);
     std::string_view rest =
-        at == std::string_view::npos ? std::string_view() : link.substr(at + mark.size());
-    return takeDigits(rest) && rest.starts_with('/');
+        at == std::string_view::npos ? std::string_view() : device.substr(at + mark.size());
+    return takeDigits(rest) && (rest.empty() || rest.front() == '/');
 }
 
 // The facts of one interface.

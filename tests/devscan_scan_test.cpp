@@ -92,19 +92,20 @@ TEST_F(DevscanScan, RepresentorsLendNoAddress) {
     port(0, "rep0", "pf0vf0");
     port(0, "rep1", "pf0vf1");
     port(1, "a-sf", "", "/mlx5_core.sf.4");
+    port(1, "a-vdpa", "", "/mlx5_core.sf.5/vdpa0/virtio1");
     port(1, "a-sfrep", "pf1sf88");
     port(1, "a-controller", "c1pf0");
     port(1, "a-host", "pf1hpf");
     port(1, "a-pf", "pf1");
-    port(1, "up", "p1");
+    port(1, "up.sf.1", "p1");
     port(2, "only", "pf2");
     const auto adapters = machine.Scan();
     ASSERT_EQ(adapters.size(), 3U);
     EXPECT_TRUE(adapters[0].Facts().permanentMac.IsEmpty());
     EXPECT_TRUE(adapters[0].Facts().activeMac.IsEmpty());
     EXPECT_EQ(adapters[0].Facts().driver, "igb") << "from the link";
-    EXPECT_EQ(adapters[1].Facts().interfaces, std::vector<std::string>{"up"});
-    EXPECT_EQ(adapters[2].Facts().permanentMac, mac(9));
+    EXPECT_EQ(adapters[1].Facts().interfaces, std::vector<std::string>{"up.sf.1"});
+    EXPECT_EQ(adapters[2].Facts().permanentMac, mac(10));
 }
 
 TEST_F(DevscanScan, SlotsOfCardsBehindABridgeOfTheirOwnAndOfOnboardDevices) {
