@@ -34,13 +34,14 @@ LocalPniAdapterHandle::LocalPniAdapterHandle(const DeviceToAdaptersMap& device,
     try {
         adapter_ = adapterOf(device, connection, cabinet, shared);
     } catch (const std::exception& exception) {
+        hostDidNotAnswer_ = dynamic_cast<const CNoReplyError*>(&exception) != nullptr;
         PNI_TRACE(3, "\nEM_PNI LocalPniAdapterHandle::Ctor() :  ERROR! Exception : %s",
                   exception.what());
     }
 }
 
 LocalPniAdapterHandle::LocalPniAdapterHandle(const LocalPniAdapterHandle& other)
-    : deviceId_(other.deviceId_) {
+    : deviceId_(other.deviceId_), hostDidNotAnswer_(other.hostDidNotAnswer_) {
     PNI_TRACE(5, "\nEM_PNI LocalPniAdapterHandle::CopyCtor() : Start.");
     if (other.adapter_ != nullptr) {
         adapter_ = other.adapter_->Clone();
@@ -61,7 +62,7 @@ LocalPniAdapter& LocalPniAdapterHandle::Get() const {
 
 std::vector<LocalPniAdapterHandle> LocalPniAdapterHandle::GetLocalNetworkAdapters(
     CMachine& machine, CKrcpConnection* connection, std::int32_t cabinet,
-    std::vector<DeviceToAdaptersMapID>* uncollected) {
+    UncollectedDevices* uncollected) {
     constexpr const char* operation = "LocalPniAdapterHandle::GetLocalNetworkAdapters()";
     PNI_TRACE(5, "\nEM_PNI %s : Start.", operation);
     const auto adapters = ScanSystemAdapters(machine);
@@ -83,10 +84,11 @@ std::vector<LocalPniAdapterHandle> LocalPniAdapterHandle::GetLocalNetworkAdapter
         PNI_TRACE(4, "\nEM_PNI %s : Found valid PNI local device!", operation);
         handles.emplace_back(device, connection, cabinet, shared);
         if (!handles.back().HasAdapter()) {
-            handles.pop_back();
             if (uncollected != nullptr) {
-                uncollected->push_back(device.Id());
+                uncollected->devices.push_back(device.Id());
+                uncollected->hostDidNotAnswer |= handles.back().HostDidNotAnswer();
             }
+            handles.pop_back();
         }
     }
     PNI_TRACE(3, "\nEM_PNI %s : Found %llu valid PNI local devices.", operation,

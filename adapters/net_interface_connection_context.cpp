@@ -26,7 +26,7 @@ struct NetInterfaceConnectionContext::FoundAddresses {
 std::uint32_t NetInterfaceConnectionContext::FetchInterfaceCount() const {
     const auto reply = requests_.InterfaceCount();
     if (!reply.value) {
-        throw std::runtime_error(
+        throw CNoReplyError(
             "NetInterfaceConnectionContext::FetchInterfaceCount() : No reply data from SIP!");
     }
     PNI_TRACE(4,
@@ -43,7 +43,7 @@ bool NetInterfaceConnectionContext::IsEthernetInterface(std::uint32_t interface)
               interface);
     const NumberReply reply = requests_.InterfaceType(interface);
     if (!reply.answered) {
-        throw std::runtime_error(
+        throw CNoReplyError(
             "NetInterfaceConnectionContext::IsEthernetInterface() : No reply data from SIP!");
     }
     return reply.value == krcp::ethernetType;
@@ -52,8 +52,7 @@ bool NetInterfaceConnectionContext::IsEthernetInterface(std::uint32_t interface)
 MacAddress NetInterfaceConnectionContext::FetchMacAddress(std::uint32_t interface) const {
     const BytesReply reply = requests_.MacAddress(interface);
     if (!reply.value) {
-        throw std::runtime_error(
-            "NetInterfaceConnectionContext::Refresh() : No reply data from SIP!");
+        throw CNoReplyError("NetInterfaceConnectionContext::Refresh() : No reply data from SIP!");
     }
     const MacAddress mac(*reply.value);
     if (!mac.IsUsable()) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 #include "adapters/network_requests.h"
@@ -24,8 +25,15 @@ struct SharedHostInterfaces {
     std::shared_ptr<const HostInterfaces> latest;  // null until a context has read them
 };
 
+// The host did not answer, or answered without data.
+class CNoReplyError final : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
 // May be used by one thread at a time. Every function may ask the host and wait for it. The quoted
-// texts are those of the std::runtime_error that a function throws.
+// texts are those of the std::runtime_error that a function throws, "No reply data" of a
+// CNoReplyError.
 class NetInterfaceConnectionContext {
   public:
     // `connection` must outlive this object. A null connection answers nothing. The first Refresh

@@ -52,7 +52,7 @@ std::uint16_t NIC_LocalPniPortFunctionArea::GetSpeed() const {
     const std::uint64_t magnitude = speed / unit.kbitPerSecond;
     PNI_TRACE(5, "\nEM_PNI NIC_LocalPniPortFunctionArea::GetSpeed() : Speed : %llu %s",
               static_cast<unsigned long long>(magnitude), unit.text);
-    return static_cast<std::uint16_t>(unit.code << 14U | (magnitude & 0x3FFFU));
+    return static_cast<std::uint16_t>(std::uint64_t{unit.code} << 14U | (magnitude & 0x3FFFU));
 }
 
 std::vector<std::uint8_t> NIC_LocalPniPortFunctionArea::ToPniFruDataPortFnSpecific() const {

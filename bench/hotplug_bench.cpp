@@ -47,7 +47,7 @@ struct Rack {
           before(cards.Record(2, exchanged)) {
         cards.Plug(machine, 2);
     }
-    std::vector<LocalPniAdapterHandle> Collect(std::vector<DeviceToAdaptersMapID>* uncollected) {
+    std::vector<LocalPniAdapterHandle> Collect(UncollectedDevices* uncollected) {
         return LocalPniAdapterHandle::GetLocalNetworkAdapters(machine.Machine(), &host, 0,
                                                               uncollected);
     }

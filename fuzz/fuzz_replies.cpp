@@ -111,8 +111,8 @@ SampleMachine& sampleMachine() {
     return machine;
 }
 
-std::vector<LocalPniAdapterHandle> collectAdapters(
-    CAnsweringHost& host, std::vector<DeviceToAdaptersMapID>* uncollected) {
+std::vector<LocalPniAdapterHandle> collectAdapters(CAnsweringHost& host,
+                                                   UncollectedDevices* uncollected) {
     const auto shared = std::make_shared<SharedHostInterfaces>();
     std::vector<LocalPniAdapterHandle> adapters;
     for (const DeviceToAdaptersMap& device : sampleMachine().devices) {
@@ -122,7 +122,7 @@ std::vector<LocalPniAdapterHandle> collectAdapters(
         adapters.emplace_back(device, &host, 0, shared);
         if (!adapters.back().HasAdapter()) {
             if (uncollected != nullptr) {
-                uncollected->push_back(device.Id());
+                uncollected->devices.push_back(device.Id());
             }
             adapters.pop_back();
         }

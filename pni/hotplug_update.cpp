@@ -89,7 +89,13 @@ void CHotplugUpdate::TrackModules() {
 }
 
 bool CHotplugUpdate::AddNewAdapters(const AdapterSource& collectAdapters) {
-    const std::vector<LocalPniAdapterHandle> adapters = collectAdapters(&unidentified_);
+    UncollectedDevices uncollected;
+    const std::vector<LocalPniAdapterHandle> adapters = collectAdapters(&uncollected);
+    if (uncollected.hostDidNotAnswer) {
+        PNI_TRACE(2, "%sThe host did not answer, try again...", self);
+        return false;
+    }
+    unidentified_ = std::move(uncollected.devices);
     return std::all_of(
         adapters.begin(), adapters.end(),
         [this](const LocalPniAdapterHandle& handle) { return HandleAdapter(handle); });

@@ -30,9 +30,7 @@ void setText(unsigned char* field, const char* text) noexcept {
 }  // namespace
 
 CPniExtModule::CPniExtModule(PniPlaces places, std::shared_ptr<CMachine> machine)
-    : places_(std::move(places)),
-      machine_(std::move(machine)),
-      updateThread_(&CPniExtModule::UpdateThread, this) {
+    : places_(std::move(places)), machine_(std::move(machine)) {
     if (!UpdateEvent.IsValid()) {
         throw std::bad_alloc();
     }
@@ -41,11 +39,16 @@ CPniExtModule::CPniExtModule(PniPlaces places, std::shared_ptr<CMachine> machine
 
 CPniExtModule::~CPniExtModule() {
     PNI_TRACE(1, "\nEM_PNI              : CLASS DESTROYED!");
-    StopThread = true;
-    UpdateEvent.Set();
     const CRecursiveLockGuard guard(threadLock_);
-    if (updateThread_.IsJoinable()) {
-        updateThread_.WaitForTermination();
+    for (const auto& run : runs_) {
+        run->StopThread = true;
+        run->isCancelled = true;
+    }
+    UpdateEvent.Set();
+    for (const auto& run : runs_) {
+        if (run->thread.IsJoinable()) {
+            run->thread.WaitForTermination();
+        }
     }
 }
 
@@ -105,6 +108,7 @@ std::uint32_t CPniExtModule::OnSwitchStarted() {
 }
 
 void CPniExtModule::FetchAndStartThread() {
+    const std::uint32_t stopsBefore = stops_;
     // A thread of an earlier start works on the record of that start.
     StopUpdateThread();
     bool isValid = false;
@@ -118,7 +122,7 @@ void CPniExtModule::FetchAndStartThread() {
         PNI_TRACE(2,
                   "\nEM_PNI              : PNI structure is valid. Starting a PNI FRU data update "
                   "thread.");
-        StartUpdateThread();
+        StartUpdateThread(stopsBefore);
     }
 }
 
@@ -127,6 +131,7 @@ std::uint32_t CPniExtModule::Stop() {
         PNI_TRACE(1, "\n%s", dashes);
         PNI_TRACE(1, "\n### Stopping module %s ###\n", GetModuleName());
         CExtensionModule::Stop();
+        ++stops_;
         StopUpdateThread();
         PNI_TRACE(1, "\n\n### Stop of module %s completed successfully ###", GetModuleName());
         PNI_TRACE(1, "\n%s", dashes);

@@ -54,15 +54,15 @@ void CPniExtModule::NoteHotplug(const CKrcpMessage& event) {
     switch (action) {
         case krcp::instanceAdded:
             PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_ADDED received.");
-            deviceAdded_ = true;
+            hotplug_.deviceAdded = true;
             break;
         case krcp::instanceChanged:
             PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_CHANGED.");
-            deviceAdded_ = true;
+            hotplug_.deviceAdded = true;
             break;
         case krcp::instanceRemoved:
             PNI_TRACE(2, "\nEM_PNI    (REPLY)   : CMV_DEVINFO_INSTANCE_REMOVED received.");
-            deviceRemoved_ = true;
+            hotplug_.deviceRemoved = true;
             break;
         default:
             PNI_TRACE(1,

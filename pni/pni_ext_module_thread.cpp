@@ -1,3 +1,4 @@
+#include <memory>
 #include <optional>
 #include <pthread.h>
 #include <utility>
@@ -18,38 +19,59 @@ constexpr std::uint32_t stopTimeout = 5000;  // milliseconds
 
 }  // namespace
 
-void CPniExtModule::StartUpdateThread() {
-    const CRecursiveLockGuard guard(threadLock_);
-    if (updateThread_.IsAlive()) {
-        return;  // Stop has given up on it; it ends after its cycle
+std::uint32_t CPniExtModule::UpdateRun::SendRequest(CKrcpMessage& message,
+                                                    std::uint32_t timeoutMs) {
+    if (isCancelled) {
+        krcp::setStatus(message, krcp::EXEC_FAILED);
+        return 0;
     }
-    StopThread = false;
-    updateThread_.Start(threadPriority, false, 0, true, false);
+    return module.SendRequest(message, timeoutMs);
+}
+
+void CPniExtModule::StartUpdateThread(std::uint32_t stopsBefore) {
+    const CRecursiveLockGuard guard(threadLock_);
+    StopUpdateThread();  // of a start on another thread of the host
+    if (stops_ != stopsBefore) {
+        return;
+    }
+    std::erase_if(runs_, [](const auto& run) { return !run->thread.IsAlive(); });
+    runs_.push_back(std::make_unique<UpdateRun>(*this));
+    runs_.back()->thread.Start(threadPriority, false, 0, true, false);
 }
 
 void CPniExtModule::StopUpdateThread() {
     const CRecursiveLockGuard guard(threadLock_);
-    if (updateThread_.IsAlive()) {
-        StopThread = true;
-        UpdateEvent.Set();
-        updateThread_.WaitForTermination(stopTimeout);
+    if (runs_.empty() || !runs_.back()->thread.IsAlive()) {
+        return;
+    }
+    UpdateRun& run = *runs_.back();
+    if (run.isCancelled) {
+        return;
+    }
+    run.StopThread = true;
+    UpdateEvent.Set();
+    if (!run.thread.WaitForTermination(stopTimeout)) {
+        run.isCancelled = true;
     }
 }
 
-std::uint32_t CPniExtModule::UpdateThread(void* module) {
-    guarded("the PNI update thread",
-            [module] { static_cast<CPniExtModule*>(module)->RunUpdateCycles(); });
+std::uint32_t CPniExtModule::UpdateThread(void* argument) {
+    UpdateRun& run = *static_cast<UpdateRun*>(argument);
+    guarded("the PNI update thread", [&run] { run.module.RunUpdateCycles(run); });
     PNI_TRACE(1, "THREAD_RETURN: ## INFO: Thread = 0x%08X exited, Return = 0x%08x##\n",
               static_cast<unsigned>(pthread_self()), 0U);
     return 0;
 }
 
-void CPniExtModule::RunUpdateCycles() {
+void CPniExtModule::RunUpdateCycles(UpdateRun& run) {
     std::optional<CPniFruData> copy;
     int retries = hotplugRetries;
     do {
         const std::uint32_t eventsBefore = eventsNoted_;
-        guarded("an update cycle", [&] { RunUpdateCycle(copy); });
+        guarded("an update cycle", [&] { RunUpdateCycle(run, copy); });
+        if (run.isCancelled) {
+            return;  // UpdateEvent belongs to a later start
+        }
         if (IsHotplugPending() && retries > 0) {
             PNI_TRACE(3,
                       "\nEM_PNI              : Hotplug event detected during "
@@ -62,60 +84,65 @@ void CPniExtModule::RunUpdateCycles() {
         UpdateEvent.Reset();
         retries = hotplugRetries;
         // Reset may have removed a signal that came during the cycle.
-        if (StopThread || eventsNoted_ != eventsBefore) {
+        if (run.StopThread || eventsNoted_ != eventsBefore) {
             UpdateEvent.Set();
         }
-    } while (WaitForNextCycle());
+    } while (WaitForNextCycle(run));
 }
 
-void CPniExtModule::RunUpdateCycle(std::optional<CPniFruData>& copy) {
+void CPniExtModule::RunUpdateCycle(UpdateRun& run, std::optional<CPniFruData>& copy) {
     if (!copy) {
         const CRecursiveLockGuard guard(FruDataLock);
         copy.emplace(record_);
     }
-    ApplyHotplug(*copy);
-    UpdateIpAddresses(*copy);
-    WriteBackWhenModified(*copy);
+    ApplyHotplug(run, *copy);
+    UpdateIpAddresses(run, *copy);
+    WriteBackWhenModified(run, *copy);
 }
 
-void CPniExtModule::ApplyHotplug(CPniFruData& copy) {
+void CPniExtModule::ApplyHotplug(UpdateRun& run, CPniFruData& copy) {
     const CRecursiveLockGuard guard(HotplugLock);
-    if (!deviceAdded_ && !deviceRemoved_) {
+    if (!hotplug_.deviceAdded && !hotplug_.deviceRemoved) {
         return;
     }
+    // The host may report an event on this thread, from inside a request: it sets the flags again.
+    const HotplugFlags flags = std::exchange(hotplug_, HotplugFlags());
+    bool isDone = false;
     try {
-        UpdatePlatformNetworkInventoryStructure(copy);
+        isDone = UpdatePlatformNetworkInventoryStructure(run, flags, copy) && !run.isCancelled;
     } catch (const std::exception& exception) {
         PNI_TRACE(3,
                   "\nEM_PNI              : CRITICAL ERROR! Exception when calling "
                   "UpdatePlatformNetworkInventoryStructure! %s",
                   exception.what());
     }
+    if (!isDone) {
+        hotplug_.deviceAdded |= flags.deviceAdded;
+        hotplug_.deviceRemoved |= flags.deviceRemoved;
+    }
 }
 
-void CPniExtModule::UpdatePlatformNetworkInventoryStructure(CPniFruData& record) {
+bool CPniExtModule::UpdatePlatformNetworkInventoryStructure(UpdateRun& run,
+                                                            const HotplugFlags& flags,
+                                                            CPniFruData& record) {
     PNI_TRACE(5, "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : Start.");
     if (SwitchShutdown) {
         PNI_TRACE(
             1,
             "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : ERROR! Shutdown "
             "of SWITCH initialized.");
-        return;
+        return false;
     }
     if (!record.IsValid()) {
         PNI_TRACE(1,
                   "\nEM_PNI              : UpdatePlatformNetworkInventoryStructure : ERROR! Called "
                   "with invalid parameter PniFruData.");
-        return;
+        return false;
     }
-    const HotplugFlags flags{.deviceAdded = deviceAdded_, .deviceRemoved = deviceRemoved_};
-    if (UpdateInventoryStructure(record, flags, Adapters())) {
-        deviceAdded_ = false;
-        deviceRemoved_ = false;
-    }
+    return UpdateInventoryStructure(record, flags, Adapters(run));
 }
 
-void CPniExtModule::UpdateIpAddresses(CPniFruData& record) {
+void CPniExtModule::UpdateIpAddresses(UpdateRun& run, CPniFruData& record) {
     if (SwitchShutdown) {
         return;
     }
@@ -126,21 +153,24 @@ void CPniExtModule::UpdateIpAddresses(CPniFruData& record) {
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU data are valid");
         // When the scan of the machine fails, its exception ends the cycle here. The record is
         // not changed yet.
-        CheckPhysicalAddrs(record, Adapters());
-        ReplaceIpAddresses(CNetworkRequests(this, CabinetNumber()), record);
+        CheckPhysicalAddrs(record, Adapters(run));
+        ReplaceIpAddresses(CNetworkRequests(&run, CabinetNumber()), record);
     }
     PNI_TRACE(3, "\nEM_PNI              : ... PNI update done");
 }
 
-AdapterSource CPniExtModule::Adapters() {
-    return [this](std::vector<DeviceToAdaptersMapID>* uncollected) {
-        return LocalPniAdapterHandle::GetLocalNetworkAdapters(*machine_, this, CabinetNumber(),
+AdapterSource CPniExtModule::Adapters(UpdateRun& run) {
+    return [this, &run](UncollectedDevices* uncollected) {
+        return LocalPniAdapterHandle::GetLocalNetworkAdapters(*machine_, &run, CabinetNumber(),
                                                               uncollected);
     };
 }
 
-void CPniExtModule::WriteBackWhenModified(const CPniFruData& copy) {
+void CPniExtModule::WriteBackWhenModified(const UpdateRun& run, const CPniFruData& copy) {
     const CRecursiveLockGuard guard(FruDataLock);
+    if (run.isCancelled) {
+        return;  // the record may belong to a later start, and the copy is not complete
+    }
     if (record_.HasSameImage(copy)) {
         PNI_TRACE(3, "\nEM_PNI              : PNI FRU record not modified");
         return;
@@ -155,12 +185,12 @@ void CPniExtModule::WriteBackWhenModified(const CPniFruData& copy) {
 
 bool CPniExtModule::IsHotplugPending() {
     const CRecursiveLockGuard guard(HotplugLock);
-    return deviceAdded_ || deviceRemoved_;
+    return hotplug_.deviceAdded || hotplug_.deviceRemoved;
 }
 
-bool CPniExtModule::WaitForNextCycle() {
+bool CPniExtModule::WaitForNextCycle(const UpdateRun& run) {
     const int result = UpdateEvent.Wait(FruUpdateCycle);
-    return !StopThread && (result == CEvent::signalled || result == CEvent::timedOut);
+    return !run.StopThread && (result == CEvent::signalled || result == CEvent::timedOut);
 }
 
 }  // namespace em_pni

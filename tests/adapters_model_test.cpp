@@ -124,10 +124,9 @@ TEST_F(AdaptersModel, IdsThatAreMissing) {
 TEST_F(AdaptersModel, AddressesAndSpeed) {
     EXPECT_EQ(Function(nicFacts({0x1234, 0xAB, 0x1F, 7})).GetPciPFA(), 0x1234ABFFU);
     EXPECT_EQ(Function(nicFacts({7, 0xFF, 0xFF, 0xFF})).GetPciPFA(), 0U);
-    const std::pair<const char*, int> speeds[] = {
-        {"999999", 999},      {"1000000", 0x4001},  {"9999999", 0x4009},
-        {"10000000", 0x8001}, {"25000000", 0x8002}, {"163840000000", 0x8000},
-    };
+    const std::pair<const char*, int> speeds[] = {{"999999", 999},      {"1000000", 0x4001},
+                                                  {"9999999", 0x4009},  {"10000000", 0x8001},
+                                                  {"25000000", 0x8002}, {"163840000000", 0x8000}};
     for (const auto& [speed, code] : speeds) {
         host.answers[{0x170C, 0, 1}] = reply(speed);
         EXPECT_EQ(Function(facts).GetSpeed(), code) << speed;

@@ -110,7 +110,7 @@ TEST_F(HostFault, OfDescriptors) {
         Restore(image_);
         const int status =
             std::system(("exec >/dev/null 2>&1; ulimit -n " + std::to_string(count) +
-                         "; exec " EM_PNI_BINARY_DIR "/pni-host run --once --fru " + image_)
+                         "; exec '" EM_PNI_BINARY_DIR "/pni-host' run --once --fru " + image_)
                             .c_str());
         EXPECT_TRUE(WIFEXITED(status)) << count << ": " << status;
         const std::string image = contentOf(image_);

@@ -9,6 +9,8 @@
 namespace em_pni::test {
 namespace {
 
+using enum krcp::DeviceAction;
+
 class HotplugTest : public ModuleFixture {
   protected:
     HotplugTest() : ModuleFixture(5) {
@@ -19,10 +21,6 @@ class HotplugTest : public ModuleFixture {
         machine_.File("sys/firmware/dmi/tables/DMI", tables);
         module_.Start(&host_, 0);
     }
-
-    static constexpr auto added = krcp::instanceAdded;
-    static constexpr auto changed = krcp::instanceChanged;
-    static constexpr auto removed = krcp::instanceRemoved;
 
     // Runs one cycle on the controller's record after these events. Returns the number of writes.
     int Cycle(const std::vector<krcp::DeviceAction>& actions) {
@@ -72,46 +70,46 @@ TEST_F(HotplugTest, CardsComeAndGoAndNothingElseIsTouched) {
     for (const unsigned slot : {5U, 6U, 7U}) {
         Plug(slot, slot);
     }
-    EXPECT_EQ(Cycle({}), 0) << "nobody has reported them";
-    EXPECT_EQ(Cycle({removed}), 0);
+    EXPECT_EQ(Cycle({}), 0) << "no event has reported them";
+    EXPECT_EQ(Cycle({instanceRemoved}), 0);
     EXPECT_TRUE(trace_.Has("WARNING ! Module ADD when no proper hot-plug flag set!"));
-    EXPECT_EQ(Cycle({added}), 1);
+    EXPECT_EQ(Cycle({instanceAdded}), 1);
     ASSERT_EQ(Ids(), (Bytes{0, 3, 4, 5, 6, 7}));
     EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<MacAddress>{sampleMac(9, 6)});
-    EXPECT_EQ(Cycle({changed}), 0) << "nothing is new";
+    EXPECT_EQ(Cycle({instanceChanged}), 0) << "nothing is new";
 
     const std::size_t size = host_.Image().size();
     PullSampleCard();
     Pull(5);
     Pull(6);
-    EXPECT_EQ(Cycle({added}), 0);
+    EXPECT_EQ(Cycle({instanceAdded}), 0);
     EXPECT_TRUE(trace_.Has("WARNING ! Module REMOVE when no proper hot-plug flag set!"));
-    EXPECT_EQ(Cycle({removed}), 1);
+    EXPECT_EQ(Cycle({instanceRemoved}), 1);
     EXPECT_EQ(Ids(), (Bytes{0, 4, 7})) << "before, between and behind the pulled ones";
     EXPECT_TRUE(trace_.Has("Remove module 4."));
     Pull(7);
-    EXPECT_EQ(Cycle({removed}), 1);
+    EXPECT_EQ(Cycle({instanceRemoved}), 1);
     PlugSampleCard();
-    EXPECT_EQ(Cycle({removed, added}), 1) << "one comes back, and goes to the end";
+    EXPECT_EQ(Cycle({instanceRemoved, instanceAdded}), 1) << "one comes back, and goes to the end";
     EXPECT_EQ(Ids(), (Bytes{0, 4, 3}));
     EXPECT_EQ(host_.Image().size(), size) << "never shorter than it was read";
 }
 
 TEST_F(HotplugTest, PulledCardsLeaveTheFirstBytesAndExchangedOnesGetTheNextId) {
     Plug(5, 1);
-    EXPECT_EQ(Cycle({added}), 1);
+    EXPECT_EQ(Cycle({instanceAdded}), 1);
     Pull(5);
-    EXPECT_EQ(Cycle({removed}), 1);
+    EXPECT_EQ(Cycle({instanceRemoved}), 1);
     EXPECT_EQ(host_.Image(), original_);
     Plug(5, 1);
     Plug(6, 2);
-    Cycle({added});
+    Cycle({instanceAdded});
     Pull(5);
     Plug(5, 3);
-    EXPECT_EQ(Cycle({removed, added}), 1);
+    EXPECT_EQ(Cycle({instanceRemoved, instanceAdded}), 1);
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4, 6, 7}));
     EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<MacAddress>{sampleMac(9, 3)});
-    EXPECT_EQ(Cycle({removed, added}), 0);
+    EXPECT_EQ(Cycle({instanceRemoved, instanceAdded}), 0);
 }
 
 // The ports of slots 5 and 6 are functions of one device. Only the kernel knows slot 7.
@@ -127,7 +125,7 @@ TEST_F(HotplugTest, CardsBehindSiblingPortsAndInASlotOfTheKernel) {
     };
     plug(5);
     plug(6);
-    EXPECT_EQ(Cycle({added}), 1);
+    EXPECT_EQ(Cycle({instanceAdded}), 1);
     ASSERT_EQ(Ids(), (Bytes{0, 3, 4, 5, 6}));
     std::swap(machine_.interfaces->interfaces.at("ens5"),
               machine_.interfaces->interfaces.at("ens6"));
@@ -135,17 +133,17 @@ TEST_F(HotplugTest, CardsBehindSiblingPortsAndInASlotOfTheKernel) {
     EXPECT_EQ(Record().GetModuleMacAddresses(3), std::vector<MacAddress>{sampleMac(9, 6)});
     EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<MacAddress>{sampleMac(9, 5)});
     plug(7);
-    EXPECT_EQ(Cycle({added}), 1);
+    EXPECT_EQ(Cycle({instanceAdded}), 1);
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4, 5, 6, 7}));
 }
 
 TEST_F(HotplugTest, OnlyAddInCardsComeAndGo) {
     PlugPort("pci0000:00/0000:00:05.0", "eno9", sampleMac(9, 9));
-    EXPECT_EQ(Cycle({added}), 0);
+    EXPECT_EQ(Cycle({instanceAdded}), 0);
     EXPECT_TRUE(trace_.Has("Additional module not supported in hot-plug, continue..."));
     PullPort("pci0000:00/0000:00:03.0", "eno0");
     PullPort("pci0000:00/0000:00:03.1", "eno1");
-    EXPECT_EQ(Cycle({removed}), 0);
+    EXPECT_EQ(Cycle({instanceRemoved}), 0);
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
     EXPECT_TRUE(
         trace_.Has("Module 0 type not supported for hot-unplug : Onboard (location id - 0)"));
@@ -154,7 +152,7 @@ TEST_F(HotplugTest, OnlyAddInCardsComeAndGo) {
     fixChecksums(mezzanine);
     host_.Put(mezzanine);
     PullSampleCard();
-    EXPECT_EQ(Cycle({removed}), 0);
+    EXPECT_EQ(Cycle({instanceRemoved}), 0);
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4})) << "it has a slot, but is no add-in card";
 }
 
@@ -162,13 +160,13 @@ TEST_F(HotplugTest, ACardThatIsThereButDoesNotTellItsAddressesStays) {
     for (const char* interface : {"ens3f0", "ens3f1"}) {
         machine_.Remove(std::string("sys/class/net/") + interface);  // its driver is not loaded
     }
-    Cycle({removed});
+    Cycle({instanceRemoved});
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
     EXPECT_TRUE(trace_.Has("Adapter does not have valid MAC - ignore.."));
     PullSampleCard();
     PlugSampleCard();
     host_.OnStatus(krcp::macAddress, krcp::NO_DATA);  // no Ethernet adapter can be collected
-    Cycle({removed});
+    Cycle({instanceRemoved});
     EXPECT_EQ(Ids(), (Bytes{0, 3, 4}));
     EXPECT_TRUE(trace_.Has("Module 1 stays, its device is there but could not be identified."));
 }
@@ -180,7 +178,7 @@ TEST_F(HotplugTest, ARefusedChangeLeavesRecordAndFlags) {
     host_.Put(untracked);
     Plug(5, 1);
     host_.On(krcp::clearNetworkSnapshot, [](CKrcpMessage&) { throw std::runtime_error("host"); });
-    Report(module_, added);
+    Report(module_, instanceAdded);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return trace_.Has("event not reset! Retry 1 more time(s)."); }));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -205,7 +203,7 @@ TEST_F(HotplugTest, AWriteThatIsTooLongIsTriedAgainWithoutGrowing) {
         krcp::setStatus(message, krcp::SET_STRING_TOOLONG);
     });
     Plug(5, 1);
-    Report(module_, added);
+    Report(module_, instanceAdded);
     module_.OnSwitchStarted();
     ASSERT_TRUE(soon([&] { return host_.Count(krcp::writeFru) >= 3; }));
     module_.Stop();
@@ -225,8 +223,8 @@ TEST_F(HotplugTest, AllOfManyCardsAreReplacedAtOnce) {
         network.interfaces = rack.Interfaces(2);
         const auto module = NewModule(machine);
         module->Start(&host, 0);
-        Report(*module, removed);
-        Report(*module, added);
+        Report(*module, instanceRemoved);
+        Report(*module, instanceAdded);
         module->OnSwitchStarted();
         ASSERT_TRUE(soon([&] { return host.Count(krcp::writeFru) == 1; }));
         module->Stop();

@@ -55,14 +55,10 @@ TEST(Krcp, StatusOfAReply) {
         EXPECT_FALSE(krcp::hasData(reply(members))) << members;
     }
     EXPECT_EQ(krcp::status(reply("")), 22U);
-    for (const auto& [status, name] : std::map<unsigned, const char*>{{11, "UNKNOWN"},
-                                                                      {13, "ACCESS_VIOLATION"},
-                                                                      {14, "UNKNOWN"},
-                                                                      {26, "OBJ_WRITEONLY"},
-                                                                      {27, "UNKNOWN"},
-                                                                      {254, "UNKNOWN"},
-                                                                      {255, "EVENT_MESSAGE"},
-                                                                      {256, "UNKNOWN"}}) {
+    const std::pair<unsigned, const char*> names[] = {
+        {11, "UNKNOWN"}, {13, "ACCESS_VIOLATION"}, {14, "UNKNOWN"},        {26, "OBJ_WRITEONLY"},
+        {27, "UNKNOWN"}, {254, "UNKNOWN"},         {255, "EVENT_MESSAGE"}, {256, "UNKNOWN"}};
+    for (const auto& [status, name] : names) {
         EXPECT_STREQ(krcp::statusName(status), name);
     }
 }

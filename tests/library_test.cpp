@@ -51,11 +51,12 @@ TEST(Library, ExportsFourFunctionsAndNeedsOnlyTheRuntime) {
     const auto isOutput = [](const std::string& command, const std::string& expected) {
         return std::system(("test \"$(" + command + ")\" = '" + expected + "'").c_str()) == 0;
     };
-    EXPECT_TRUE(isOutput("nm -D --defined-only " + libraryPath + " | awk '{print $NF}' | sort",
+    const std::string library = "'" + libraryPath + "'";
+    EXPECT_TRUE(isOutput("nm -D --defined-only " + library + " | awk '{print $NF}' | sort",
                          "EM_Create\nEM_Delete\nEM_GetModuleName\nEM_SetupAction"));
     if (!isSanitized) {
         EXPECT_TRUE(isOutput(
-            "readelf -d " + libraryPath + " | sed -n 's/.*NEEDED.*\\[\\(.*\\)\\]/\\1/p' | sort",
+            "readelf -d " + library + " | sed -n 's/.*NEEDED.*\\[\\(.*\\)\\]/\\1/p' | sort",
             "libc.so.6\nlibgcc_s.so.1\nlibstdc++.so.6"));
     }
 }

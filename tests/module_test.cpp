@@ -44,17 +44,15 @@ TEST_F(ModuleTest, FetchesCropsAndWritesPadded) {
 
 TEST_F(ModuleTest, AFailedFetchLeavesTheModulePassive) {
     module_.Start(&host_, 0);
-    const std::pair<int, const char*> answers[] = {
-        {0, ""},
-        {22, "{\"RAW\":[1]}"},
-        {0, "{\"RAW\":[]}"},
-        {0, "{\"RAW\":[1,300]}"},
-        {0, "[1]"},
-        {0, "\"text\""},
-        {0, "{\"RAW\":{}}"},
-        {9, ""},
-        {0, "{\"RAW\":[1,2,3]}"},
-    };
+    const std::pair<int, const char*> answers[] = {{0, ""},
+                                                   {22, "{\"RAW\":[1]}"},
+                                                   {0, "{\"RAW\":[]}"},
+                                                   {0, "{\"RAW\":[1,300]}"},
+                                                   {0, "[1]"},
+                                                   {0, "\"text\""},
+                                                   {0, "{\"RAW\":{}}"},
+                                                   {9, ""},
+                                                   {0, "{\"RAW\":[1,2,3]}"}};
     for (const auto& [status, data] : answers) {
         host_.OnStatus(krcp::readFru, status, data);
         EXPECT_EQ(module_.OnSwitchStarted(), 40U);

@@ -126,9 +126,10 @@ inline CKrcpMessage parsedMessage(const std::string& json, std::uint32_t index =
     return message;
 }
 
+// Whether the condition becomes true within 30 seconds: a loaded machine may need many of them.
 template <class Condition>
 bool soon(Condition condition) {
-    for (int i = 0; i < 500; ++i) {
+    for (int i = 0; i < 3000; ++i) {
         if (condition()) {
             return true;
         }
