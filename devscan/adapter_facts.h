@@ -26,7 +26,13 @@ struct AdapterFacts {
     std::uint32_t slot = unknownSlot;  // 0 = onboard
     SlotSource slotSource = SlotSource::none;
     std::string slotDesignation;  // of the SMBIOS structure that decided
+    // Those that stand for the function itself. The first one gave the facts above.
     std::vector<std::string> interfaces;
 };
+
+// `text`, or an empty text for "0.00", which drivers report for an option ROM that is not there.
+inline std::string versionText(std::string text) {
+    return text == "0.00" ? std::string() : text;
+}
 
 }  // namespace em_pni

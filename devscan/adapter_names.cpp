@@ -60,10 +60,14 @@ std::string CAdapterNames::AskLspci(const PciIds& ids) {
     const std::uint32_t key = std::uint32_t{ids.vendor} << 16U | ids.device;
     const auto [entry, isNew] = fromLspci_.try_emplace(key);
     if (isNew) {
-        const auto output = commands_.Run(
-            {"/sbin/lspci", "-nn", "-d", lowerHex(ids.vendor, 1) + ":" + lowerHex(ids.device, 1)});
-        std::string_view lines = output ? std::string_view(*output) : std::string_view();
-        entry->second = deviceNameOfLspciLine(takeUntil(lines, '\n'));
+        const std::string device = lowerHex(ids.vendor, 1) + ":" + lowerHex(ids.device, 1);
+        for (const char* const program : lspciPrograms) {
+            if (const auto output = commands_.Run({program, "-nn", "-d", device})) {
+                std::string_view lines = *output;
+                entry->second = deviceNameOfLspciLine(takeUntil(lines, '\n'));
+                break;
+            }
+        }
     }
     return entry->second;
 }

@@ -24,7 +24,7 @@ struct AdapterNames {
 // subsystem id, or else key "1521", device id, holds the name of a device. All digits are
 // upper-case.
 //
-// Runs lspci at most once for each vendor and device id, also when it fails. Any thread may call.
+// Asks lspci at most once for each vendor and device id, also when it fails. Any thread may call.
 class CAdapterNames {
   public:
     // `commands` must outlive this object.

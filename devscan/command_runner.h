@@ -25,6 +25,9 @@ class CCommandRunner {
     virtual std::optional<std::string> Run(const std::vector<std::string>& command) = 0;
 };
 
+// Where lspci is: the second place is that of distributions without /sbin/lspci.
+inline constexpr const char* lspciPrograms[] = {"/sbin/lspci", "/usr/bin/lspci"};
+
 struct CommandLimits {
     std::chrono::milliseconds time{3000};        // from start to end
     std::size_t output = std::size_t{4} << 20U;  // bytes

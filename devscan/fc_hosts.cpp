@@ -27,16 +27,21 @@ WorldWideName nameIn(const CFileTree& files, const std::string& path) {
     return text ? parseWorldWideName(*text).value_or(0) : 0;
 }
 
-// Drivers use different attributes. Returns the first text that is not empty.
-std::string firstText(const CFileTree& files, const std::string& host,
-                      std::initializer_list<const char*> attributes) {
-    for (const char* const attribute : attributes) {
-        const auto raw = files.ReadAttribute(joinedPath({"sys/class/scsi_host", host, attribute}));
-        if (std::string text = raw ? printableText(*raw) : ""; !text.empty()) {
+// Drivers use different attributes of scsi_host, and fc_host has one of its own. Returns the first
+// text that is a version.
+std::string firstVersion(const CFileTree& files, const std::string& host,
+                         std::initializer_list<const char*> scsiAttributes,
+                         const char* fcAttribute) {
+    const auto read = [&files, &host](const char* directory, const char* attribute) {
+        const auto raw = files.ReadAttribute(joinedPath({directory, host, attribute}));
+        return raw ? versionText(printableText(*raw)) : std::string();
+    };
+    for (const char* const attribute : scsiAttributes) {
+        if (std::string text = read("sys/class/scsi_host", attribute); !text.empty()) {
             return text;
         }
     }
-    return "";
+    return read(fcDirectory, fcAttribute);
 }
 
 }  // namespace
@@ -61,9 +66,11 @@ void addFcHostFacts(const CFileTree& files, const std::vector<ClassDevice>& host
         const std::string directory = joinedPath({fcDirectory, host.name});
         const WorldWideName nodeName = nameIn(files, directory + "/node_name");
         const WorldWideName portName = nameIn(files, directory + "/port_name");
-        std::string optionRom = firstText(
-            files, host.name, {"optrom_bios_version", "optrom_efi_version", "option_rom_version"});
-        std::string firmware = firstText(files, host.name, {"fw_version", "fwrev"});
+        std::string optionRom = firstVersion(
+            files, host.name, {"optrom_bios_version", "optrom_efi_version", "option_rom_version"},
+            "optionrom_version");
+        std::string firmware =
+            firstVersion(files, host.name, {"fw_version", "fwrev"}, "firmware_version");
         if (!isStill(files, fcDirectory, host)) {
             continue;
         }

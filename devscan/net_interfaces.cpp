@@ -76,8 +76,8 @@ class CInterfaceQuery {
                 MacIn("address")};
     }
 
-    // The address of the hardware. Returns `current` when the driver knows no permanent address,
-    // and an empty address when the question failed.
+    // The address of the hardware. Returns `current` when the driver knows no permanent address and
+    // `current` is not random, and an empty address when the question failed.
     [[nodiscard]] MacAddress Permanent(const MacAddress& current) const {
         constexpr std::size_t head = sizeof(ethtool_perm_addr);
         ethtool_perm_addr question{};
@@ -102,7 +102,7 @@ class CInterfaceQuery {
         // The current address can be set by software. It stands for the permanent address only when
         // the driver does not know that, not when the question failed.
         const bool unsupported = error == 0 || error == EOPNOTSUPP || error == ENOTTY;
-        return unsupported && !mayBeMember ? current : MacAddress();
+        return unsupported && !mayBeMember && !MayBeRandom() ? current : MacAddress();
     }
 
     [[nodiscard]] std::uint32_t Index() const {
@@ -115,7 +115,19 @@ class CInterfaceQuery {
         return numberIn(files_, attributePath(name_, "dev_port"));
     }
 
+    // Empty = the driver names no port. Returns no value when it cannot be read now.
+    [[nodiscard]] std::optional<std::string> PortName() const {
+        const auto name = files_.ReadAttribute(attributePath(name_, "phys_port_name"));
+        return name || isOutOfResources(errno) ? name : std::optional<std::string>("");
+    }
+
   private:
+    [[nodiscard]] bool MayBeRandom() const {
+        constexpr const char* random = "1";  // NET_ADDR_RANDOM
+        const auto origin = files_.ReadAttribute(attributePath(name_, "addr_assign_type"));
+        return origin ? *origin == random : isOutOfResources(errno);
+    }
+
     int Call(unsigned long request, ifreq& data) const {
         if (name_.size() >= IFNAMSIZ) {
             return ENODEV;
@@ -164,19 +176,70 @@ ClassDevices listByBusAddress(const CFileTree& files, CInterfaceControl& control
     return devices;
 }
 
+// Removes a decimal number from the front of `rest`. Returns false when there is none.
+bool takeDigits(std::string_view& rest) noexcept {
+    const std::size_t count = std::min(rest.find_first_not_of("0123456789"), rest.size());
+    rest.remove_prefix(count);
+    return count > 0;
+}
+
+enum class PortKind {
+    own,
+    wholeFunction,  // "pf0": the port itself, or the representor of a function of another host
+    representor,    // of a virtual or scalable function, or of a function of another host
+};
+
+// Drivers name the ports of representors "pf0vf1", "pf0sf88", "pf0hpf", "c1pf0", "c1pf0vf1".
+PortKind kindOfPort(std::string_view name) noexcept {
+    if (name.starts_with('c')) {
+        name.remove_prefix(1);
+        return takeDigits(name) ? PortKind::representor : PortKind::own;
+    }
+    if (!name.starts_with("pf")) {
+        return PortKind::own;
+    }
+    name.remove_prefix(2);
+    if (!takeDigits(name)) {
+        return PortKind::own;
+    }
+    if (name.empty()) {
+        return PortKind::wholeFunction;
+    }
+    if (name.starts_with("vf") || name.starts_with("sf")) {
+        name.remove_prefix(2);
+        return takeDigits(name) ? PortKind::representor : PortKind::own;
+    }
+    return name == "hpf" ? PortKind::representor : PortKind::own;
+}
+
+// Whether the interface belongs to a scalable function of the PCI function. Its device path is
+// ".../0000:03:00.0/mlx5_core.sf.2/net/enp3s0s88".
+bool isOfScalableFunction(std::string_view link) noexcept {
+    constexpr std::string_view mark = ".sf.";
+    const std::string_view device = link.substr(0, link.rfind("/net/"));
+    const std::size_t at = device.rfind(mark);
+    std::string_view rest =
+        at == std::string_view::npos ? std::string_view() : device.substr(at + mark.size());
+    return takeDigits(rest) && (rest.empty() || rest.front() == '/');
+}
+
 // The facts of one interface.
 struct Contribution {
+    std::string name;
     std::uint32_t port = 0;
     std::uint32_t index = 0;
     CInterfaceQuery::LinkAddress address;
     MacAddress permanent;
     CInterfaceQuery::DriverInfo driver;
 
-    [[nodiscard]] auto Rank() const noexcept { return std::tuple(!address.ethernet, port, index); }
+    [[nodiscard]] auto Rank() const noexcept {
+        return std::tuple(!address.ethernet, port, permanent.IsEmpty(), index);
+    }
 };
 
-Contribution contributionOf(const CInterfaceQuery& query) {
+Contribution contributionOf(const std::string& name, const CInterfaceQuery& query) {
     Contribution result;
+    result.name = name;
     result.port = query.Port();
     result.index = query.Index();
     result.address = query.Current();
@@ -185,6 +248,29 @@ Contribution contributionOf(const CInterfaceQuery& query) {
     }
     result.driver = query.Driver().value_or(CInterfaceQuery::DriverInfo());
     return result;
+}
+
+// The facts of the interfaces that stand for the function itself.
+std::vector<Contribution> contributionsOf(const CFileTree& files, CInterfaceControl& control,
+                                          const std::vector<ClassDevice>& interfaces) {
+    std::vector<Contribution> own;
+    std::vector<Contribution> wholeFunction;
+    for (const ClassDevice& interface : interfaces) {
+        const CInterfaceQuery query(files, control, interface.name);
+        if (isOfScalableFunction(interface.link)) {
+            continue;
+        }
+        const auto portName = query.PortName();
+        const PortKind kind = portName ? kindOfPort(*portName) : PortKind::representor;
+        if (kind == PortKind::representor) {
+            continue;
+        }
+        Contribution next = contributionOf(interface.name, query);
+        if (interface.link.empty() || isStill(files, netDirectory, interface)) {
+            (kind == PortKind::own ? own : wholeFunction).push_back(std::move(next));
+        }
+    }
+    return own.empty() ? std::move(wholeFunction) : std::move(own);
 }
 
 }  // namespace
@@ -196,28 +282,26 @@ ClassDevices listNetInterfaces(const CFileTree& files, CInterfaceControl& contro
 
 void addInterfaceFacts(const CFileTree& files, CInterfaceControl& control,
                        const std::vector<ClassDevice>& interfaces, AdapterFacts& facts) {
-    std::optional<Contribution> best;
-    for (const ClassDevice& interface : interfaces) {
-        Contribution next = contributionOf(CInterfaceQuery(files, control, interface.name));
-        if (!interface.link.empty() && !isStill(files, netDirectory, interface)) {
-            continue;
-        }
-        facts.interfaces.push_back(interface.name);
-        if (!best || next.Rank() < best->Rank()) {
-            best = std::move(next);
-        }
-    }
-    if (!best) {
+    std::vector<Contribution> found = contributionsOf(files, control, interfaces);
+    if (found.empty()) {
         return;
     }
-    if (best->address.ethernet) {
-        facts.activeMac = best->address.mac;
-        facts.permanentMac = best->permanent;
+    std::swap(found.front(), *std::min_element(found.begin(), found.end(),
+                                               [](const Contribution& a, const Contribution& b) {
+                                                   return a.Rank() < b.Rank();
+                                               }));
+    for (Contribution& one : found) {
+        facts.interfaces.push_back(std::move(one.name));
     }
-    facts.optionRom = std::move(best->driver.optionRom);
-    facts.firmware = std::move(best->driver.firmware);
-    if (facts.driver.empty()) {
-        facts.driver = std::move(best->driver.driver);
+    Contribution& best = found.front();
+    if (best.address.ethernet) {
+        facts.activeMac = best.address.mac;
+        facts.permanentMac = best.permanent;
+    }
+    facts.optionRom = versionText(best.driver.optionRom);
+    facts.firmware = std::move(best.driver.firmware);
+    if (!best.driver.driver.empty()) {
+        facts.driver = std::move(best.driver.driver);
     }
 }
 

@@ -164,7 +164,13 @@ Functions listFromCommand(CMachine& machine, const std::vector<std::string>& com
 }
 
 Functions listFromLspci(CMachine& machine) {
-    return listFromCommand(machine, {"/sbin/lspci", "-D", "-n", "-vmm"}, parseLspciRecords);
+    for (const char* const program : lspciPrograms) {
+        if (auto list =
+                listFromCommand(machine, {program, "-D", "-n", "-vmm"}, parseLspciRecords)) {
+            return list;
+        }
+    }
+    return std::nullopt;
 }
 
 Functions listFromLocalcli(CMachine& machine) {

@@ -100,7 +100,7 @@ void takeLocalcliLine(std::string_view key, std::string_view value, Draft& draft
             draft.function.interfaces.emplace_back(value);
         }
     } else if (key == "Module Name") {
-        draft.function.driver = value;
+        draft.function.driver = value == "None" ? std::string_view() : value;
     } else if (key == "Physical Slot") {
         draft.function.slot = prefixed<std::uint32_t>(value).value_or(unknownSlot);
     } else {

@@ -22,15 +22,6 @@ constexpr std::uint16_t firstShiftedBus = 0x20;
 constexpr std::uint16_t lastShiftedBus = 0xE0;
 constexpr std::uint8_t maxDevice = 31;
 
-bool containsIgnoringCase(std::string_view text, std::string_view wanted) noexcept {
-    for (; text.size() >= wanted.size(); text.remove_prefix(1)) {
-        if (equalIgnoringCase(text.substr(0, wanted.size()), wanted)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // The number behind the first `keyword` that has one: "Slot 4", "Slot4", "PCIE_4".
 std::optional<std::uint32_t> numberBehind(std::string_view text,
                                           std::string_view keyword) noexcept {

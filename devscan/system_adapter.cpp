@@ -21,16 +21,6 @@ constexpr std::array<const char*, 20> classNames{
     "Satellite",    "Encryption",     "SignalProcessing",
     "Accelerator",  "Instrumentation"};
 
-bool containsIgnoringCase(std::string_view text, std::string_view wanted) noexcept {
-    while (text.size() >= wanted.size()) {
-        if (equalIgnoringCase(text.substr(0, wanted.size()), wanted)) {
-            return true;
-        }
-        text.remove_prefix(1);
-    }
-    return false;
-}
-
 // The names in a directory. A missing directory has none. Any other failure sets `error` to errno.
 std::vector<std::string> listIfThere(const CFileTree& files, const std::string& directory,
                                      int& error) {
@@ -82,6 +72,9 @@ bool CSystemAdapter::DetectInfiniband() const {
         PNI_TRACE(3,
                   "\nCSystemAdapter::IsInfinibandAdapter() BaseClass:SerialBus, "
                   "SubClass:Infiniband");
+        return true;
+    }
+    if (facts_.classCode == pciClassInfinibandNetwork) {
         return true;
     }
     const CFileTree& files = machine_->Files();

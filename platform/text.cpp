@@ -53,6 +53,15 @@ bool equalIgnoringCase(std::string_view left, std::string_view right) noexcept {
                       [](char a, char b) { return lowered(a) == lowered(b); });
 }
 
+bool containsIgnoringCase(std::string_view text, std::string_view wanted) noexcept {
+    for (; text.size() >= wanted.size(); text.remove_prefix(1)) {
+        if (equalIgnoringCase(text.substr(0, wanted.size()), wanted)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::string_view takeUntil(std::string_view& rest, char separator) noexcept {
     const std::size_t end = std::min(rest.find(separator), rest.size());
     const std::string_view taken = rest.substr(0, end);

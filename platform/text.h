@@ -9,8 +9,9 @@ namespace em_pni {
 // `text` without blanks, tabs and line ends at both ends.
 std::string_view trimBlanks(std::string_view text) noexcept;
 
-// Compares with ASCII letters folded.
+// Both compare with ASCII letters folded.
 bool equalIgnoringCase(std::string_view left, std::string_view right) noexcept;
+bool containsIgnoringCase(std::string_view text, std::string_view wanted) noexcept;
 
 // Returns the text before the next `separator`. Removes it and the separator from `rest`.
 std::string_view takeUntil(std::string_view& rest, char separator) noexcept;

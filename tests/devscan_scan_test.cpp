@@ -47,13 +47,65 @@ TEST_F(DevscanScan, DualPortNic) {
     ASSERT_EQ(adapters.size(), 2U);
     const AdapterFacts& first = adapters[0].Facts();
     EXPECT_EQ(first.headerType, 0x80);
-    EXPECT_EQ(first.driver, "igb");
+    EXPECT_EQ(first.driver, "fake");
     EXPECT_EQ(first.firmware, firmware);
     EXPECT_EQ(first.optionRom, "1.2");
     EXPECT_EQ(first.slot, 4U);
     EXPECT_EQ(adapters[1].Facts().activeMac, mac(9));
     EXPECT_EQ(adapters[1].Facts().permanentMac, mac(2));
     EXPECT_EQ(adapters[1].Facts().interfaces, std::vector<std::string>{"eth0"});
+}
+
+TEST_F(DevscanScan, PartitionedCardWithSixteenFunctions) {
+    for (int number = 0; number < 16; ++number) {
+        const std::string device =
+            rootPort + "/0000:03:0" + std::to_string(number / 8) + "." + std::to_string(number % 8);
+        machine.Pci(device, 0x14E4, 0x16D6, 0x0200, "bnxt_en");
+        machine.File("sys/devices/" + device + "/ari_enabled", "1\n");
+        const MacAddress address = mac(static_cast<std::uint8_t>(number + 1));
+        machine.Net(
+            device, "eth" + std::to_string(number),
+            {.mac = address, .permanent = address, .index = 20 - number, .port = number % 2});
+    }
+    machine.File(dmiTable, smbiosSlot(6, {0, 3, 0, 0}));
+    const auto adapters = machine.Scan();
+    ASSERT_EQ(adapters.size(), 16U);
+    for (std::size_t number = 0; number < 16; ++number) {
+        EXPECT_EQ(adapters[number].Facts().slot, 6U) << number;
+        EXPECT_EQ(adapters[number].Facts().permanentMac,
+                  mac(static_cast<std::uint8_t>(number + 1)));
+    }
+}
+
+// The first function shows only representors: its uplink is in another network namespace.
+TEST_F(DevscanScan, RepresentorsLendNoAddress) {
+    PlugNic(3);
+    const auto port = [this](int function, const std::string& name, const std::string& portName,
+                             const std::string& under = "") {
+        const auto number = static_cast<std::uint8_t>(machine.interfaces->interfaces.size() + 1);
+        machine.Net(cardFunction(function) + under, name,
+                    {.mac = mac(number), .permanent = mac(number), .index = number});
+        if (!portName.empty()) {
+            machine.File("sys/class/net/" + name + "/phys_port_name", portName + "\n");
+        }
+    };
+    port(0, "rep0", "pf0vf0");
+    port(0, "rep1", "pf0vf1");
+    port(1, "a-sf", "", "/mlx5_core.sf.4");
+    port(1, "a-vdpa", "", "/mlx5_core.sf.5/vdpa0/virtio1");
+    port(1, "a-sfrep", "pf1sf88");
+    port(1, "a-controller", "c1pf0");
+    port(1, "a-host", "pf1hpf");
+    port(1, "a-pf", "pf1");
+    port(1, "up.sf.1", "p1");
+    port(2, "only", "pf2");
+    const auto adapters = machine.Scan();
+    ASSERT_EQ(adapters.size(), 3U);
+    EXPECT_TRUE(adapters[0].Facts().permanentMac.IsEmpty());
+    EXPECT_TRUE(adapters[0].Facts().activeMac.IsEmpty());
+    EXPECT_EQ(adapters[0].Facts().driver, "igb") << "from the link";
+    EXPECT_EQ(adapters[1].Facts().interfaces, std::vector<std::string>{"up.sf.1"});
+    EXPECT_EQ(adapters[2].Facts().permanentMac, mac(10));
 }
 
 TEST_F(DevscanScan, SlotsOfCardsBehindABridgeOfTheirOwnAndOfOnboardDevices) {
@@ -85,10 +137,22 @@ TEST_F(DevscanScan, ConvergedCardAndItsStorageFunction) {
     EXPECT_EQ(fibre.portName, WorldWideName{0x90FA942779});
     EXPECT_EQ(fibre.optionRom, "11.4 (boot)");
     EXPECT_EQ(fibre.firmware, "11.4.204");
+
+    // Without a BIOS image.
+    machine.File("sys/class/scsi_host/host9/optrom_bios_version", "0.00\n");
+    machine.File("sys/class/scsi_host/host9/optrom_efi_version", "6.23\n");
+    machine.File("sys/class/scsi_host/host9/fwrev", "\n");
+    machine.File("sys/class/fc_host/host9/firmware_version", "9.1\n");
+    EXPECT_EQ(machine.Scan().at(2).Facts().optionRom, "6.23");
+    EXPECT_EQ(machine.Scan().at(2).Facts().firmware, "9.1");
+    machine.File("sys/class/scsi_host/host9/optrom_efi_version", "0.00\n");
+    machine.File("sys/class/scsi_host/host9/option_rom_version", "0.00\n");
+    machine.File("sys/class/fc_host/host9/optionrom_version", "0.00\n");
+    EXPECT_EQ(machine.Scan().at(2).Facts().optionRom, "");
 }
 
-TEST_F(DevscanScan, PermanentAddressOfBondMembers) {
-    PlugNic(3);
+TEST_F(DevscanScan, PermanentAddressesThatTheDriverDoesNotTell) {
+    PlugNic(5);
     machine.Net(cardFunction(0), "eth0", {.mac = mac(7), .permanent = mac(1)});
     machine.Net(cardFunction(1), "eth1", {.mac = mac(7)});
     machine.File("sys/devices/" + cardFunction(1) + "/net/eth1/bonding_slave/perm_hwaddr",
@@ -97,8 +161,17 @@ TEST_F(DevscanScan, PermanentAddressOfBondMembers) {
     machine.Net(cardFunction(2), "eth2", {.mac = mac(7), .error = EMFILE});
     machine.File("sys/devices/" + cardFunction(2) + "/net/eth2/type", "1\n");
     machine.File("sys/devices/" + cardFunction(2) + "/net/eth2/address", "02:fc:00:00:00:07\n");
+    // A random address changes with each start. One that is set does not.
+    machine.Net(cardFunction(3), "eth3", {.mac = mac(4), .optionRom = "0.00"});
+    machine.File("sys/class/net/eth3/addr_assign_type", "1\n");
+    machine.Net(cardFunction(4), "eth4", {.mac = mac(5)});
+    machine.File("sys/class/net/eth4/addr_assign_type", "3\n");
     const auto adapters = machine.Scan();
-    ASSERT_EQ(adapters.size(), 3U);
+    ASSERT_EQ(adapters.size(), 5U);
+    EXPECT_TRUE(adapters[3].Facts().permanentMac.IsEmpty());
+    EXPECT_EQ(adapters[3].Facts().activeMac, mac(4));
+    EXPECT_EQ(adapters[3].Facts().optionRom, "");
+    EXPECT_EQ(adapters[4].Facts().permanentMac, mac(5));
     EXPECT_EQ(adapters[0].Facts().permanentMac, mac(1));
     EXPECT_EQ(adapters[1].Facts().permanentMac, mac(2));
     EXPECT_EQ(adapters[2].Facts().activeMac, mac(7));
@@ -111,7 +184,12 @@ TEST_F(DevscanScan, SeveralInterfacesOnOneFunction) {
     machine.Net(cardFunction(0), "b", {.mac = mac(2), .index = 9, .port = 0});
     machine.Net(cardFunction(0), "c", {.mac = mac(3), .index = 4, .port = 0});
     machine.Net(cardFunction(0), "ib0", {.mac = mac(4), .type = 32, .index = 1, .port = 0});
-    EXPECT_EQ(machine.Scan().at(0).Facts().permanentMac, mac(3));
+    machine.Net(cardFunction(0), "random", {.mac = mac(5), .index = 3, .port = 0});
+    machine.File("sys/class/net/random/addr_assign_type", "1\n");
+    const AdapterFacts facts = machine.Scan().at(0).Facts();
+    EXPECT_EQ(facts.permanentMac, mac(3));
+    EXPECT_EQ(facts.interfaces.size(), 5U);
+    EXPECT_EQ(facts.interfaces.front(), "c");
 }
 
 TEST_F(DevscanScan, VirtualFunctionsAndHighSegmentsAreLeftOut) {
@@ -156,7 +234,7 @@ TEST_F(DevscanScan, OtherSourcesWithoutSysfs) {
         EXPECT_EQ(adapters.size(), 1U);
         return adapters.at(0).Facts();
     };
-    std::string& lspci = machine.commands->answers["/sbin/lspci -D -n -vmm"];
+    std::string& lspci = machine.commands->answers["/usr/bin/lspci -D -n -vmm"];
     lspci =
         "Slot:\t10000:01:00.0\nClass:\t0200\nVendor:\t8086\nDevice:\t1521\n\n"
         "Slot:\t0001:03:00.0\nClass:\t0c04\nVendor:\t10df\nDevice:\tf100\nSVendor:\t10df\n"
@@ -178,6 +256,9 @@ TEST_F(DevscanScan, OtherSourcesWithoutSysfs) {
     EXPECT_EQ(found().ids.subVendor, 0x15D9);
     EXPECT_EQ(found().interfaces, std::vector<std::string>{"vmnic0"});
     EXPECT_EQ(found().slot, 2U);
+    EXPECT_EQ(found().driver, "igbn");
+    localcli.replace(localcli.find("igbn"), 4, "None");
+    EXPECT_EQ(found().driver, "");
     localcli.replace(localcli.find("Slot: 2"), 7, "Slot: 4294967295");
     EXPECT_EQ(found().slot, unknownSlot);
 
@@ -195,7 +276,7 @@ TEST_F(DevscanScan, OtherSourcesWithoutSysfs) {
     machine.File("proc/net/dev", "Inter-| Receive\n face |bytes\n    lo: 0 0\n  eth0: 1 2\n");
     machine.interfaces->interfaces["eth0"] = {.permanent = mac(1), .busAddress = "0000:03:03.1"};
     EXPECT_EQ(found().address, (PciAddress{0, 3, 3, 1}));
-    EXPECT_EQ(found().driver, "igb");
+    EXPECT_EQ(found().driver, "fake") << "as the interface says";
     EXPECT_EQ(found().classCode, 0x0200);
     EXPECT_EQ(found().ids.subDevice, 0x1234);
     EXPECT_EQ(found().permanentMac, mac(1));
@@ -204,7 +285,7 @@ TEST_F(DevscanScan, OtherSourcesWithoutSysfs) {
 TEST_F(DevscanScan, InfinibandAdapters) {
     const std::string infiniband = "sys/devices/" + cardFunction(0) + "/infiniband";
     const std::string ports = infiniband + "/mlx5_0/ports/";
-    machine.Pci(cardFunction(0), 0x15B3, 0x1017, 0x0207);
+    machine.Pci(cardFunction(0), 0x15B3, 0x1017, 0x0280);
     machine.File(ports + "0/state", "4: ACTIVE\n");  // a port of an old kernel
     const CSystemAdapter card = machine.Scan().at(0);
     const test::CTraceCapture trace(5);
@@ -218,9 +299,11 @@ TEST_F(DevscanScan, InfinibandAdapters) {
     machine.File(ports + "3/link_layer", "InfiniBand\n");
     EXPECT_TRUE(card.IsInfinibandAdapter());
 
-    AdapterFacts facts;
-    facts.classCode = pciClassInfiniband;
-    EXPECT_TRUE(CSystemAdapter(facts, machine.Machine()).IsInfinibandAdapter());
+    for (const std::uint16_t classCode : {pciClassInfiniband, pciClassInfinibandNetwork}) {
+        AdapterFacts facts;
+        facts.classCode = classCode;
+        EXPECT_TRUE(CSystemAdapter(facts, machine.Machine()).IsInfinibandAdapter());
+    }
 
     // A directory that cannot be listed is an error.
     machine.Remove(infiniband);
@@ -246,7 +329,8 @@ TEST_F(DevscanScan, NamesFromTheNameFile) {
 
 TEST_F(DevscanScan, NamesFromLspciAreAskedForOnce) {
     const std::string command = "/sbin/lspci -nn -d 8086:5";
-    machine.commands->answers[command + "2"] =
+    const std::string second = "/usr/bin/lspci -nn -d 8086:5";
+    machine.commands->answers[second + "2"] =
         "03:00.0 Ethernet controller [0200]: Intel I350 [8086:0052]\nmore\n";
     CAdapterNames& names = machine.Machine().Names();
     const test::CTraceCapture trace(2);
@@ -265,7 +349,8 @@ TEST_F(DevscanScan, NamesFromLspciAreAskedForOnce) {
     ask();
     other.join();
     EXPECT_EQ(machine.commands->runs,
-              (std::map<std::string, int>{{command + "2", 1}, {command + "3", 1}}));
+              (std::map<std::string, int>{
+                  {command + "2", 1}, {command + "3", 1}, {second + "2", 1}, {second + "3", 1}}));
 }
 
 template <class Parser>

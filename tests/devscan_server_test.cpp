@@ -29,6 +29,13 @@ unsigned number(const Value& object, const char* key) {
     return member != object.MemberEnd() && member->value.IsUint() ? member->value.GetUint() : 0;
 }
 
+// The array of this key. Empty when there is none.
+const Value& listIn(const Value& object, const char* key) {
+    static const Value none(rapidjson::kArrayType);
+    const auto member = object.FindMember(key);
+    return member != object.MemberEnd() && member->value.IsArray() ? member->value : none;
+}
+
 PciAddress addressOf(const Value& structure) {
     return {static_cast<std::uint16_t>(number(structure, "segment")),
             static_cast<std::uint8_t>(number(structure, "bus")),
@@ -39,21 +46,15 @@ PciAddress addressOf(const Value& structure) {
 // The structures as the firmware would have them in memory.
 std::string smbiosTable(const Value& server) {
     std::string table;
-    if (const auto slots = server.FindMember("slots");
-        slots != server.MemberEnd() && slots->value.IsArray()) {
-        for (const Value& slot : slots->value.GetArray()) {
-            table += smbiosSlot(number(slot, "id"), addressOf(slot),
-                                {.designation = slot["designation"].GetString(),
-                                 .inUse = std::string(slot["usage"].GetString()) == "in use"});
-        }
+    for (const Value& slot : listIn(server, "slots").GetArray()) {
+        table += smbiosSlot(number(slot, "id"), addressOf(slot),
+                            {.designation = slot["designation"].GetString(),
+                             .inUse = std::string(slot["usage"].GetString()) == "in use"});
     }
-    if (const auto onboard = server.FindMember("onboard");
-        onboard != server.MemberEnd() && onboard->value.IsArray()) {
-        for (const Value& device : onboard->value.GetArray()) {
-            const bool isEthernet = std::string(device["type"].GetString()) == "Ethernet";
-            table += smbiosOnboard(addressOf(device), (device["enabled"].GetBool() ? 0x80U : 0U) +
-                                                          (isEthernet ? 5U : 3U));
-        }
+    for (const Value& device : listIn(server, "onboard").GetArray()) {
+        const bool isEthernet = std::string(device["type"].GetString()) == "Ethernet";
+        table += smbiosOnboard(addressOf(device),
+                               (device["enabled"].GetBool() ? 0x80U : 0U) + (isEthernet ? 5U : 3U));
     }
     return table + smbiosStructure(127, "");
 }
@@ -153,16 +154,12 @@ TEST(DevscanServers, TheCasesGiveWhatTheRuleSays) {
     for (const Value& one : cases.GetArray()) {
         CFakeMachine machine;
         machine.Smbios(smbiosTable(one));
-        if (const auto slots = one.FindMember("kernelSlots"); slots != one.MemberEnd()) {
-            for (const Value& slot : slots->value.GetArray()) {
-                machine.KernelSlot(slot["name"].GetString(), textOf(slot, "address"));
-            }
+        for (const Value& slot : listIn(one, "kernelSlots").GetArray()) {
+            machine.KernelSlot(slot["name"].GetString(), textOf(slot, "address"));
         }
         std::map<std::string, std::string> acpiNumbers;
-        if (const auto bridges = one.FindMember("bridgeFacts"); bridges != one.MemberEnd()) {
-            for (const Value& bridge : bridges->value.GetArray()) {
-                acpiNumbers[bridge["address"].GetString()] = textOf(bridge, "sun");
-            }
+        for (const Value& bridge : listIn(one, "bridgeFacts").GetArray()) {
+            acpiNumbers[bridge["address"].GetString()] = textOf(bridge, "sun");
         }
         std::map<std::string, std::string> expected;
         for (const Value& device : one["devices"].GetArray()) {

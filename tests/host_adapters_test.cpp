@@ -4,9 +4,12 @@
 
 #include "em_pni/krcp_message.h"
 #include "frudata/pni_fru.h"
+#include "host/machine/adapter_details.h"
 #include "host/machine/image_builder.h"
+#include "host/machine/pci_vpd.h"
 #include "host/output/adapter_report.h"
 #include "host/output/host_error.h"
+#include "tests/devscan_fake_machine.h"
 #include "tests/record_builder.h"
 
 namespace em_pni::host_test {
@@ -50,6 +53,85 @@ TEST(HostAdapters, TheJsonIsValidForAnyText) {
     const rapidjson::Value& device = document[1]["Device"];
     EXPECT_EQ(std::string(device.GetString(), device.GetStringLength()),
               std::string("a\"\\\n\x01\0b", 7) + bad + bad + "(" + bad + bad + "ä€");
+}
+
+// Keywords PN and SN, with a keyword before and between them.
+const std::string vpd = std::string("\x82\x04\x00", 3) + "Card" + std::string("\x90\x17\x00", 3) +
+                        std::string("EC\0", 3) +
+                        "PN\x05"
+                        "X-540"
+                        "V0\x01"
+                        "z"
+                        "SN\x05"
+                        "AB12 " +
+                        "\x91" + std::string("\x08\x00", 2) +
+                        "SN\x05"
+                        "wrong" +
+                        "\x78" + "rest";
+
+TEST(HostAdapters, VitalProductDataMayBeCutAnywhere) {
+    for (std::size_t length = 0; length <= vpd.size(); ++length) {
+        const std::vector<char> exact(vpd.begin(),
+                                      vpd.begin() + static_cast<std::ptrdiff_t>(length));
+        const PciVpd found = parsePciVpd(CByteView(std::string_view(exact.data(), exact.size())));
+        EXPECT_EQ(found.product, length < 7 ? "" : "Card") << length;
+        // The whole resource must be there.
+        EXPECT_EQ(found.partNumber, length < 33 ? "" : "X-540") << length;
+        EXPECT_EQ(found.serialNumber, length < 33 ? "" : "AB12") << length;
+    }
+    std::string longKeyword = vpd;
+    longKeyword[longKeyword.find("V0") + 2] = '\xFF';
+    EXPECT_EQ(parsePciVpd(CByteView(longKeyword)).partNumber, "X-540");
+    EXPECT_EQ(parsePciVpd(CByteView(longKeyword)).serialNumber, "");
+}
+
+struct CKnownNames final : CIHardwareNames {
+    AdapterNames Find(const PciIds& /*ids*/) override { return names; }
+    AdapterNames names;
+};
+
+TEST(HostAdapters, TheDetailsAndNamesOfACard) {
+    CFakeMachine machine;
+    const std::string device = "pci0000:00/0000:00:01.0/0000:03:00.0";
+    machine.Pci(device, 0x8086, 0x1521, 0x0200);
+    machine.Net(device, "a1", {.index = 1, .port = 1});
+    machine.Net(device, "a2", {.index = 2, .port = 0});
+    machine.Smbios(smbiosSlot(4, {0, 3, 0, 0}, {.designation = "PCIe Slot 4"}));
+    const std::string path = "sys/devices/" + device;
+    machine.File(path + "/vpd", vpd);
+    machine.File(path + "/current_link_speed", "8.0 GT/s PCIe\n");
+    machine.File(path + "/current_link_width", "255\n");
+    machine.File("sys/class/net/a2/phys_port_name", "p0\n");
+    machine.Link("sys/class/net/a2/master", "../../../virtual/net/bond0");
+    CKnownNames database;
+    database.names.vendor = "Database";
+    machine.File("opt/QuillonRT/vital/etc/qlagent/Adapter.ini", "[8086]\nVendor=File\n1521=I350\n");
+    const auto read = [&] {
+        const std::string json =
+            adapterJson(reportAdapters(machine.Scan(), machine.Machine().Files(), database));
+        rapidjson::Document document;
+        document.Parse(json.data(), json.size());
+        return document;
+    };
+    rapidjson::Document document = read();
+    EXPECT_TRUE(document[0]["LinkSpeed"].IsNull() && document[0]["LinkWidth"].IsNull());
+    machine.File(path + "/current_link_width", "8\n");
+    document = read();
+    const rapidjson::Value& card = document[0];
+    for (const auto& [key, text] : {std::pair("SlotDesignation", "PCIe Slot 4"),
+                                    {"SlotSource", "smbios-slot"},
+                                    {"PhysicalPort", "p0"},
+                                    {"MasterInterface", "bond0"},
+                                    {"PartNumber", "X-540"},
+                                    {"SerialNumber", "AB12"},
+                                    {"LinkSpeed", "8.0 GT/s PCIe"},
+                                    {"Vendor", "Database"},
+                                    {"Device", "I350"}}) {
+        EXPECT_STREQ(card[key].IsString() ? card[key].GetString() : "", text) << key;
+    }
+    EXPECT_EQ(card["LinkWidth"].GetUint(), 8U);
+    EXPECT_STREQ(card["Interfaces"][0].GetString(), "a2");
+    EXPECT_EQ(card["Interfaces"].Size(), 2U);
 }
 
 using Ids = std::vector<std::pair<unsigned, unsigned>>;

@@ -15,6 +15,7 @@ namespace em_pni::host_test {
 namespace {
 
 using test::CNetworkNamespace;
+using Bytes = std::vector<std::uint8_t>;
 using Texts = std::vector<std::string>;
 
 struct CScriptedView final : CINetworkView {
@@ -76,7 +77,7 @@ class CAsker {
 
 TEST(HostNetwork, BadRequestsFail) {
     CScriptedView view;
-    view.snapshot[0].addresses = {{{192, 0, 2, 7}, false}};
+    view.snapshot[0].addresses = listAddresses({{.ip = {192, 0, 2, 7}}});
     CAsker asker(view);
     for (const std::string members :
          {R"("OC":5889,"OI":1)", R"("OC":5889,"OI":-1)", R"("OC":5889,"OI":4294967296)",
@@ -93,6 +94,65 @@ TEST(HostNetwork, BadRequestsFail) {
     view.snapshot.clear();
     asker.Clear();
     EXPECT_EQ(krcp::status(asker.Ask(krcp::interfaceCount, 0, 0)), krcp::EXEC_FAILED);
+}
+
+// The last byte of the one IPv4 and the two IPv6 addresses that a module keeps, 0 = none.
+Bytes keptBy(const AddressLists& lists) {
+    Bytes ipv4;
+    Bytes ipv6;
+    for (std::size_t index = 0; index < 4; ++index) {
+        for (const auto* const list : {&lists.primary, &lists.transient, &lists.any}) {
+            const IpAddress ip = index < list->size() ? (*list)[index] : IpAddress();
+            Bytes& family = ip.size() == IpAddress::shortSize ? ipv4 : ipv6;
+            if (!ip.IsEmpty() &&
+                std::find(family.begin(), family.end(), ip.end()[-1]) == family.end()) {
+                family.push_back(ip.end()[-1]);
+            }
+        }
+    }
+    ipv4.resize(1);
+    ipv6.resize(2);
+    return {ipv4[0], ipv6[0], ipv6[1]};
+}
+
+InterfaceAddress v4(std::uint8_t last, Lifetime lifetime = Lifetime::permanent) {
+    return {.ip = {192, 0, 2, last}, .lifetime = lifetime};
+}
+
+InterfaceAddress v6(std::uint8_t last, Lifetime lifetime = Lifetime::permanent) {
+    return {.ip = {0x20, 1, 0xD, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, last},
+            .lifetime = lifetime};
+}
+
+TEST(HostNetwork, AModuleHearsTheBestAddressesOfBothFamilies) {
+    constexpr auto dynamic = Lifetime::dynamic;
+    constexpr auto temporary = Lifetime::temporary;
+    InterfaceAddress onLink = v6(1);
+    onLink.linkLocal = true;
+    InterfaceAddress old = v6(2);
+    old.deprecated = true;
+    InterfaceAddress leased = old;
+    leased.lifetime = dynamic;
+    InterfaceAddress unconfigured = v4(3);
+    unconfigured.ip = {169, 254, 0, 1};
+    using Addresses = std::vector<InterfaceAddress>;
+    const std::vector<std::pair<Addresses, Bytes>> cases{
+        {{v4(9), v4(8), v4(7), v4(6), v4(5), v6(9), v6(8), v6(7)}, {5, 7, 8}},
+        {{v6(3, temporary), v6(4, dynamic), v6(6), v6(5)}, {0, 5, 6}},
+        {{v6(3, temporary), v6(4, dynamic), v6(6), v4(4, dynamic)}, {4, 6, 4}},
+        {{v6(3, temporary), v6(4, dynamic), v4(4, dynamic), v4(5)}, {5, 4, 3}},
+        {{onLink, old, v6(9, temporary), unconfigured, v4(9, dynamic)}, {9, 9, 2}},
+        {{onLink, leased, unconfigured}, {1, 2, 1}},
+        {{onLink}, {0, 1, 0}}};
+    for (const auto& [addresses, kept] : cases) {
+        Addresses order = addresses;
+        for (std::size_t turn = 0; turn < order.size(); ++turn) {
+            std::rotate(order.begin(), order.begin() + 1, order.end());
+            EXPECT_EQ(keptBy(listAddresses(order)), kept) << &kept - &cases.front().second;
+        }
+    }
+    EXPECT_EQ(listAddresses({onLink}).primary.size(), 1U);
+    EXPECT_TRUE(listAddresses({onLink, v6(9, dynamic)}).primary.empty());
 }
 
 TEST(HostNetwork, TypeAndStateFollowTheKernel) {
@@ -135,15 +195,18 @@ TEST_F(HostNetworkNamespace, AnswersWithTheAddressesOfAnInterface) {
                               "addr add 203.0.113.1 peer 203.0.113.2 dev v0\n"
                               "addr add 2001:db8::7/64 dev v0"));
     const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
-    const Texts primary{"192.0.2.7", "203.0.113.1", "192.0.2.8", "2001:db8::7", "fe80::7"};
+    const Texts primary{"192.0.2.7", "2001:db8::7", "192.0.2.8", "203.0.113.1"};
     test::isTrueWithin(std::chrono::seconds(5), [&] {  // the kernel first checks IPv6 addresses
         asker_.Clear();
         return asker_.Addresses(krcp::primaryAddress, number) == primary;
     });
     EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number), primary);
     EXPECT_EQ(asker_.Addresses(krcp::transientAddress, number), (Texts{"198.51.100.9"}));
+    EXPECT_EQ(
+        asker_.Addresses(krcp::anyAddress, number),
+        (Texts{"192.0.2.7", "2001:db8::7", "fe80::7", "192.0.2.8", "203.0.113.1", "198.51.100.9"}));
     ASSERT_TRUE(CNetworkNamespace::Ip("addr flush dev v0"));
-    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number).size(), 5U);  // the old snapshot
+    EXPECT_EQ(asker_.Addresses(krcp::primaryAddress, number).size(), 4U);  // the old snapshot
     asker_.Clear();
     EXPECT_EQ(asker_.Addresses(krcp::anyAddress, number), Texts());
 }

@@ -155,5 +155,40 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     EXPECT_EQ(Count(program_->Output(), "written: 2048 bytes\n"), 5) << program_->Output();
 }
 
+TEST_F(HostStory, ANewRecordIsWhatAFirstCycleMakes) {
+    // A second interface has the MAC address of the card, as a VLAN on it has.
+    std::string lines =
+        "link add vlan address 02:00:00:00:03:01 type veth peer name other\n"
+        "link set vlan up\nlink set other up\n"
+        "addr add 203.0.113.1/24 dev vlan\n"
+        "link add bond address 02:00:00:00:01:02 type veth peer name another\n"
+        "link set bond up\nlink set another up\n"
+        "addr add 203.0.113.2/24 dev bond\n";
+    for (const char* const last : {"9", "8", "5", "6"}) {
+        lines += std::string("addr add 198.51.100.") + last + "/24 dev ens3f0\n" +
+                 "addr add 2001:db8::" + last + "/64 dev ens3f0 nodad\n";
+    }
+    ASSERT_TRUE(Ip(lines + "addr add fe80::1/64 dev ens3f0 nodad\n"
+                           "addr add 2001:db8::1/64 dev ens3f0 nodad preferred_lft 0\n"
+                           "addr add 2001:db8::2/64 dev ens3f0 nodad valid_lft 900 "
+                           "preferred_lft 900"));
+    file_ = folder_.File("new.fru");
+    CProgram create({"create", file_, "--format-version", "11"});
+    ASSERT_EQ(create.Wait(), 0) << create.Errors();
+    const std::string image = test::contentOf(file_);
+    const auto has = [&image](const Bytes& bytes) {
+        return image.find(std::string(bytes.begin(), bytes.end())) != std::string::npos;
+    };
+    EXPECT_TRUE(has({198, 51, 100, 5}));
+    EXPECT_TRUE(has({203, 0, 113, 2})) << "the card has no address of its own";
+    EXPECT_FALSE(has({203, 0, 113, 1}));
+    Bytes ipv6{0x20, 1, 0xD, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 0x20, 1, 0xD, 0xB8};
+    EXPECT_TRUE(has(ipv6));
+    CProgram run({"run", "--fru", file_, "--once"});
+    EXPECT_EQ(run.Wait(), 0) << run.Errors();
+    EXPECT_NE(run.Output().find("\nunchanged\n"), std::string::npos) << run.Output();
+    EXPECT_EQ(test::contentOf(file_), image);
+}
+
 }  // namespace
 }  // namespace em_pni::host_test

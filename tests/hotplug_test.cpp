@@ -112,6 +112,31 @@ TEST_F(HotplugTest, PulledCardsLeaveTheFirstBytesAndExchangedOnesGetTheNextId) {
     EXPECT_EQ(Cycle({instanceRemoved, instanceAdded}), 0);
 }
 
+// The ports of slots 5 and 6 are functions of one device. Only the kernel knows slot 7.
+TEST_F(HotplugTest, CardsBehindSiblingPortsAndInASlotOfTheKernel) {
+    machine_.Smbios(smbiosSlot(3, {0, 3, 0, 0}) + smbiosSlot(4, {0, 4, 0, 0}) +
+                    smbiosSlot(5, {0, 0, 0x1C, 0}) + smbiosSlot(6, {0, 0, 0x1C, 1}));
+    machine_.KernelSlot("7-1", "0000:17:00");
+    const auto plug = [this](unsigned slot) {
+        const std::string port = "pci0000:00/0000:00:1c." + std::to_string(slot - 5);
+        machine_.Bridge(port);
+        PlugPort(port + "/0000:1" + std::to_string(slot) + ":00.0", "ens" + std::to_string(slot),
+                 sampleMac(9, byteOf(slot)));
+    };
+    plug(5);
+    plug(6);
+    EXPECT_EQ(Cycle({instanceAdded}), 1);
+    ASSERT_EQ(Ids(), (Bytes{0, 3, 4, 5, 6}));
+    std::swap(machine_.interfaces->interfaces.at("ens5"),
+              machine_.interfaces->interfaces.at("ens6"));
+    EXPECT_EQ(Cycle({}), 1);
+    EXPECT_EQ(Record().GetModuleMacAddresses(3), std::vector<MacAddress>{sampleMac(9, 6)});
+    EXPECT_EQ(Record().GetModuleMacAddresses(4), std::vector<MacAddress>{sampleMac(9, 5)});
+    plug(7);
+    EXPECT_EQ(Cycle({instanceAdded}), 1);
+    EXPECT_EQ(Ids(), (Bytes{0, 3, 4, 5, 6, 7}));
+}
+
 TEST_F(HotplugTest, OnlyAddInCardsComeAndGo) {
     PlugPort("pci0000:00/0000:00:05.0", "eno9", sampleMac(9, 9));
     EXPECT_EQ(Cycle({instanceAdded}), 0);

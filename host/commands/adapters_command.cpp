@@ -1,6 +1,6 @@
 #include "devscan/scan.h"
 #include "host/commands/commands.h"
-#include "host/output/adapter_report.h"
+#include "host/machine/adapter_details.h"
 
 namespace em_pni {
 
@@ -11,7 +11,8 @@ int listAdapters(const AdaptersOptions& options, CConsole& console) {
         console.Error("cannot read the PCI functions of this machine");
         return exitFailed;
     }
-    const std::vector<AdapterReport> adapters = reportAdapters(*found);
+    CHardwareDatabase database;
+    const std::vector<AdapterReport> adapters = reportAdapters(*found, machine.Files(), database);
     if (options.json) {
         console.Line(adapterJson(adapters));
     } else if (adapters.empty()) {

@@ -11,6 +11,7 @@
 #include "host/session/played_host.h"
 #include "module/krcp_connection.h"
 #include "platform/file.h"
+#include "pni/ip_update.h"
 
 namespace em_pni {
 
@@ -58,10 +59,7 @@ class CDirectConnection final : public CKrcpConnection {
     CPlayedHost host_;
 };
 
-std::vector<ModuleStream> localModules(CConsole& console) {
-    CKernelNetwork kernel;
-    CNetworkAnswers network(kernel, console);
-    CDirectConnection connection(network);
+std::vector<ModuleStream> localModules(CKrcpConnection& connection) {
     CMachine machine;
     std::vector<ModuleStream> modules;
     for (const LocalPniAdapterHandle& handle :
@@ -78,9 +76,12 @@ std::vector<ModuleStream> localModules(CConsole& console) {
 
 int createImage(const CreateOptions& options, CConsole& console) {
     requireReplaceable(options);
+    CKernelNetwork kernel;
+    CNetworkAnswers network(kernel, console);
+    CDirectConnection connection(network);
     std::vector<ModuleStream> modules;
     try {
-        modules = localModules(console);
+        modules = localModules(connection);
     } catch (const std::exception& error) {
         console.Error(std::string("cannot read the adapters of this machine: ") + error.what());
         return exitFailed;
@@ -90,7 +91,11 @@ int createImage(const CreateOptions& options, CConsole& console) {
         return exitFailed;
     }
     const std::size_t count = modules.size();
-    const std::vector<std::uint8_t> image = buildImage(std::move(modules), options.format);
+    // The module replaces the IP addresses in each cycle. This way its first one changes nothing.
+    const std::vector<std::uint8_t> image =
+        buildImage(std::move(modules), options.format, [&connection](CPniFruData& record) {
+            ReplaceIpAddresses(CNetworkRequests(&connection, 0), record);
+        });
     writeImage(options.file, image);
     console.Line("created: " + options.file + ", " + std::to_string(count) +
                  (count == 1 ? " module, " : " modules, ") + std::to_string(image.size()) +

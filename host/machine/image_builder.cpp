@@ -8,7 +8,6 @@
 #include "devscan/pci_function.h"
 #include "frudata/layout.h"
 #include "frudata/pni_fru.h"
-#include "frudata/pni_fru_data.h"
 #include "host/output/host_error.h"
 
 namespace em_pni {
@@ -87,7 +86,7 @@ Bytes imageHead(std::uint8_t version, std::size_t moduleCount, std::size_t modul
     return head;
 }
 
-void requireRoom(std::size_t modules, std::size_t size, const ImageFormat& format) {
+void requireRoom(std::size_t modules, std::size_t size) {
     if (modules == 0) {
         throw CHostError("a record needs at least one module");
     }
@@ -95,20 +94,25 @@ void requireRoom(std::size_t modules, std::size_t size, const ImageFormat& forma
         throw CHostError("the adapters do not fit in a record: " + std::to_string(modules) +
                          " modules, " + std::to_string(size) + " bytes");
     }
-    if (format.size && *format.size < size) {
-        throw CHostError("the record needs " + std::to_string(size) +
-                         " bytes, but the image has only " + std::to_string(*format.size));
+}
+
+void pad(Bytes& image, std::size_t size) {
+    if (size < image.size()) {
+        throw CHostError("the record needs " + std::to_string(image.size()) +
+                         " bytes, but the image has only " + std::to_string(size));
     }
+    image.resize(size);
 }
 
 }  // namespace
 
-std::vector<std::uint8_t> buildImage(std::vector<ModuleStream> modules, const ImageFormat& format) {
+std::vector<std::uint8_t> buildImage(std::vector<ModuleStream> modules, const ImageFormat& format,
+                                     const std::function<void(CPniFruData&)>& complete) {
     putInOrder(modules);
     const std::size_t moduleBytes = std::accumulate(
         modules.begin(), modules.end(), std::size_t{0},
         [](std::size_t sum, const ModuleStream& module) { return sum + module.bytes.size(); });
-    requireRoom(modules.size(), firstModule + moduleBytes, format);
+    requireRoom(modules.size(), firstModule + moduleBytes);
     Bytes image = imageHead(format.version, modules.size(), moduleBytes);
     for (const ModuleStream& module : modules) {
         image.insert(image.end(), module.bytes.begin(), module.bytes.end());
@@ -117,13 +121,18 @@ std::vector<std::uint8_t> buildImage(std::vector<ModuleStream> modules, const Im
     data.UpdateInternalUseAreaChecksum();
     data.UpdateEndOfListBit();
     data.UpdateOemPniRecordChecksum();
+    if (complete) {
+        complete(data);
+    }
     image = data.GetImage();
     const std::uint32_t code = pniValidateFru(image.data(), image.size());
     if (code != PNI_SUCCESS) {
         throw CHostError(std::string("the record of the adapters is not valid: ") +
                          pniResultText(code));
     }
-    image.resize(format.size.value_or(image.size()));
+    if (format.size) {
+        pad(image, *format.size);
+    }
     return image;
 }
 

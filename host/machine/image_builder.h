@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
+
+#include "frudata/pni_fru_data.h"
 
 namespace em_pni {
 
@@ -23,6 +26,8 @@ struct ImageFormat {
 // in the format, or when the size is too small. Onboard modules come first and have id 0. The
 // others follow in the order of their slots. The id of each is the low six bits of its slot, or the
 // next free id when another module has that one.
-std::vector<std::uint8_t> buildImage(std::vector<ModuleStream> modules, const ImageFormat& format);
+// `complete`, when given, may change the record before it is padded to the size.
+std::vector<std::uint8_t> buildImage(std::vector<ModuleStream> modules, const ImageFormat& format,
+                                     const std::function<void(CPniFruData&)>& complete = {});
 
 }  // namespace em_pni

@@ -16,6 +16,7 @@
 #include "host/machine/link_facts.h"
 #include "host/machine/link_speed.h"
 #include "host/output/host_error.h"
+#include "platform/pci_address.h"
 
 namespace em_pni {
 
@@ -54,13 +55,24 @@ NetworkInterface interfaceOf(rtnl_link* link, CInterfaceControl& control) {
     return interface;
 }
 
-struct KernelAddress {
-    IpAddress ip;
-    unsigned flags = 0;  // IFA_F_
-    unsigned scope = 0;  // RT_SCOPE_
-};
-using AddressesByIndex = std::map<int, std::vector<KernelAddress>>;
+using AddressesByIndex = std::map<int, std::vector<InterfaceAddress>>;
 
+InterfaceAddress addressOf(rtnl_addr* address) {
+    InterfaceAddress result;
+    result.ip = IpAddress(bytesOf(::rtnl_addr_get_local(address)));
+    const unsigned flags = ::rtnl_addr_get_flags(address);
+    result.linkLocal = ::rtnl_addr_get_scope(address) >= RT_SCOPE_LINK;
+    result.deprecated = (flags & IFA_F_DEPRECATED) != 0;
+    // For IPv4 the bit of IFA_F_TEMPORARY marks a secondary address of a network.
+    if (result.ip.size() == IpAddress::longSize && (flags & IFA_F_TEMPORARY) != 0) {
+        result.lifetime = Lifetime::temporary;
+    } else if ((flags & IFA_F_PERMANENT) == 0) {
+        result.lifetime = Lifetime::dynamic;
+    }
+    return result;
+}
+
+// Leaves out addresses whose check for duplicates has not ended or has failed.
 AddressesByIndex readAddresses(const NetlinkSocket& socket) {
     nl_cache* raw = nullptr;
     requireNetlink(::rtnl_addr_alloc_cache(socket.get(), &raw), "cannot read IP addresses");
@@ -68,35 +80,19 @@ AddressesByIndex readAddresses(const NetlinkSocket& socket) {
     AddressesByIndex addresses;
     forEach<rtnl_addr>(cache, [&addresses](rtnl_addr* address) {
         const int family = ::rtnl_addr_get_family(address);
-        if (family == AF_INET || family == AF_INET6) {
-            addresses[::rtnl_addr_get_ifindex(address)].push_back(
-                {IpAddress(bytesOf(::rtnl_addr_get_local(address))), ::rtnl_addr_get_flags(address),
-                 static_cast<unsigned>(::rtnl_addr_get_scope(address))});
+        const bool usable =
+            (::rtnl_addr_get_flags(address) & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
+        if (usable && (family == AF_INET || family == AF_INET6)) {
+            addresses[::rtnl_addr_get_ifindex(address)].push_back(addressOf(address));
         }
     });
     return addresses;
 }
 
-bool isTransient(const KernelAddress& address) noexcept {
-    // For IPv4 the bit of IFA_F_TEMPORARY marks a secondary address of a network.
-    const bool temporary =
-        address.ip.size() == IpAddress::longSize && (address.flags & IFA_F_TEMPORARY) != 0;
-    return temporary || (address.flags & IFA_F_PERMANENT) == 0;
-}
-
-// Leaves out addresses whose check for duplicates has not ended or has failed. Addresses that are
-// valid beyond the link come first; otherwise the order stays.
-std::vector<InterfaceAddress> usableAddresses(const std::vector<KernelAddress>& addresses) {
-    std::vector<InterfaceAddress> result;
-    for (const bool onLink : {false, true}) {
-        for (const KernelAddress& address : addresses) {
-            const bool usable = (address.flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
-            if (usable && (address.scope >= RT_SCOPE_LINK) == onLink) {
-                result.push_back({address.ip, isTransient(address)});
-            }
-        }
-    }
-    return result;
+bool hasPciDevice(const CFileTree& files, const char* name) {
+    const auto link =
+        name != nullptr ? files.ReadLink(joinedPath({"sys/class/net", name})) : std::nullopt;
+    return link && pciAddressOfPath(*link);
 }
 
 }  // namespace
@@ -128,15 +124,17 @@ NetworkSnapshot CKernelNetwork::Take() {
                    "cannot read network interfaces");
     const NetlinkCache cache(raw);
     CSocketControl control;
-    std::map<int, NetworkInterface> byIndex;
+    std::map<std::pair<bool, int>, NetworkInterface> interfaces;  // by hasPciDevice and index
     forEach<rtnl_link>(cache, [&](rtnl_link* link) {
-        byIndex.emplace(::rtnl_link_get_ifindex(link), interfaceOf(link, control));
+        interfaces.emplace(std::pair(hasPciDevice(files_, ::rtnl_link_get_name(link)),
+                                     ::rtnl_link_get_ifindex(link)),
+                           interfaceOf(link, control));
     });
     const AddressesByIndex addresses = readAddresses(socket);
     NetworkSnapshot snapshot;
-    for (auto& [index, interface] : byIndex) {
-        if (const auto found = addresses.find(index); found != addresses.end()) {
-            interface.addresses = usableAddresses(found->second);
+    for (auto& [key, interface] : interfaces) {
+        if (const auto found = addresses.find(key.second); found != addresses.end()) {
+            interface.addresses = listAddresses(found->second);
         }
         snapshot.push_back(std::move(interface));
     }

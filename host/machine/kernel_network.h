@@ -3,7 +3,9 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
+#include "devscan/file_tree.h"
 #include "host/machine/network_snapshot.h"
 
 struct nl_sock;
@@ -25,8 +27,16 @@ void requireNetlink(int result, const std::string& what);
 // Reads the network namespace of the calling thread.
 class CKernelNetwork final : public CINetworkView {
   public:
-    // The interfaces in the order of their kernel indexes.
+    // `root` is the directory above sys. "" = the root of this machine.
+    explicit CKernelNetwork(std::string root = "") : files_(std::move(root)) {}
+
+    // The interfaces in the order of their kernel indexes. Interfaces with a PCI device come last:
+    // a module keeps what it hears last for a MAC address, so the addresses of a card count more
+    // than those of a VLAN, bond or bridge with the same MAC address.
     NetworkSnapshot Take() override;
+
+  private:
+    CFileTree files_;
 };
 
 }  // namespace em_pni

@@ -24,22 +24,13 @@ std::uint32_t answerBytes(CKrcpMessage& message, std::span<const std::uint8_t> b
     return krcp::setRawBytes(message, bytes) ? krcp::SUCCESS : krcp::INVALID_CMD;
 }
 
-// The address with this index among those of the kind, without duplicates; empty when there is no
-// such index.
+// The address with this index among those of the kind. Empty when there is no such index.
 IpAddress findAddress(const NetworkInterface& interface, std::int64_t kind, std::uint32_t index) {
-    std::vector<IpAddress> before;
-    for (const InterfaceAddress& address : interface.addresses) {
-        const bool wanted =
-            kind == krcp::anyAddress || address.transient == (kind == krcp::transientAddress);
-        if (!wanted || std::find(before.begin(), before.end(), address.ip) != before.end()) {
-            continue;
-        }
-        if (before.size() == index) {
-            return address.ip;
-        }
-        before.push_back(address.ip);
-    }
-    return {};
+    const AddressLists& lists = interface.addresses;
+    const auto& list = kind == krcp::primaryAddress     ? lists.primary
+                       : kind == krcp::transientAddress ? lists.transient
+                                                        : lists.any;
+    return index < list.size() ? list[index] : IpAddress();
 }
 
 std::uint32_t answerAbout(const NetworkInterface& interface, std::int64_t opcode,

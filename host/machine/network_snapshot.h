@@ -5,21 +5,16 @@
 #include <optional>
 #include <vector>
 
-#include "platform/address.h"
+#include "host/machine/address_lists.h"
 
 namespace em_pni {
 
-struct InterfaceAddress {
-    IpAddress ip;
-    bool transient = false;  // from DHCP, or a temporary IPv6 address
-};
-
 struct NetworkInterface {
-    std::uint32_t type = 0;                   // krcp::ethernetType, else ifType of the MIB
-    std::uint32_t linkState = 0;              // krcp::linkIsUp, else ifOperStatus of the MIB
-    std::vector<std::uint8_t> mac;            // the active one; empty = no address
-    std::optional<std::uint64_t> speed;       // kbit/s
-    std::vector<InterfaceAddress> addresses;  // in the order of the answers
+    std::uint32_t type = 0;              // krcp::ethernetType, else ifType of the MIB
+    std::uint32_t linkState = 0;         // krcp::linkIsUp, else ifOperStatus of the MIB
+    std::vector<std::uint8_t> mac;       // the active one; empty = no address
+    std::optional<std::uint64_t> speed;  // kbit/s
+    AddressLists addresses;
 };
 
 // The position is the number of the interface.

@@ -23,9 +23,10 @@ class CMembers {
         writer_.Key(key);
         writer_.Bool(value);
     }
-    void Slot(const char* key, std::uint32_t slot) {
+    // Null for the number that stands for an unknown one.
+    void Number(const char* key, std::uint32_t number, std::uint32_t unknown) {
         writer_.Key(key);
-        slot == unknownSlot ? writer_.Null() : writer_.Uint(slot);
+        number == unknown ? writer_.Null() : writer_.Uint(number);
     }
     void Texts(const char* key, const std::vector<std::string>& texts) {
         writer_.Key(key);
@@ -68,6 +69,15 @@ void writeAddresses(CMembers& members, const AdapterFacts& facts) {
     members.Text("WWPN", knownNameText(facts.portName));
 }
 
+void writeDetails(CMembers& members, const AdapterDetails& details) {
+    members.Text("PhysicalPort", details.physicalPort);
+    members.Text("MasterInterface", details.master);
+    members.Text("PartNumber", details.partNumber);
+    members.Text("SerialNumber", details.serialNumber);
+    members.Text("LinkSpeed", details.linkSpeed);
+    members.Number("LinkWidth", details.linkWidth, 0);
+}
+
 }  // namespace
 
 std::string adapterJson(const std::vector<AdapterReport>& adapters) {
@@ -80,7 +90,9 @@ std::string adapterJson(const std::vector<AdapterReport>& adapters) {
         const AdapterFacts& facts = adapter.facts;
         writer.StartObject();
         members.Text("PciAddress", pciAddressText(facts.address));
-        members.Slot("Slot", facts.slot);
+        members.Number("Slot", facts.slot, unknownSlot);
+        members.Text("SlotDesignation", facts.slotDesignation);
+        members.Text("SlotSource", nameOf(facts.slotSource));
         members.Text("ClassCode", lowerHex(facts.classCode, 4));
         members.Text("Class", adapter.className);
         members.Bool("InfiniBand", adapter.infiniband);
@@ -90,6 +102,7 @@ std::string adapterJson(const std::vector<AdapterReport>& adapters) {
         writeAddresses(members, facts);
         members.Text("FirmwareVersion", facts.firmware);
         members.Text("OptionRomVersion", facts.optionRom);
+        writeDetails(members, adapter.details);
         writer.EndObject();
     }
     writer.EndArray();

@@ -1,6 +1,7 @@
 // The adapters of this machine as a tree for people and as JSON for programs.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -9,20 +10,28 @@
 
 namespace em_pni {
 
+// Facts that the module does not need. Empty = not known.
+struct AdapterDetails {
+    std::string physicalPort;  // the driver's name for the port of the first interface
+    std::string master;        // bond, team or bridge above the first interface
+    std::string partNumber;    // both from the vital product data of the device
+    std::string serialNumber;
+    std::string linkSpeed;        // of the PCI Express link, "8.0 GT/s PCIe"
+    std::uint32_t linkWidth = 0;  // lanes of that link; 0 = not known
+};
+
 struct AdapterReport {
     AdapterFacts facts;
     std::string className;  // empty = unknown
     bool infiniband = false;
     AdapterNames names;
+    AdapterDetails details;
 };
-
-// Looks up the names, which may run lspci.
-std::vector<AdapterReport> reportAdapters(const std::vector<CSystemAdapter>& adapters);
 
 // Lines of at most 100 columns; only a longer word exceeds them. Leaves out what is not known.
 std::string adapterTree(const std::vector<AdapterReport>& adapters);
 
-// An array of objects with the same members; null = not known.
+// An array of objects with the same members, which also have the details; null = not known.
 std::string adapterJson(const std::vector<AdapterReport>& adapters);
 
 // "20:00:00:10:9B:00:00:01"; empty for 0, which means that there is no name.
