@@ -108,7 +108,8 @@ void addCreate(CLI::App& app, Action& action) {
         ->type_name("BYTES")
         ->check(fromOneTo(CFruImage::maxSize));
     command->add_flag("--force", options->force,
-                      "Replace an existing file, unless a pni-host run is\nusing it");
+                      "Replace an existing file, unless a pni-host run is\n"
+                      "using it or it has a chassis, board, product or\nmulti-record area");
     command->footer(
         "Exit code: 0 done, 1 the machine has no adapters or they cannot be read, 2 the file\n"
         "cannot be created or the size is too small. The file is written only with exit code 0.\n\n"

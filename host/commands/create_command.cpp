@@ -6,6 +6,7 @@
 #include "adapters/local_pni_adapter_handle.h"
 #include "host/commands/commands.h"
 #include "host/events/event_socket.h"
+#include "host/machine/fru_areas.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/host_error.h"
 #include "host/session/played_host.h"
@@ -29,7 +30,11 @@ void requireReplaceable(const CreateOptions& options) {
     if (!options.force) {
         throw CHostError(options.file + ": the file exists; use --force to replace it");
     }
-    static_cast<void>(readFruFile(options.file, options.file));  // refuses a device and a folder
+    const auto bytes = readFruFile(options.file, options.file);  // refuses a device and a folder
+    if (const auto areas = neighbourAreas(CByteView(bytes)); !areas.empty()) {
+        throw CHostError(options.file + ": a new image would overwrite the " +
+                         textOf(areas.front()));
+    }
     requireNoRunningHost(CFruImage(options.file));
 }
 
