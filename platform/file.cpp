@@ -2,9 +2,10 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,9 +22,9 @@ bool CFileDescriptor::Close() noexcept {
     return descriptor < 0 || ::close(descriptor) == 0;
 }
 
-std::optional<std::string> readSmallFile(const std::string& path, std::size_t limit) {
-    // O_NONBLOCK: opening a pipe, which is refused below, must not wait for a writer.
-    const CFileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+namespace {
+
+std::optional<std::string> readOpened(const CFileDescriptor& file, std::size_t limit) {
     if (!file) {
         return std::nullopt;
     }
@@ -56,6 +57,20 @@ std::optional<std::string> readSmallFile(const std::string& path, std::size_t li
     }
 }
 
+// O_NONBLOCK: opening a pipe, which is refused later, must not wait for a writer.
+constexpr int readFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+}  // namespace
+
+std::optional<std::string> readSmallFile(const std::string& path, std::size_t limit) {
+    return readOpened(CFileDescriptor(::open(path.c_str(), readFlags)), limit);
+}
+
+std::optional<std::string> readSmallFile(int folder, const std::string& name, std::size_t limit) {
+    return readOpened(CFileDescriptor(::openat(folder, name.c_str(), readFlags | O_NOFOLLOW)),
+                      limit);
+}
+
 bool writeAll(int descriptor, std::string_view bytes) noexcept {
     while (!bytes.empty()) {
         const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
@@ -70,50 +85,102 @@ bool writeAll(int descriptor, std::string_view bytes) noexcept {
     return true;
 }
 
-bool flushFolder(const std::string& folder) noexcept {
-    const CFileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+CFileDescriptor openFolder(const std::string& path) noexcept {
+    CFileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder && errno == EACCES) {
+        folder = CFileDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
+    return folder;
+}
+
+bool flushFolder(int folder) noexcept {
     // EINVAL: this file system cannot flush folders.
-    return directory && (::fsync(directory.Get()) == 0 || errno == EINVAL);
+    return ::fsync(folder) == 0 || errno == EINVAL;
+}
+
+bool flushFolder(const std::string& path) noexcept {
+    const CFileDescriptor folder = openFolder(path);
+    return folder && flushFolder(folder.Get());
+}
+
+PathParts splitPath(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return {"./", path};
+    }
+    return {path.substr(0, slash + 1), path.substr(slash + 1)};
 }
 
 namespace {
 
-// Gives the temporary file the mode and owner of the file at `path`.
-bool inheritAttributes(int temporary, const std::string& path, unsigned newMode) noexcept {
+// Gives the temporary file the mode and owner of the file `name`.
+bool inheritAttributes(int temporary, int folder, const std::string& name,
+                       unsigned newMode) noexcept {
     struct stat old {};
-    if (::lstat(path.c_str(), &old) != 0) {
-        return errno == ENOENT && ::fchmod(temporary, newMode) == 0;
+    if (::fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) != 0 && errno != ENOENT) {
+        return false;
     }
-    // Owner first, because fchown clears the set-user-id bits of the mode.
+    if (!S_ISREG(old.st_mode)) {
+        return ::fchmod(temporary, newMode) == 0;
+    }
     return ::fchown(temporary, old.st_uid, old.st_gid) == 0 &&
-           ::fchmod(temporary, old.st_mode & 07777U) == 0;
+           ::fchmod(temporary, old.st_mode & 0777U) == 0;
 }
 
-bool replaceBy(CFileDescriptor temporary, const std::string& temporaryPath, const std::string& path,
-               std::string_view bytes, unsigned newMode) noexcept {
-    return writeAll(temporary.Get(), bytes) && inheritAttributes(temporary.Get(), path, newMode) &&
+// Creates a file ".<name>.<6 hexadecimal digits>" that only its owner can open. Returns an empty
+// descriptor and sets errno when this fails.
+CFileDescriptor makeTemporary(int folder, const std::string& name, std::string& temporaryName) {
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        std::uint32_t random = 0;
+        if (::getrandom(&random, sizeof random, 0) != sizeof random) {
+            break;
+        }
+        std::array<char, 8> suffix{};
+        std::snprintf(suffix.data(), suffix.size(), ".%06x", random & 0xFFFFFFU);
+        temporaryName = "." + name + suffix.data();
+        CFileDescriptor file(::openat(folder, temporaryName.c_str(),
+                                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (file || errno != EEXIST) {
+            return file;
+        }
+    }
+    return CFileDescriptor();
+}
+
+bool replaceBy(CFileDescriptor temporary, const std::string& temporaryName, int folder,
+               const std::string& name, std::string_view bytes, unsigned newMode) noexcept {
+    return writeAll(temporary.Get(), bytes) &&
+           inheritAttributes(temporary.Get(), folder, name, newMode) &&
            ::fsync(temporary.Get()) == 0 && temporary.Close() &&
-           ::rename(temporaryPath.c_str(), path.c_str()) == 0;
+           ::renameat(folder, temporaryName.c_str(), folder, name.c_str()) == 0;
 }
 
 }  // namespace
 
-bool replaceFile(const std::string& path, std::string_view bytes, unsigned newMode) noexcept try {
-    const std::size_t slash = path.rfind('/');
-    const std::string folder = slash == std::string::npos ? "./" : path.substr(0, slash + 1);
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    std::string temporaryPath = folder + "." + name + ".XXXXXX";
-    CFileDescriptor temporary(::mkostemp(temporaryPath.data(), O_CLOEXEC));
+bool replaceFile(int folder, const std::string& name, std::string_view bytes,
+                 unsigned newMode) noexcept try {
+    std::string temporaryName;
+    CFileDescriptor temporary = makeTemporary(folder, name, temporaryName);
     if (!temporary) {
         return false;
     }
-    if (!replaceBy(std::move(temporary), temporaryPath, path, bytes, newMode)) {
+    if (!replaceBy(std::move(temporary), temporaryName, folder, name, bytes, newMode)) {
         const int reason = errno;
-        ::unlink(temporaryPath.c_str());
+        ::unlinkat(folder, temporaryName.c_str(), 0);
         errno = reason;
         return false;
     }
     return flushFolder(folder);
+} catch (...) {
+    errno = ENOMEM;
+    return false;
+}
+
+bool replaceFile(const std::string& path, std::string_view bytes, unsigned newMode) noexcept try {
+    const auto [folderPath, name] = splitPath(path);
+    const CFileDescriptor folder = openFolder(folderPath);
+    return folder && replaceFile(folder.Get(), name, bytes, newMode);
 } catch (...) {
     errno = ENOMEM;
     return false;

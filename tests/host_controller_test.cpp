@@ -87,6 +87,21 @@ TEST_F(HostController, AFileThatIsNotAnImageIsRefused) {
     EXPECT_THROW(CFruImage(folder_.File("none.fru")), CHostError);
 }
 
+TEST_F(HostController, StaysInTheFolderThatItOpened) {
+    const CFruImage image(folder_.Write("mine/a.fru", "old"));
+    folder_.Write("other/a.fru", "other");
+    std::filesystem::rename(folder_.File("mine"), folder_.File("moved"));
+    std::filesystem::create_symlink("other", folder_.File("mine"));
+    EXPECT_EQ(image.Read().size(), 3U);
+    image.Replace(all_);
+    EXPECT_EQ(test::contentOf(folder_.File("other/a.fru")), "other");
+    EXPECT_EQ(test::contentOf(folder_.File("moved/a.fru")).size(), all_.size());
+    folder_.Write("secret", "secret");
+    std::filesystem::remove(folder_.File("moved/a.fru"));
+    std::filesystem::create_symlink("../secret", folder_.File("moved/a.fru"));
+    EXPECT_THROW(static_cast<void>(image.Read()), CHostError);
+}
+
 TEST_F(HostController, RefusesOrIgnoresOtherMessages) {
     const std::string path = folder_.Write("a.fru", "old");
     for (const char* const command :

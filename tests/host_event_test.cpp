@@ -146,7 +146,7 @@ TEST(HostEventSocket, OneOfManyReplacesAKilledHost) {
 TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     const test::CTempDirectory folder;
     const CFruImage image(folder.Write("a.fru", "A"));
-    const std::string path = image.Path() + ".events";
+    const std::string path = folder.File("a.fru.events");
     std::ostringstream errors;
     CConsole console(errors, errors);
     folder.Write("a.fru.events", "a user's file");

@@ -31,6 +31,7 @@ TEST(SmallFile, ReplacingKeepsModeAndOwnerAndLeavesNothingBehind) {
     }
     struct stat before {};
     ASSERT_EQ(::stat(path.c_str(), &before), 0);
+    ASSERT_EQ(::chmod(path.c_str(), 06604), 0);
     ASSERT_TRUE(replaceFile(path, "new content"));
     struct stat after {};
     ASSERT_EQ(::stat(path.c_str(), &after), 0);
@@ -38,10 +39,14 @@ TEST(SmallFile, ReplacingKeepsModeAndOwnerAndLeavesNothingBehind) {
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
+    std::filesystem::create_symlink("file", directory.File("link"));
+    ASSERT_TRUE(replaceFile(directory.File("link"), "x", 0600));
+    ASSERT_EQ(::lstat(directory.File("link").c_str(), &after), 0);
+    EXPECT_EQ(after.st_mode, S_IFREG | 0600U);
     EXPECT_FALSE(replaceFile(directory.File("no/such/folder"), "x"));
     ASSERT_TRUE(std::filesystem::create_directory(directory.File("folder")));
     EXPECT_FALSE(replaceFile(directory.File("folder"), "x"));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.Path()), {}), 2);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.Path()), {}), 3);
 }
 
 TEST(Number, SaysNothingForWhatIsNoNumber) {

@@ -30,7 +30,7 @@ void requireReplaceable(const CreateOptions& options) {
     if (!options.force) {
         throw CHostError(options.file + ": the file exists; use --force to replace it");
     }
-    const auto bytes = readFruFile(options.file, options.file);  // refuses a device and a folder
+    const auto bytes = readFruFile(options.file);  // refuses a device and a folder
     if (const auto areas = neighbourAreas(CByteView(bytes)); !areas.empty()) {
         throw CHostError(options.file + ": a new image would overwrite the " +
                          textOf(areas.front()));

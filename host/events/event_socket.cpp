@@ -76,7 +76,7 @@ CFileDescriptor connectTo(const EventPlace& place) {
 class CFolderLock {
   public:
     explicit CFolderLock(const EventPlace& place)
-        : folder_(::open(place.folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        : folder_(::openat(place.folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
         if (!folder_) {
             fail(place, "cannot lock its folder");
         }
@@ -120,12 +120,11 @@ void requireUnused(const EventPlace& place) {
 
 }  // namespace
 
-EventPlace::EventPlace(const CFruImage& fruImage) : image(fruImage.Name()) {
-    const std::string& path = fruImage.Path();
-    const std::size_t nameAt = path.rfind('/') + 1;
-    folderPath = path.substr(0, nameAt);
-    name = path.substr(nameAt) + ".events";
-    folder = CFileDescriptor(::open(folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+EventPlace::EventPlace(const CFruImage& fruImage)
+    : image(fruImage.Name()),
+      folderPath(fruImage.FolderPath()),
+      name(fruImage.FileName() + ".events"),
+      folder(::openat(fruImage.Folder(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
     if (!folder) {
         fail(*this, "cannot open its folder");
     }
