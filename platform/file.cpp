@@ -4,7 +4,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -127,6 +129,8 @@ bool inheritAttributes(int temporary, int folder, const std::string& name,
            ::fchmod(temporary, old.st_mode & 0777U) == 0;
 }
 
+constexpr std::size_t suffixDigits = 6;
+
 // Creates a file ".<name>.<6 hexadecimal digits>" that only its owner can open. Returns an empty
 // descriptor and sets errno when this fails.
 CFileDescriptor makeTemporary(int folder, const std::string& name, std::string& temporaryName) {
@@ -148,24 +152,34 @@ CFileDescriptor makeTemporary(int folder, const std::string& name, std::string& 
     return CFileDescriptor();
 }
 
-bool replaceBy(CFileDescriptor temporary, const std::string& temporaryName, int folder,
-               const std::string& name, std::string_view bytes, unsigned newMode) noexcept {
-    return writeAll(temporary.Get(), bytes) &&
-           inheritAttributes(temporary.Get(), folder, name, newMode) &&
-           ::fsync(temporary.Get()) == 0 && temporary.Close() &&
-           ::renameat(folder, temporaryName.c_str(), folder, name.c_str()) == 0;
+enum class Existing { replace, keep };
+
+bool nameFile(int folder, const std::string& temporaryName, const std::string& name,
+              Existing existing) noexcept {
+    const char* const from = temporaryName.c_str();
+    const char* const to = name.c_str();
+    if (existing == Existing::replace) {
+        return ::renameat(folder, from, folder, to) == 0;
+    }
+    if (::renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) {
+        return true;
+    }
+    // EINVAL: this file system does not know the flag.
+    return errno == EINVAL && ::linkat(folder, from, folder, to, 0) == 0 &&
+           ::unlinkat(folder, from, 0) == 0;
 }
 
-}  // namespace
-
-bool replaceFile(int folder, const std::string& name, std::string_view bytes,
-                 unsigned newMode) noexcept try {
+bool placeFile(int folder, const std::string& name, std::string_view bytes, unsigned newMode,
+               Existing existing) noexcept try {
     std::string temporaryName;
     CFileDescriptor temporary = makeTemporary(folder, name, temporaryName);
     if (!temporary) {
         return false;
     }
-    if (!replaceBy(std::move(temporary), temporaryName, folder, name, bytes, newMode)) {
+    if (!writeAll(temporary.Get(), bytes) ||
+        !inheritAttributes(temporary.Get(), folder, name, newMode) ||
+        ::fsync(temporary.Get()) != 0 || !temporary.Close() ||
+        !nameFile(folder, temporaryName, name, existing)) {
         const int reason = errno;
         ::unlinkat(folder, temporaryName.c_str(), 0);
         errno = reason;
@@ -175,6 +189,43 @@ bool replaceFile(int folder, const std::string& name, std::string_view bytes,
 } catch (...) {
     errno = ENOMEM;
     return false;
+}
+
+}  // namespace
+
+void removeTemporaries(int folder, const std::string& name) {
+    struct Close {
+        void operator()(DIR* entries) const noexcept { ::closedir(entries); }
+    };
+    const int descriptor = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, Close> entries(descriptor >= 0 ? ::fdopendir(descriptor) : nullptr);
+    if (!entries) {
+        if (descriptor >= 0) {
+            ::close(descriptor);
+        }
+        return;
+    }
+    const std::string prefix = "." + name + ".";
+    while (const dirent* const entry = ::readdir(entries.get())) {
+        const std::string_view found(entry->d_name);
+        struct stat status {};
+        if (found.size() == prefix.size() + suffixDigits && found.starts_with(prefix) &&
+            found.find_first_not_of("0123456789abcdef", prefix.size()) == found.npos &&
+            ::fstatat(folder, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+            S_ISREG(status.st_mode)) {
+            ::unlinkat(folder, entry->d_name, 0);
+        }
+    }
+}
+
+bool replaceFile(int folder, const std::string& name, std::string_view bytes,
+                 unsigned newMode) noexcept {
+    return placeFile(folder, name, bytes, newMode, Existing::replace);
+}
+
+bool createFile(int folder, const std::string& name, std::string_view bytes,
+                unsigned newMode) noexcept {
+    return placeFile(folder, name, bytes, newMode, Existing::keep);
 }
 
 bool replaceFile(const std::string& path, std::string_view bytes, unsigned newMode) noexcept try {

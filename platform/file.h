@@ -66,4 +66,12 @@ bool replaceFile(int folder, const std::string& name, std::string_view bytes,
                  unsigned newMode = 0644) noexcept;
 bool replaceFile(const std::string& path, std::string_view bytes, unsigned newMode = 0644) noexcept;
 
+// Removes the temporary files that an ended program left when it replaced the file `name`. The
+// caller makes sure that no program is replacing it.
+void removeTemporaries(int folder, const std::string& name);
+
+// As replaceFile, but fails with EEXIST when there is a file with this name.
+bool createFile(int folder, const std::string& name, std::string_view bytes,
+                unsigned newMode = 0644) noexcept;
+
 }  // namespace em_pni

@@ -43,10 +43,15 @@ TEST(SmallFile, ReplacingKeepsModeAndOwnerAndLeavesNothingBehind) {
     ASSERT_TRUE(replaceFile(directory.File("link"), "x", 0600));
     ASSERT_EQ(::lstat(directory.File("link").c_str(), &after), 0);
     EXPECT_EQ(after.st_mode, S_IFREG | 0600U);
+    const CFileDescriptor folder = openFolder(directory.Path());
+    EXPECT_FALSE(createFile(folder.Get(), "file", "x"));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(contentOf(path), "new content");
+    EXPECT_TRUE(createFile(folder.Get(), "new", "x"));
     EXPECT_FALSE(replaceFile(directory.File("no/such/folder"), "x"));
     ASSERT_TRUE(std::filesystem::create_directory(directory.File("folder")));
     EXPECT_FALSE(replaceFile(directory.File("folder"), "x"));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.Path()), {}), 3);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.Path()), {}), 4);
 }
 
 TEST(Number, SaysNothingForWhatIsNoNumber) {
