@@ -41,7 +41,8 @@ void addModuleOption(CLI::App& command, std::string& path) {
     command
         .add_option("--module", path,
                     "Load this module. Default: em_pni.so in the folder\n"
-                    "of this program, else the installed module")
+                    "of this program, else in ../lib*/em_pni from there,\n"
+                    "else the installed module")
         ->type_name("PATH");
 }
 
@@ -125,7 +126,8 @@ void addRun(CLI::App& app, Action& action) {
         ->required()
         ->type_name("FILE");
     command->add_flag("--once", options->once,
-                      "Run one cycle. Default: run until SIGINT or SIGTERM");
+                      "Run one cycle. Default: run until SIGINT, SIGTERM,\n"
+                      "SIGHUP, or until nobody reads the output");
     command
         ->add_option("--cycle", options->cycle,
                      "Run a cycle every MS milliseconds, 1 to 4294967295;\n"
