@@ -177,7 +177,12 @@ TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     CConsole console(errors, errors);
     folder.Write("a.fru.events", "a user's file");
     EXPECT_THROW(CEventSocket(image, console), CHostError);
+    EXPECT_THROW(deliverEvent(image, HostEvent::deviceAdded), CHostError);
     EXPECT_EQ(test::contentOf(path), "a user's file");
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    EXPECT_THROW(CEventSocket(image, console), CHostError);
+    EXPECT_THROW(deliverEvent(image, HostEvent::deviceAdded), CHostError);
     std::filesystem::remove(path);
 
     const mode_t mask = ::umask(0);
@@ -197,6 +202,12 @@ TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     }
     EXPECT_NE(errors.str().find("unknown event ignored: \"?\xEF\xBF\xBD\"\n"), std::string::npos)
         << errors.str();
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(path.c_str(), 12, 34), 0);
+        EXPECT_THROW(deliverEvent(image, HostEvent::deviceAdded), CHostError);
+        EXPECT_THROW(CEventSocket(image, console), CHostError);
+        ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
+    }
     EXPECT_TRUE(deliverEvent(image, HostEvent::deviceRemoved));
     socket.Take(start);
     EXPECT_EQ(reportsAt(start, socket, &CIEventSource::NextReport),

@@ -46,6 +46,18 @@ CFileDescriptor makeSocket(const EventPlace& place) {
     return made;
 }
 
+// Throws when the file with the socket's name is something else or belongs to another user.
+void requireOwnSocket(const EventPlace& place, const struct stat& status) {
+    const std::string path = place.folderPath + place.name;
+    if (!S_ISSOCK(status.st_mode)) {
+        throw CHostError(place.image + ": " + path + " exists and is not a socket");
+    }
+    if (status.st_uid != ::geteuid()) {
+        throw CHostError(place.image + ": " + path + " belongs to another user, with id " +
+                         std::to_string(status.st_uid));
+    }
+}
+
 // A socket that is connected to the running host; an empty descriptor when there is no host.
 CFileDescriptor connectTo(const EventPlace& place) {
     const CFileDescriptor file(
@@ -56,6 +68,11 @@ CFileDescriptor connectTo(const EventPlace& place) {
         }
         fail(place, "cannot open its event socket");
     }
+    struct stat status {};
+    if (::fstat(file.Get(), &status) != 0) {
+        fail(place, "cannot open its event socket");
+    }
+    requireOwnSocket(place, status);
     CFileDescriptor connected = makeSocket(place);
     const sockaddr_un address = addressOf(file.Get());
     if (::connect(connected.Get(), generic(address), sizeof address) != 0) {
@@ -77,10 +94,8 @@ struct stat statusOf(const EventPlace& place) {
 
 // Throws unless the socket's name is free or is the socket of a host that has ended.
 void requireUnused(const EventPlace& place) {
-    const mode_t mode = statusOf(place).st_mode;
-    if (mode != 0 && !S_ISSOCK(mode)) {
-        throw CHostError(place.image + ": " + place.folderPath + place.name +
-                         " exists and is not a socket");
+    if (const struct stat status = statusOf(place); status.st_mode != 0) {
+        requireOwnSocket(place, status);
     }
 }
 

@@ -53,7 +53,7 @@ class CEventSocket final : public CIEventSource {
 };
 
 // Sends the event to the running host of the image. False when there is none. Throws a CHostError
-// when the host cannot be reached.
+// when the host cannot be reached, or runs as another user.
 bool deliverEvent(const CFruImage& image, HostEvent event);
 
 }  // namespace em_pni
