@@ -2,13 +2,16 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <pthread.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace em_pni {
@@ -85,6 +88,39 @@ bool writeAll(int descriptor, std::string_view bytes) noexcept {
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }
     return true;
+}
+
+CFileDescriptor openOwnFile(const std::string& path, unsigned newMode) noexcept {
+    constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    CFileDescriptor file(::open(path.c_str(), flags, newMode));
+    struct stat status {};
+    if (!file || ::fstat(file.Get(), &status) != 0) {
+        return CFileDescriptor();
+    }
+    if (!S_ISREG(status.st_mode) || status.st_nlink != 1 || status.st_uid != ::geteuid()) {
+        errno = EPERM;
+        return CFileDescriptor();
+    }
+    return file;
+}
+
+bool writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
+    sigset_t pipeSignal;
+    sigset_t previousMask;
+    sigset_t pendingBefore;
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &previousMask);
+    ::sigpending(&pendingBefore);
+    const bool isWritten = writeAll(descriptor, bytes);
+    const int reason = errno;
+    if (!isWritten && reason == EPIPE && ::sigismember(&pendingBefore, SIGPIPE) == 0) {
+        const timespec now{};
+        ::sigtimedwait(&pipeSignal, nullptr, &now);
+    }
+    ::pthread_sigmask(SIG_SETMASK, &previousMask, nullptr);
+    errno = reason;
+    return isWritten;
 }
 
 CFileDescriptor openFolder(const std::string& path) noexcept {

@@ -39,8 +39,15 @@ std::optional<std::string> readSmallFile(const std::string& path, std::size_t li
 // As above, for the file `name` in this open folder. Refuses a symbolic link (ELOOP).
 std::optional<std::string> readSmallFile(int folder, const std::string& name, std::size_t limit);
 
+// Opens the regular file at `path` for writing and creates it with mode `newMode`. Does not change
+// the content. Returns an empty descriptor and sets errno when this fails. Refuses with EPERM what
+// another user could have put in place: a link, another kind of file, or a file of another user.
+CFileDescriptor openOwnFile(const std::string& path, unsigned newMode) noexcept;
+
 // Writes all of `bytes`. On failure returns false and sets errno.
 bool writeAll(int descriptor, std::string_view bytes) noexcept;
+// As writeAll. A pipe without a reader is a failure and sends no SIGPIPE to the process.
+bool writeWithoutSignal(int descriptor, std::string_view bytes) noexcept;
 
 struct PathParts {
     std::string folder;  // with a slash at its end

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,6 +53,15 @@ TEST(SmallFile, ReplacingKeepsModeAndOwnerAndLeavesNothingBehind) {
     ASSERT_TRUE(std::filesystem::create_directory(directory.File("folder")));
     EXPECT_FALSE(replaceFile(directory.File("folder"), "x"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.Path()), {}), 4);
+}
+
+TEST(SmallFile, APipeWithoutAReaderSendsNoSignal) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    ::close(ends[0]);
+    const CFileDescriptor end(ends[1]);
+    EXPECT_FALSE(writeWithoutSignal(end.Get(), "x"));
+    EXPECT_EQ(errno, EPIPE);
 }
 
 TEST(Number, SaysNothingForWhatIsNoNumber) {
