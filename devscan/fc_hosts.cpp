@@ -53,9 +53,13 @@ ClassDevices listFcHosts(const CFileTree& files) {
             return host.link.find("/vport-") != std::string::npos ||
                    host.link.find("/net/") != std::string::npos;
         });
-        std::sort(hosts.begin(), hosts.end(), [](const ClassDevice& a, const ClassDevice& b) {
-            return hostNumber(a) < hostNumber(b);
-        });
+        // A function has one or two hosts.
+        const auto isBefore = [](const ClassDevice& left, const ClassDevice& right) {
+            return hostNumber(left) < hostNumber(right);
+        };
+        for (auto host = hosts.begin(); host != hosts.end(); ++host) {
+            std::iter_swap(host, std::min_element(host, hosts.end(), isBefore));
+        }
     }
     return devices;
 }

@@ -183,14 +183,17 @@ Functions listFromLocalcli(CMachine& machine) {
     return std::nullopt;
 }
 
+// Sorts by address. Of several functions with one address, the first stays.
 void sortByAddress(std::vector<PciFunction>& list) {
-    std::stable_sort(list.begin(), list.end(), [](const PciFunction& a, const PciFunction& b) {
-        return a.address < b.address;
-    });
-    const auto same = [](const PciFunction& a, const PciFunction& b) {
-        return a.address == b.address;
-    };
-    list.erase(std::unique(list.begin(), list.end(), same), list.end());
+    std::map<PciAddress, PciFunction> sorted;
+    for (PciFunction& function : list) {
+        const PciAddress address = function.address;
+        sorted.try_emplace(address, std::move(function));
+    }
+    list.clear();
+    for (auto& [address, function] : sorted) {
+        list.push_back(std::move(function));
+    }
 }
 
 }  // namespace

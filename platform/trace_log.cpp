@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <limits>
 #include <optional>
-#include <sys/stat.h>
+#include <sys/file.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -135,19 +135,23 @@ CDebug::~CDebug() {
 
 void CDebug::Open() {
     path_ = config_.Settings().logDirectory + "/log." + moduleName_;
-    // The module runs as root. It must not follow a link or wait for a pipe that another user put
-    // in place of the file.
-    file_ = CFileDescriptor(::open(
-        path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0640));
+    file_ = openOwnFile(path_, 0640);
     if (!file_) {
         ::syslog(LOG_ERR, "ERROR: Error during opening %s --> proceed without it\n", path_.c_str());
+        return;
+    }
+    // The lock tells other processes that the file is in use. It ends with the descriptor.
+    if (::flock(file_.Get(), LOCK_EX | LOCK_NB) != 0 || ::ftruncate(file_.Get(), 0) != 0) {
+        ::syslog(LOG_ERR, "ERROR: %s is in use by another process --> proceed without it\n",
+                 path_.c_str());
+        file_ = CFileDescriptor();
     }
 }
 
 void CDebug::WriteHeader() {
     const std::string header = headerText(config_, moduleName_, static_cast<bool>(file_));
     if (!config_.Settings().noHeaderToStderr) {
-        writeAll(STDERR_FILENO, header);
+        writeWithoutSignal(STDERR_FILENO, header);
     }
     WriteCounted(header);
     headerCount_ = byteCount_;

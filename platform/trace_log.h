@@ -14,7 +14,8 @@ namespace em_pni {
 
 // Not thread-safe: the caller locks.
 //
-// The file is "<directory>/log.<module>". An existing file is emptied first. A line has the form
+// The file is "<directory>/log.<module>". An existing file is emptied first. A file that another
+// process uses, that is a link, or that belongs to another user is left alone. A line has the form
 //
 //     2026-01-31 12:00:00.123 [0000004711] EM_PNI        text
 //

@@ -83,6 +83,9 @@ TEST(HostCreate, MakesAValidImageOrNone) {
     EXPECT_EQ(test::contentOf(old), "old");
     EXPECT_EQ(run({"create", old, "--force"}).code, made.code);
     EXPECT_EQ(test::contentOf(old) == "old", made.code != 0);
+    const std::string board("\1\0\0\1\0\0\0\376\1\1 board", 16);  // behind the common header
+    EXPECT_EQ(run({"create", folder.Write("board.fru", board), "--force"}).code, 2);
+    EXPECT_EQ(test::contentOf(folder.File("board.fru")), board);
 }
 
 TEST(HostModuleLibrary, AFileThatIsNotTheModuleIsRefused) {

@@ -2,12 +2,14 @@
 #include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
 #include "host/events/device_watch.h"
 #include "host/events/event_socket.h"
+#include "host/machine/image_lock.h"
 #include "host/output/host_error.h"
 #include "tests/host_program.h"
 #include "tests/network_namespace.h"
@@ -134,6 +136,9 @@ TEST(HostEventSocket, OneOfManyReplacesAKilledHost) {
     killed.Wait();
     ASSERT_TRUE(std::filesystem::is_socket(image + ".events"));
     EXPECT_EQ(CProgram({"event", "added", image}).Wait(), 2);
+    // The lock of a reader of the folder does not matter.
+    const CFileDescriptor reader(::open(folder.Path().c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(reader.Get(), LOCK_EX | LOCK_NB), 0);
     std::array<std::unique_ptr<CProgram>, 6> programs;
     for (auto& program : programs) {
         program = std::make_unique<CProgram>(Texts{"run", "--fru", image});
@@ -143,15 +148,41 @@ TEST(HostEventSocket, OneOfManyReplacesAKilledHost) {
               1);
 }
 
+TEST(HostImageLock, IsForOneProgramOfItsOwner) {
+    const test::CTempDirectory folder;
+    const CFruImage image(folder.Write("a.fru", "A"));
+    const std::string path = folder.File("a.fru.lock");
+    {
+        const CImageLock lock(image);
+        EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+        for (const char* const option : {"--once", "--no-watch"}) {
+            CProgram other = scripted({"run", "--fru", image.Name(), option});
+            EXPECT_EQ(other.Wait(), 2) << option;
+            EXPECT_NE(other.Errors().find("another pni-host run is using it"), std::string::npos);
+        }
+        EXPECT_EQ(CProgram({"create", image.Name(), "--force"}).Wait(), 2);
+        EXPECT_EQ(test::contentOf(image.Name()), "A");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+    folder.Write("a.fru.lock", "");
+    EXPECT_THROW(CImageLock{image}, CHostError) << "other users can hold the lock of this file";
+    EXPECT_TRUE(std::filesystem::exists(path));
+}
+
 TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     const test::CTempDirectory folder;
     const CFruImage image(folder.Write("a.fru", "A"));
-    const std::string path = image.Path() + ".events";
+    const std::string path = folder.File("a.fru.events");
     std::ostringstream errors;
     CConsole console(errors, errors);
     folder.Write("a.fru.events", "a user's file");
     EXPECT_THROW(CEventSocket(image, console), CHostError);
+    EXPECT_THROW(deliverEvent(image, HostEvent::deviceAdded), CHostError);
     EXPECT_EQ(test::contentOf(path), "a user's file");
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    EXPECT_THROW(CEventSocket(image, console), CHostError);
+    EXPECT_THROW(deliverEvent(image, HostEvent::deviceAdded), CHostError);
     std::filesystem::remove(path);
 
     const mode_t mask = ::umask(0);
@@ -171,6 +202,12 @@ TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     }
     EXPECT_NE(errors.str().find("unknown event ignored: \"?\xEF\xBF\xBD\"\n"), std::string::npos)
         << errors.str();
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(path.c_str(), 12, 34), 0);
+        EXPECT_THROW(deliverEvent(image, HostEvent::deviceAdded), CHostError);
+        EXPECT_THROW(CEventSocket(image, console), CHostError);
+        ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
+    }
     EXPECT_TRUE(deliverEvent(image, HostEvent::deviceRemoved));
     socket.Take(start);
     EXPECT_EQ(reportsAt(start, socket, &CIEventSource::NextReport),

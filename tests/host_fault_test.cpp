@@ -105,13 +105,15 @@ TEST_F(HostFault, OfDisks) {
 }
 
 TEST_F(HostFault, OfDescriptors) {
+    Restore(image_);
+    const std::string run = "exec '" EM_PNI_BINARY_DIR "/pni-host' run --once --fru " + image_;
+    EXPECT_EQ(std::system((run + " <&- >&- 2>&-").c_str()), 0);
+    EXPECT_EQ(contentOf(image_), new_);
     int done = 0;
     for (int count = 3; count < 30; ++count) {
         Restore(image_);
-        const int status =
-            std::system(("exec >/dev/null 2>&1; ulimit -n " + std::to_string(count) +
-                         "; exec '" EM_PNI_BINARY_DIR "/pni-host' run --once --fru " + image_)
-                            .c_str());
+        const int status = std::system(
+            ("exec >/dev/null 2>&1; ulimit -n " + std::to_string(count) + "; " + run).c_str());
         EXPECT_TRUE(WIFEXITED(status)) << count << ": " << status;
         const std::string image = contentOf(image_);
         EXPECT_TRUE(image == old_ || image == new_) << count;

@@ -37,6 +37,7 @@ class CProgram {
             child_ = -1;
         }
         posix_spawn_file_actions_destroy(&actions);
+        pipeName_ = "/proc/self/fd/" + std::to_string(ends[0]);
     }
     ~CProgram() {
         if (child_ > 0) {
@@ -56,6 +57,13 @@ class CProgram {
         }
         return true;
     }
+    // Leaves no room in the pipe of standard output.
+    void FillOutput() const {
+        const CFileDescriptor end(::open(pipeName_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        while (::write(end.Get(), "x", 1) > 0) {
+        }
+    }
+    void CloseOutput() { pipe_ = CFileDescriptor(); }
     void Signal(int signal) const {
         if (child_ > 0) {
             ::kill(child_, signal);
@@ -65,6 +73,9 @@ class CProgram {
     int Wait() {
         while (ReadMore()) {
         }
+        return WaitWithoutReading();
+    }
+    int WaitWithoutReading() {
         int status = 0;
         if (child_ <= 0 || ::waitpid(child_, &status, 0) != child_) {
             return -1;
@@ -102,6 +113,7 @@ class CProgram {
     test::CTempDirectory folder_;
     std::string errorFile_ = folder_.File("errors");
     CFileDescriptor pipe_;
+    std::string pipeName_;
     pid_t child_ = -1;
     std::string output_;
 };

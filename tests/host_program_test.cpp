@@ -37,16 +37,35 @@ TEST(HostRun, OnceReportsWritesAndChangesAndQueryWritesNothing) {
 TEST(HostRun, ASignalIsAnnouncedAsAShutdownAndLeavesNothingBehind) {
     const test::CTempDirectory folder;
     const std::string image = folder.Write("a.fru", "AS");
-    for (const int signal : {SIGINT, SIGTERM}) {
+    char first = 'A';
+    folder.Write(".a.fru.0123ef", "of a killed run");
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
         CProgram program = scripted({"run", "--fru", image, "--cycle", "1234"});
         ASSERT_TRUE(program.ReadUntil("added: module 0 Period 1234\n")) << program.Errors();
         program.Signal(signal);
         EXPECT_EQ(program.Wait(), 0) << program.Errors();
-        EXPECT_EQ(test::contentOf(image), signal == SIGINT ? "BS" : "CS");
+        EXPECT_EQ(test::contentOf(image)[0], ++first);
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
     }
     EXPECT_EQ(scripted({"run", "--fru", image, "--once"}).Wait(), 0);
-    EXPECT_EQ(test::contentOf(image), "ES") << "--once announces no shutdown";
+    EXPECT_EQ(test::contentOf(image), "GS") << "--once announces no shutdown";
+}
+
+// The program ends in order when nobody reads its output, and when a signal meets a full pipe.
+TEST(HostRun, EndsWithoutAReaderOfItsOutput) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "A");
+    for (const bool isFull : {true, false}) {
+        CProgram program = scripted({"run", "--fru", image, "--no-watch"});
+        ASSERT_TRUE(program.ReadUntil("added: module 0 Period"));
+        isFull ? program.FillOutput() : program.CloseOutput();
+        EXPECT_EQ(CProgram({"event", "address", image}).Wait(), 0);
+        if (isFull) {
+            program.Signal(SIGTERM);
+        }
+        EXPECT_EQ(program.WaitWithoutReading(), 2);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+    }
 }
 
 TEST(HostRun, AWriteThatFailedIsTheExitCode) {
@@ -59,8 +78,25 @@ TEST(HostRun, AWriteThatFailedIsTheExitCode) {
         CProgram program = scripted({"run", "--fru", image, "--once", "--capacity", "3"});
         EXPECT_EQ(program.Wait(), error.empty() ? 0 : 1);
         EXPECT_TRUE(contains(program.Errors(), error)) << program.Errors();
+        EXPECT_EQ(contains(program.Output(), "\nnot written: " + image + ": "), !error.empty());
+        EXPECT_FALSE(contains(program.Output(), "\nunchanged\n")) << program.Output();
         EXPECT_EQ(test::contentOf(image), error.empty() ? "BBC" : content);
     }
+}
+
+TEST(HostModuleLibrary, IsFoundBelowAnyPrefix) {
+    const test::CTempDirectory prefix;
+    const std::string program = prefix.Write("bin/pni-host", "");
+    std::filesystem::copy(EM_PNI_BINARY_DIR "/pni-host", program,
+                          std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    prefix.Write("lib/other", "");
+    prefix.Write("lib64/em_pni/em_pni.so", "no library");
+    const std::string image = prefix.Write("a.fru", "A");
+    const std::string errors = prefix.File("errors");
+    EXPECT_NE(std::system((program + " query " + image + " 2>" + errors).c_str()), 0);
+    EXPECT_TRUE(contains(test::contentOf(errors), "lib64/em_pni/em_pni.so"))
+        << test::contentOf(errors);
 }
 
 // For the real module, which is in the folder of the program.

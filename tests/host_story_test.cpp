@@ -45,7 +45,16 @@ Bytes card(std::uint8_t slot) {
     return module;
 }
 
-// An image of 2048 bytes with these modules.
+// Puts a board area and a list of one multi-record behind the record.
+Bytes withNeighbours(Bytes image) {
+    test::put(image, 3, {224, 0, 240});
+    test::put(image, 1792, test::joined({{1, 8}, Bytes(62, 0xB0)}));
+    test::put(image, 1920, test::joined({{0xC0, 0x82, 20, 0, 0xAA}, Bytes(20, 0x77)}));
+    test::fixChecksums(image);
+    return image;
+}
+
+// An image of 2048 bytes with these modules and other areas.
 Bytes imageOf(std::vector<Bytes> modules) {
     for (Bytes& module : modules) {
         module[0] &= 0x7FU;
@@ -53,7 +62,7 @@ Bytes imageOf(std::vector<Bytes> modules) {
     modules.back()[0] |= 0x80U;
     Bytes image = test::recordImage(11, modules);
     image.resize(2048);
-    return image;
+    return withNeighbours(image);
 }
 
 class HostStory : public testing::Test {
@@ -102,7 +111,7 @@ class HostStory : public testing::Test {
     test::CTempDirectory folder_;
     std::string file_;
     std::unique_ptr<CProgram> program_;
-    const Bytes true_ = test::sample("three-modules-in-2k-device.fru");
+    const Bytes true_ = withNeighbours(test::sample("three-modules-in-2k-device.fru"));
     const Bytes onboard_ = part(true_, 26, 254);
     const Bytes slot3_ = part(true_, 254, 498);
     const Bytes fibre_ = part(true_, 498, 826);

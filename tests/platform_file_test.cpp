@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,6 +32,7 @@ TEST(SmallFile, ReplacingKeepsModeAndOwnerAndLeavesNothingBehind) {
     }
     struct stat before {};
     ASSERT_EQ(::stat(path.c_str(), &before), 0);
+    ASSERT_EQ(::chmod(path.c_str(), 06604), 0);
     ASSERT_TRUE(replaceFile(path, "new content"));
     struct stat after {};
     ASSERT_EQ(::stat(path.c_str(), &after), 0);
@@ -38,10 +40,28 @@ TEST(SmallFile, ReplacingKeepsModeAndOwnerAndLeavesNothingBehind) {
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
+    std::filesystem::create_symlink("file", directory.File("link"));
+    ASSERT_TRUE(replaceFile(directory.File("link"), "x", 0600));
+    ASSERT_EQ(::lstat(directory.File("link").c_str(), &after), 0);
+    EXPECT_EQ(after.st_mode, S_IFREG | 0600U);
+    const CFileDescriptor folder = openFolder(directory.Path());
+    EXPECT_FALSE(createFile(folder.Get(), "file", "x"));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(contentOf(path), "new content");
+    EXPECT_TRUE(createFile(folder.Get(), "new", "x"));
     EXPECT_FALSE(replaceFile(directory.File("no/such/folder"), "x"));
     ASSERT_TRUE(std::filesystem::create_directory(directory.File("folder")));
     EXPECT_FALSE(replaceFile(directory.File("folder"), "x"));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.Path()), {}), 2);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.Path()), {}), 4);
+}
+
+TEST(SmallFile, APipeWithoutAReaderSendsNoSignal) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    ::close(ends[0]);
+    const CFileDescriptor end(ends[1]);
+    EXPECT_FALSE(writeWithoutSignal(end.Get(), "x"));
+    EXPECT_EQ(errno, EPIPE);
 }
 
 TEST(Number, SaysNothingForWhatIsNoNumber) {

@@ -1,10 +1,13 @@
 #include <chrono>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <regex>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
+#include "platform/file.h"
 #include "platform/trace.h"
 #include "tests/trace_capture.h"
 
@@ -153,19 +156,41 @@ TEST(Trace, FollowsTheConfigurationWhileRunning) {
     EXPECT_NE(log.find("after"), std::string::npos);
 }
 
-TEST(Trace, ALogThatCannotBeOpenedOrIsALinkIsDoneWithout) {
+TEST(Trace, ALogThatIsNotItsOwnIsLeftAlone) {
     const CTempDirectory directory;
-    const std::string victim = directory.Write("victim", "precious");
-    ASSERT_EQ(::symlink(victim.c_str(), directory.File("log.EM_PNI").c_str()), 0);
+    const std::string log = directory.File("log.EM_PNI");
     static std::string place;
     place = directory.Path();
-    const CDebugClient client("/nonexistent", "EM_PNI", [](const char* name) -> const char* {
-        return std::string(name) == "QL_LOG_DEBUG_LEVEL" ? "5"
-               : std::string(name) == "QL_LOG_FILE_DIR"  ? place.c_str()
-                                                         : nullptr;
-    });
-    PNI_TRACE(1, "lost");
-    EXPECT_EQ(contentOf(victim), "precious");
+    const auto trace = [] {
+        const CDebugClient client("/nonexistent", "EM_PNI", [](const char* name) -> const char* {
+            return std::string(name) == "QL_LOG_DEBUG_LEVEL" ? "5"
+                   : std::string(name) == "QL_LOG_FILE_DIR"  ? place.c_str()
+                                                             : nullptr;
+        });
+        PNI_TRACE(1, "written");
+    };
+    const std::string victim = directory.Write("victim", "precious");
+    for (const auto make : {&::symlink, &::link}) {
+        ASSERT_EQ(make(victim.c_str(), log.c_str()), 0);
+        trace();
+        EXPECT_EQ(contentOf(victim), "precious");
+        ASSERT_EQ(::unlink(log.c_str()), 0);
+    }
+    ASSERT_EQ(::rename(victim.c_str(), log.c_str()), 0);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(log.c_str(), 12, 34), 0);
+        trace();
+        EXPECT_EQ(contentOf(log), "precious") << "the file of another user";
+        ASSERT_EQ(::chown(log.c_str(), 0, 0), 0);
+    }
+    {
+        const CFileDescriptor other(::open(log.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(::flock(other.Get(), LOCK_EX | LOCK_NB), 0);
+        trace();
+        EXPECT_EQ(contentOf(log), "precious") << "in use";
+    }
+    trace();
+    EXPECT_NE(contentOf(log).find("written"), std::string::npos);
 }
 
 }  // namespace

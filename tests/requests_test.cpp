@@ -48,7 +48,7 @@ TEST_F(RequestTest, AnswersFromTheRecordAndKeepsADump) {
     EXPECT_EQ(host_.Count(krcp::readFru), 1);
 }
 
-TEST_F(RequestTest, DumpNeverGoesThroughALinkOrIntoAPipe) {
+TEST_F(RequestTest, DumpGoesOnlyIntoAFileOfItsOwn) {
     const std::string victim = directory_.Write("victim", "precious");
     const std::string dump = directory_.File("pnidump");
     for (const auto make : {&::symlink, &::link}) {
@@ -57,6 +57,13 @@ TEST_F(RequestTest, DumpNeverGoesThroughALinkOrIntoAPipe) {
         ASSERT_EQ(::unlink(dump.c_str()), 0);
     }
     EXPECT_EQ(contentOf(victim), "precious");
+    if (::geteuid() == 0) {
+        directory_.Write("pnidump", "precious");
+        ASSERT_EQ(::chown(dump.c_str(), 12, 34), 0);
+        EXPECT_EQ(Ask("").status, krcp::SUCCESS);
+        EXPECT_EQ(contentOf(dump), "precious");
+        ASSERT_EQ(::unlink(dump.c_str()), 0);
+    }
     ASSERT_EQ(::mkfifo(dump.c_str(), 0600), 0);
     EXPECT_EQ(Ask("").status, krcp::SUCCESS);
 }

@@ -11,7 +11,7 @@ int checkFiles(const CheckOptions& options, CConsole& console) {
     int result = exitDone;
     for (const std::string& file : options.files) {
         try {
-            const std::vector<std::uint8_t> bytes = readFruFile(file, file);
+            const std::vector<std::uint8_t> bytes = readFruFile(file);
             const std::uint32_t code = pniValidateFru(bytes.data(), bytes.size());
             console.Line(file + ": " + pniResultText(code) + " [" + std::to_string(code) + "]");
             result = std::max<int>(result, code == 0 ? exitDone : exitFailed);

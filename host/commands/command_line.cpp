@@ -41,7 +41,8 @@ void addModuleOption(CLI::App& command, std::string& path) {
     command
         .add_option("--module", path,
                     "Load this module. Default: em_pni.so in the folder\n"
-                    "of this program, else the installed module")
+                    "of this program, else in ../lib*/em_pni from there,\n"
+                    "else the installed module")
         ->type_name("PATH");
 }
 
@@ -108,7 +109,8 @@ void addCreate(CLI::App& app, Action& action) {
         ->type_name("BYTES")
         ->check(fromOneTo(CFruImage::maxSize));
     command->add_flag("--force", options->force,
-                      "Replace an existing file, unless a pni-host run is\nusing it");
+                      "Replace an existing file, unless a pni-host run is\n"
+                      "using it or it has a chassis, board, product or\nmulti-record area");
     command->footer(
         "Exit code: 0 done, 1 the machine has no adapters or they cannot be read, 2 the file\n"
         "cannot be created or the size is too small. The file is written only with exit code 0.\n\n"
@@ -124,7 +126,8 @@ void addRun(CLI::App& app, Action& action) {
         ->required()
         ->type_name("FILE");
     command->add_flag("--once", options->once,
-                      "Run one cycle. Default: run until SIGINT or SIGTERM");
+                      "Run one cycle. Default: run until SIGINT, SIGTERM,\n"
+                      "SIGHUP, or until nobody reads the output");
     command
         ->add_option("--cycle", options->cycle,
                      "Run a cycle every MS milliseconds, 1 to 4294967295;\n"

@@ -1,11 +1,14 @@
 #include <cerrno>
 #include <exception>
 #include <filesystem>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "adapters/local_pni_adapter_handle.h"
 #include "host/commands/commands.h"
-#include "host/events/event_socket.h"
+#include "host/machine/fru_areas.h"
+#include "host/machine/image_lock.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/host_error.h"
 #include "host/session/played_host.h"
@@ -23,28 +26,49 @@ bool isThere(const std::string& path) {
            std::filesystem::file_type::not_found;
 }
 
-void requireReplaceable(const CreateOptions& options) {
-    if (!isThere(options.file)) {
-        return;
-    }
-    if (!options.force) {
-        throw CHostError(options.file + ": the file exists; use --force to replace it");
-    }
-    static_cast<void>(readFruFile(options.file, options.file));  // refuses a device and a folder
-    requireNoRunningHost(CFruImage(options.file));
+[[noreturn]] void failBecauseItExists(const std::string& path) {
+    throw CHostError(path + ": the file exists; use --force to replace it");
 }
 
-// Keeps a symbolic link and replaces its target.
-void writeImage(const std::string& path, const std::vector<std::uint8_t>& image) {
-    if (isThere(path)) {
-        CFruImage(path).Replace(image);
-        return;
+// The file to create. Locks an existing one until it is replaced.
+class CTarget {
+  public:
+    explicit CTarget(const CreateOptions& options) : path_(options.file) {
+        if (!isThere(path_)) {
+            return;
+        }
+        if (!options.force) {
+            failBecauseItExists(path_);
+        }
+        old_.emplace(path_);  // resolves a symbolic link: its target is replaced
+        lock_.emplace(*old_);
+        const auto bytes = readFruFile(path_);  // refuses a device and a folder
+        if (const auto areas = neighbourAreas(CByteView(bytes)); !areas.empty()) {
+            throw CHostError(path_ + ": a new image would overwrite the " + textOf(areas.front()));
+        }
     }
-    const std::string_view bytes(reinterpret_cast<const char*>(image.data()), image.size());
-    if (!replaceFile(path, bytes)) {
-        throw CHostError(systemErrorText(path, errno));
+    void Write(const std::vector<std::uint8_t>& image) const {
+        if (old_) {
+            old_->Replace(image);
+            return;
+        }
+        const std::string_view bytes(reinterpret_cast<const char*>(image.data()), image.size());
+        const PathParts parts = splitPath(path_);
+        const CFileDescriptor folder = openFolder(parts.folder);
+        if (folder && createFile(folder.Get(), parts.name, bytes)) {
+            return;
+        }
+        if (folder && errno == EEXIST) {
+            failBecauseItExists(path_);
+        }
+        throw CHostError(systemErrorText(path_, errno));
     }
-}
+
+  private:
+    const std::string path_;
+    std::optional<CFruImage> old_;
+    std::optional<CImageLock> lock_;
+};
 
 // Answers questions about the network of the machine in this process.
 class CDirectConnection final : public CKrcpConnection {
@@ -75,7 +99,7 @@ std::vector<ModuleStream> localModules(CKrcpConnection& connection) {
 }  // namespace
 
 int createImage(const CreateOptions& options, CConsole& console) {
-    requireReplaceable(options);
+    const CTarget target(options);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
     CDirectConnection connection(network);
@@ -96,7 +120,7 @@ int createImage(const CreateOptions& options, CConsole& console) {
         buildImage(std::move(modules), options.format, [&connection](CPniFruData& record) {
             ReplaceIpAddresses(CNetworkRequests(&connection, 0), record);
         });
-    writeImage(options.file, image);
+    target.Write(image);
     console.Line("created: " + options.file + ", " + std::to_string(count) +
                  (count == 1 ? " module, " : " modules, ") + std::to_string(image.size()) +
                  " bytes");

@@ -8,6 +8,7 @@
 #include "host/events/event_socket.h"
 #include "host/events/network_watch.h"
 #include "host/events/run_waiter.h"
+#include "host/machine/image_lock.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/inventory_diff.h"
 #include "host/session/inventory_request.h"
@@ -34,6 +35,7 @@ class CRunReport final : public CIFruListener {
     void OnReadFailed(const std::string& reason) override { console_.Error(reason); }
     void OnWriteFailed(const std::string& reason) override {
         writeFailed_ = true;
+        console_.Line("not written: " + reason);
         console_.Error(reason);
     }
     [[nodiscard]] unsigned Writes() const noexcept { return writes_; }
@@ -143,13 +145,12 @@ void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, 
 }  // namespace
 
 int runModule(const RunOptions& options, CConsole& console) {
-    CRunWaiter waiter;
     const CFruImage image(options.file);
     static_cast<void>(image.Read());  // reports a bad file before the module is loaded
     image.RequireWritableFolder();
-    if (options.once) {
-        requireNoRunningHost(image);
-    } else {
+    const CImageLock lock(image);
+    CRunWaiter waiter;  // its event socket must be gone before the lock
+    if (!options.once) {
         addSources(waiter, options, image, console);
     }
     CRunReport report(console, waiter);
@@ -176,7 +177,7 @@ int runModule(const RunOptions& options, CConsole& console) {
     if (report.Writes() != writesSeen) {
         // Stop waits five seconds for a running cycle, Delete waits until it has ended.
         console.Line("changed: the last cycle made more changes, which are not listed");
-    } else if (options.once && watch.Valid() && !watch.Changed()) {
+    } else if (options.once && watch.Valid() && !watch.Changed() && !report.WriteFailed()) {
         console.Line("unchanged");
     }
     if (deleted) {

@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <fcntl.h>
+#include <functional>
 #include <string_view>
-#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/un.h>
-#include <thread>
 #include <unistd.h>
 
 #include "host/output/host_error.h"
@@ -20,9 +18,6 @@ namespace em_pni {
 
 namespace {
 
-// The name of a new socket before it gets its own name. Only the holder of the folder's lock uses
-// it.
-constexpr const char* firstName = ".pni-host.events";
 constexpr std::size_t longestMessage = 32;
 constexpr timeval patience{.tv_sec = 2, .tv_usec = 0};  // with a host that does not read
 
@@ -51,6 +46,18 @@ CFileDescriptor makeSocket(const EventPlace& place) {
     return made;
 }
 
+// Throws when the file with the socket's name is something else or belongs to another user.
+void requireOwnSocket(const EventPlace& place, const struct stat& status) {
+    const std::string path = place.folderPath + place.name;
+    if (!S_ISSOCK(status.st_mode)) {
+        throw CHostError(place.image + ": " + path + " exists and is not a socket");
+    }
+    if (status.st_uid != ::geteuid()) {
+        throw CHostError(place.image + ": " + path + " belongs to another user, with id " +
+                         std::to_string(status.st_uid));
+    }
+}
+
 // A socket that is connected to the running host; an empty descriptor when there is no host.
 CFileDescriptor connectTo(const EventPlace& place) {
     const CFileDescriptor file(
@@ -61,6 +68,11 @@ CFileDescriptor connectTo(const EventPlace& place) {
         }
         fail(place, "cannot open its event socket");
     }
+    struct stat status {};
+    if (::fstat(file.Get(), &status) != 0) {
+        fail(place, "cannot open its event socket");
+    }
+    requireOwnSocket(place, status);
     CFileDescriptor connected = makeSocket(place);
     const sockaddr_un address = addressOf(file.Get());
     if (::connect(connected.Get(), generic(address), sizeof address) != 0) {
@@ -72,28 +84,6 @@ CFileDescriptor connectTo(const EventPlace& place) {
     return connected;
 }
 
-// Keeps other hosts from creating or replacing a socket in this folder.
-class CFolderLock {
-  public:
-    explicit CFolderLock(const EventPlace& place)
-        : folder_(::open(place.folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        if (!folder_) {
-            fail(place, "cannot lock its folder");
-        }
-        // With a time-out: every user who may read the folder can hold this lock.
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (::flock(folder_.Get(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end) {
-                fail(place, "cannot lock its folder");
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-    }
-
-  private:
-    CFileDescriptor folder_;
-};
-
 struct stat statusOf(const EventPlace& place) {
     struct stat status {};
     if (::fstatat(place.folder.Get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -102,30 +92,20 @@ struct stat statusOf(const EventPlace& place) {
     return status;
 }
 
-void requireNobodyListens(const EventPlace& place) {
-    if (connectTo(place)) {
-        throw CHostError(place.image + ": another pni-host run is using it");
-    }
-}
-
 // Throws unless the socket's name is free or is the socket of a host that has ended.
 void requireUnused(const EventPlace& place) {
-    requireNobodyListens(place);
-    const mode_t mode = statusOf(place).st_mode;
-    if (mode != 0 && !S_ISSOCK(mode)) {
-        throw CHostError(place.image + ": " + place.folderPath + place.name +
-                         " exists and is not a socket");
+    if (const struct stat status = statusOf(place); status.st_mode != 0) {
+        requireOwnSocket(place, status);
     }
 }
 
 }  // namespace
 
-EventPlace::EventPlace(const CFruImage& fruImage) : image(fruImage.Name()) {
-    const std::string& path = fruImage.Path();
-    const std::size_t nameAt = path.rfind('/') + 1;
-    folderPath = path.substr(0, nameAt);
-    name = path.substr(nameAt) + ".events";
-    folder = CFileDescriptor(::open(folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+EventPlace::EventPlace(const CFruImage& fruImage)
+    : image(fruImage.Name()),
+      folderPath(fruImage.FolderPath()),
+      name(fruImage.FileName() + ".events"),
+      folder(::openat(fruImage.Folder(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
     if (!folder) {
         fail(*this, "cannot open its folder");
     }
@@ -133,19 +113,22 @@ EventPlace::EventPlace(const CFruImage& fruImage) : image(fruImage.Name()) {
 
 CEventSocket::CEventSocket(const CFruImage& image, CConsole& console)
     : place_(image), console_(console), socket_(makeSocket(place_)) {
-    const CFolderLock lock(place_);
     requireUnused(place_);
     const int folder = place_.folder.Get();
+    // The name before it gets its own name, which is too long for an address. It is the same for
+    // each run of this image: the next one removes what a killed one left.
+    const std::string firstName =
+        ".pni-host." + std::to_string(std::hash<std::string>()(place_.name));
     // The file gets at most the mode that the socket has before bind.
-    const sockaddr_un address = addressOf(folder, std::string("/") + firstName);
-    ::unlinkat(folder, firstName, 0);
+    const sockaddr_un address = addressOf(folder, "/" + firstName);
+    ::unlinkat(folder, firstName.c_str(), 0);
     if (::fchmod(socket_.Get(), S_IRUSR | S_IWUSR) != 0 ||
         ::bind(socket_.Get(), generic(address), sizeof address) != 0) {
         fail(place_, "cannot create an event socket in its folder");
     }
-    if (::renameat(folder, firstName, folder, place_.name.c_str()) != 0) {
+    if (::renameat(folder, firstName.c_str(), folder, place_.name.c_str()) != 0) {
         const int error = errno;
-        ::unlinkat(folder, firstName, 0);
+        ::unlinkat(folder, firstName.c_str(), 0);
         errno = error;
         fail(place_, "cannot name its event socket");
     }
@@ -183,10 +166,6 @@ std::optional<EventReport> CEventSocket::NextReport(Clock::time_point /*now*/) {
     const HostEvent event = *taken_;
     taken_.reset();
     return EventReport{event, "pni-host event"};
-}
-
-void requireNoRunningHost(const CFruImage& image) {
-    requireNobodyListens(EventPlace(image));
 }
 
 bool deliverEvent(const CFruImage& image, HostEvent event) {

@@ -27,8 +27,8 @@ struct EventPlace {
 // The end of the running host.
 class CEventSocket final : public CIEventSource {
   public:
-    // Throws a CHostError when another host is using the image, also in another process. Replaces
-    // the socket of a killed host. The console must outlive this.
+    // The caller holds the lock of the image. Replaces the socket of a killed host. Throws a
+    // CHostError when this fails. The console must outlive this.
     CEventSocket(const CFruImage& image, CConsole& console);
     // Removes the socket.
     ~CEventSocket() override;
@@ -52,11 +52,8 @@ class CEventSocket final : public CIEventSource {
     Clock::time_point takenAt_;
 };
 
-// Throws a CHostError when a host is using the image.
-void requireNoRunningHost(const CFruImage& image);
-
 // Sends the event to the running host of the image. False when there is none. Throws a CHostError
-// when the host cannot be reached.
+// when the host cannot be reached, or runs as another user.
 bool deliverEvent(const CFruImage& image, HostEvent event);
 
 }  // namespace em_pni

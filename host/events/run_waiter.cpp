@@ -21,6 +21,11 @@ CRunWaiter::CRunWaiter() : written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     sigemptyset(&signals_);
     sigaddset(&signals_, SIGINT);
     sigaddset(&signals_, SIGTERM);
+    sigaddset(&signals_, SIGPIPE);
+    struct sigaction hangup {};
+    if (::sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN) {
+        sigaddset(&signals_, SIGHUP);  // nohup ignores it
+    }
     signalQueue_ = CFileDescriptor(::signalfd(-1, &signals_, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!written_ || !signalQueue_) {
         throw CHostError(systemErrorText("cannot wait for signals", errno));

@@ -17,8 +17,9 @@ class CRunWaiter {
     struct Written {};
     using Occasion = std::variant<Stop, Written, EventReport>;
 
-    // Blocks SIGINT and SIGTERM, which then only end Wait. Create it before any other thread:
-    // threads inherit the blocked signals.
+    // Blocks SIGINT, SIGTERM, SIGPIPE and SIGHUP, which then only end Wait. A SIGHUP that the
+    // program ignores stays ignored. Create it before any other thread: threads inherit the blocked
+    // signals.
     CRunWaiter();
     // Closes the sources and drops pending signals.
     ~CRunWaiter();

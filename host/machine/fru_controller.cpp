@@ -1,7 +1,9 @@
 #include "host/machine/fru_controller.h"
 
+#include <utility>
 #include <vector>
 
+#include "host/machine/fru_areas.h"
 #include "host/output/host_error.h"
 
 namespace em_pni {
@@ -49,12 +51,26 @@ std::uint32_t CFruController::WriteFru(const CKrcpMessage& message) {
         return krcp::SET_STRING_TOOLONG;
     }
     try {
-        image_.Replace(bytes);
+        return ReplaceRecord(std::move(bytes));
     } catch (const CHostError& error) {
         listener_.OnWriteFailed(error.what());
         return krcp::EXEC_FAILED;
     }
-    listener_.OnWritten(bytes.size());
+}
+
+std::uint32_t CFruController::ReplaceRecord(std::vector<std::uint8_t> record) {
+    const std::vector<std::uint8_t> bytes = image_.Read();
+    const CByteView stored(bytes);
+    const std::vector<FruArea> areas = neighbourAreas(stored);
+    if (const auto area = areaInTheWay(areas, stored, CByteView(record))) {
+        listener_.OnWriteFailed(image_.Name() +
+                                ": no room: the record to write needs the place of the " +
+                                textOf(*area));
+        return krcp::SET_STRING_TOOLONG;
+    }
+    const std::size_t size = record.size();
+    image_.Replace(withAreasOf(areas, stored, std::move(record)));
+    listener_.OnWritten(size);
     return krcp::SUCCESS;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "em_pni/krcp_message.h"
 #include "host/machine/fru_image.h"
@@ -30,7 +31,9 @@ class CFruController {
     enum class Access { readOnly, readWrite };
 
     // Both must outlive the controller. With readOnly, the answer to a write is OBJ_WRITE_PROTECT
-    // and the listener is not called. A record of more than `capacity` bytes is refused.
+    // and the listener is not called. SET_STRING_TOOLONG refuses a record of more than `capacity`
+    // bytes, and one that needs the place of another area of the image. A write keeps the bytes of
+    // the other areas and never shortens the image.
     CFruController(const CFruImage& image, CIFruListener& listener, Access access,
                    std::size_t capacity = CFruImage::maxSize)
         : image_(image), listener_(listener), access_(access), capacity_(capacity) {}
@@ -43,6 +46,8 @@ class CFruController {
     // Each returns the status of the answer.
     std::uint32_t ReadFru(CKrcpMessage& message) PNI_REQUIRES(lock_);
     std::uint32_t WriteFru(const CKrcpMessage& message) PNI_REQUIRES(lock_);
+    // Throws a CHostError when the image cannot be read or replaced.
+    std::uint32_t ReplaceRecord(std::vector<std::uint8_t> record) PNI_REQUIRES(lock_);
 
     CRecursiveLock lock_;  // one request at a time, its listener call included
     const CFruImage& image_ PNI_GUARDED_BY(lock_);

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include "host/output/host_error.h"
-#include "platform/file.h"
 
 namespace em_pni {
 
@@ -25,46 +24,57 @@ std::string resolveLinks(const std::string& path) {
     return resolved.get();
 }
 
+[[noreturn]] void failReading(const std::string& name) {
+    switch (errno) {
+        case EFBIG:
+            throw CHostError(name + ": too large for a FRU image, the limit is " +
+                             std::to_string(CFruImage::maxSize) + " bytes");
+        case EINVAL:
+            throw CHostError(name + ": not a regular file");
+        default:
+            throw CHostError(systemErrorText(name, errno));
+    }
+}
+
 }  // namespace
 
-std::vector<std::uint8_t> readFruFile(const std::string& path, const std::string& name) {
+std::vector<std::uint8_t> readFruFile(const std::string& path) {
     const auto content = readSmallFile(path, CFruImage::maxSize);
     if (!content) {
-        switch (errno) {
-            case EFBIG:
-                throw CHostError(name + ": too large for a FRU image, the limit is " +
-                                 std::to_string(CFruImage::maxSize) + " bytes");
-            case EINVAL:
-                throw CHostError(name + ": not a regular file");
-            default:
-                throw CHostError(systemErrorText(name, errno));
-        }
+        failReading(path);
     }
     return {content->begin(), content->end()};
 }
 
-CFruImage::CFruImage(const std::string& path) : name_(path), path_(resolveLinks(path)) {}
+CFruImage::CFruImage(const std::string& path)
+    : name_(path), place_(splitPath(resolveLinks(path))), folder_(openFolder(place_.folder)) {
+    if (!folder_) {
+        throw CHostError(systemErrorText(name_ + ": cannot open its folder", errno));
+    }
+}
 
 std::vector<std::uint8_t> CFruImage::Read() const {
-    std::vector<std::uint8_t> bytes = readFruFile(path_, name_);
-    if (bytes.empty()) {
+    const auto content = readSmallFile(Folder(), FileName(), maxSize);
+    if (!content) {
+        failReading(name_);
+    }
+    if (content->empty()) {
         throw CHostError(name_ + ": the file is empty");
     }
-    return bytes;
+    return {content->begin(), content->end()};
 }
 
 void CFruImage::Replace(std::span<const std::uint8_t> bytes) const {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (!replaceFile(path_, text)) {
+    if (!replaceFile(Folder(), FileName(), text)) {
         throw CHostError(systemErrorText(name_ + ": cannot replace the file", errno));
     }
 }
 
 void CFruImage::RequireWritableFolder() const {
-    const std::string folder = path_.substr(0, path_.rfind('/') + 1);
-    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
+    if (::faccessat(Folder(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
         throw CHostError(
-            systemErrorText(name_ + ": cannot create a file in its folder " + folder, errno));
+            systemErrorText(name_ + ": cannot create a file in its folder " + FolderPath(), errno));
     }
 }
 

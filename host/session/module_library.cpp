@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <string_view>
 #include <system_error>
 
@@ -37,13 +39,35 @@ Function findFunction(void* handle, const char* name, const std::string& path) {
     return reinterpret_cast<Function>(symbol);
 }
 
+// The module in a folder "lib*" of this prefix.
+std::optional<std::string> moduleInLibraryFolder(const std::string& prefix) {
+    std::error_code error;
+    std::set<std::string> found;
+    for (std::filesystem::directory_iterator entry(prefix, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string module = entry->path() / "em_pni/em_pni.so";
+        std::error_code ignored;
+        if (entry->path().filename().string().starts_with("lib") &&
+            std::filesystem::exists(module, ignored)) {
+            found.insert(module);
+        }
+    }
+    return found.empty() ? std::nullopt : std::optional(*found.begin());
+}
+
 }  // namespace
 
 std::string defaultModulePath() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    const std::filesystem::path beside = program.parent_path() / "em_pni.so";
-    return !error && std::filesystem::exists(beside, error) ? beside.string() : installedPath;
+    if (error) {
+        return installedPath;
+    }
+    const std::string folder = program.parent_path();
+    if (std::filesystem::exists(folder + "/em_pni.so", error)) {
+        return folder + "/em_pni.so";
+    }
+    return moduleInLibraryFolder(folder + "/..").value_or(installedPath);
 }
 
 void CModuleLibrary::Close::operator()(void* handle) const noexcept {
