@@ -148,8 +148,9 @@ int runModule(const RunOptions& options, CConsole& console) {
     const CFruImage image(options.file);
     static_cast<void>(image.Read());  // reports a bad file before the module is loaded
     image.RequireWritableFolder();
+    const CEndSignals signals;  // a signal must not end the program before the lock is removed
     const CImageLock lock(image);
-    CRunWaiter waiter;  // its event socket must be gone before the lock
+    CRunWaiter waiter(signals);  // its event socket must be gone before the lock
     if (!options.once) {
         addSources(waiter, options, image, console);
     }

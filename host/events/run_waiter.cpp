@@ -17,7 +17,7 @@
 
 namespace em_pni {
 
-CRunWaiter::CRunWaiter() : written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+CEndSignals::CEndSignals() noexcept {
     sigemptyset(&signals_);
     sigaddset(&signals_, SIGINT);
     sigaddset(&signals_, SIGTERM);
@@ -26,19 +26,22 @@ CRunWaiter::CRunWaiter() : written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (::sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN) {
         sigaddset(&signals_, SIGHUP);  // nohup ignores it
     }
-    signalQueue_ = CFileDescriptor(::signalfd(-1, &signals_, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (!written_ || !signalQueue_) {
-        throw CHostError(systemErrorText("cannot wait for signals", errno));
-    }
     ::pthread_sigmask(SIG_BLOCK, &signals_, &previousMask_);
 }
 
-CRunWaiter::~CRunWaiter() {
-    sources_.clear();  // before a signal can end the program again
+CEndSignals::~CEndSignals() {
     const timespec now{};
     while (::sigtimedwait(&signals_, nullptr, &now) > 0) {
     }
     ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
+}
+
+CRunWaiter::CRunWaiter(const CEndSignals& signals)
+    : signalQueue_(::signalfd(-1, &signals.Get(), SFD_CLOEXEC | SFD_NONBLOCK)),
+      written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!written_ || !signalQueue_) {
+        throw CHostError(systemErrorText("cannot wait for signals", errno));
+    }
 }
 
 void CRunWaiter::Add(std::unique_ptr<CIEventSource> source) {

@@ -11,20 +11,32 @@
 
 namespace em_pni {
 
+// Blocks SIGINT, SIGTERM, SIGPIPE and SIGHUP, which then only end CRunWaiter::Wait. A SIGHUP that
+// the program ignores stays ignored. Create it before any other thread, because threads inherit the
+// blocked signals, and before anything that the program must remove at its end.
+class CEndSignals {
+  public:
+    CEndSignals() noexcept;
+    // Drops pending signals.
+    ~CEndSignals();
+    CEndSignals(const CEndSignals&) = delete;
+    CEndSignals& operator=(const CEndSignals&) = delete;
+
+    [[nodiscard]] const sigset_t& Get() const noexcept { return signals_; }
+
+  private:
+    sigset_t signals_{};
+    sigset_t previousMask_{};
+};
+
 class CRunWaiter {
   public:
     struct Stop {};
     struct Written {};
     using Occasion = std::variant<Stop, Written, EventReport>;
 
-    // Blocks SIGINT, SIGTERM, SIGPIPE and SIGHUP, which then only end Wait. A SIGHUP that the
-    // program ignores stays ignored. Create it before any other thread: threads inherit the blocked
-    // signals.
-    CRunWaiter();
-    // Closes the sources and drops pending signals.
-    ~CRunWaiter();
-    CRunWaiter(const CRunWaiter&) = delete;
-    CRunWaiter& operator=(const CRunWaiter&) = delete;
+    // Throws a CHostError.
+    explicit CRunWaiter(const CEndSignals& signals);
 
     // Wait also reports the events of this source.
     void Add(std::unique_ptr<CIEventSource> source);
@@ -39,8 +51,6 @@ class CRunWaiter {
 
     [[nodiscard]] int TimeLeft() const;
 
-    sigset_t signals_{};
-    sigset_t previousMask_{};
     CFileDescriptor signalQueue_;
     CFileDescriptor written_;
     std::vector<std::unique_ptr<CIEventSource>> sources_;
