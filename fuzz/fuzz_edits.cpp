@@ -114,10 +114,11 @@ std::vector<Bytes> commonFields(const Bytes& image) {
         const std::size_t size = cursor.FormatVersion() == 10 ? 36 : 34;
         const auto bytes =
             view.Inside(cursor.Function().Offset(), std::min(cursor.Function().Size(), size));
-        Bytes& one = fields.emplace_back(bytes.begin(), bytes.end());
+        Bytes one(bytes.begin(), bytes.end());
         if (one.size() > 1) {
             one[1] = 0;
         }
+        fields.push_back(std::move(one));
     });
     return fields;
 }
