@@ -32,7 +32,10 @@ struct AdapterFacts {
 
 // `text`, or an empty text for "0.00", which drivers report for an option ROM that is not there.
 inline std::string versionText(std::string text) {
-    return text == "0.00" ? std::string() : text;
+    if (text == "0.00") {
+        text.clear();
+    }
+    return text;
 }
 
 }  // namespace em_pni

@@ -1,6 +1,7 @@
 #include "frudata/address_index.h"
 
 #include <algorithm>
+#include <compare>
 #include <numeric>
 #include <optional>
 
@@ -88,7 +89,7 @@ FoundModule searchModule(CByteView image, const PhysicalAddress& wanted) {
         const auto stored = manufactureAddress(cursor.Function(), wanted.kind);
         if (stored) {
             traceCheck(*stored);
-            if (compare(*stored, wanted) == 0) {
+            if (std::is_eq(compare(*stored, wanted))) {
                 place = placeOf(cursor);
             }
         }
@@ -108,7 +109,7 @@ CModuleAddressIndex::CModuleAddressIndex(CByteView image) {
     sorted_.resize(owners_.size());
     std::iota(sorted_.begin(), sorted_.end(), std::size_t{0});
     std::stable_sort(sorted_.begin(), sorted_.end(), [this](std::size_t left, std::size_t right) {
-        return compare(owners_[left].address, owners_[right].address) < 0;
+        return std::is_lt(compare(owners_[left].address, owners_[right].address));
     });
 }
 
@@ -120,12 +121,13 @@ FoundModule CModuleAddressIndex::Find(const PhysicalAddress& address) const {
 
 FoundModule CModuleAddressIndex::Search(const PhysicalAddress& wanted) const {
     traceSearched(wanted);
-    const auto found = std::lower_bound(sorted_.begin(), sorted_.end(), wanted,
-                                        [this](std::size_t owner, const PhysicalAddress& address) {
-                                            return compare(owners_[owner].address, address) < 0;
-                                        });
+    const auto found =
+        std::lower_bound(sorted_.begin(), sorted_.end(), wanted,
+                         [this](std::size_t owner, const PhysicalAddress& address) {
+                             return std::is_lt(compare(owners_[owner].address, address));
+                         });
     const Owner* const owner = found != sorted_.end() ? &owners_[*found] : nullptr;
-    const bool isFound = owner != nullptr && compare(owner->address, wanted) == 0;
+    const bool isFound = owner != nullptr && std::is_eq(compare(owner->address, wanted));
     if (trace::isOn(checkTraceLevel)) {
         // A walk compares the owners in front of the match, and the match.
         const std::size_t compared = isFound ? *found + 1 : owners_.size();

@@ -42,7 +42,8 @@ class CAddress {
     [[nodiscard]] constexpr const std::uint8_t* end() const noexcept { return data() + size_; }
 
     // Bytes behind the size are always zero, so the order is that of the bytes, then of the sizes.
-    friend constexpr auto operator<=>(const CAddress&, const CAddress&) noexcept = default;
+    friend constexpr auto operator<=>(const CAddress&,
+                                      const CAddress&) noexcept = default;  // NOLINT
 
   private:
     constexpr void Set(std::span<const std::uint8_t> bytes) noexcept {
