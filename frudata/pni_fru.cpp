@@ -117,7 +117,9 @@ std::uint32_t pniFrameResult(FrameFault fault) noexcept {
     return PNI_FORMAT_ERR;
 }
 
-std::uint32_t pniValidateFru(const std::uint8_t* data, std::size_t size) noexcept {
+// Each change validates the whole record: the walk is inlined here (flatten), which -O2 does not
+// do.
+[[gnu::flatten]] std::uint32_t pniValidateFru(const std::uint8_t* data, std::size_t size) noexcept {
     if (data == nullptr) {
         return PNI_PARAMETER_ERR;
     }

@@ -48,7 +48,7 @@ struct WalkedRecord {
     // Image offsets where the modules begin, and where the last one ends.
     std::vector<std::size_t> bounds;
 
-    explicit WalkedRecord(const std::vector<std::uint8_t>& image)
+    [[gnu::flatten]] explicit WalkedRecord(const std::vector<std::uint8_t>& image)
         : frame(locateFrame(CByteView(image))) {
         CRecordCursor cursor{CByteView(image), frame};
         if (frame.fault == FrameFault::none) {
