@@ -17,7 +17,6 @@ constexpr std::uint8_t pciBaseNetwork = 0x02;
 constexpr std::uint16_t pciClassBridge = 0x0604;
 constexpr std::uint16_t pciClassSemiTransparentBridge = 0x0609;
 constexpr std::uint16_t pciClassFibreChannel = 0x0C04;
-constexpr std::uint16_t pciClassInfinibandNetwork = 0x0207;
 constexpr std::uint16_t pciClassInfiniband = 0x0C06;
 
 constexpr std::uint8_t pciBaseClass(std::uint16_t classCode) noexcept {

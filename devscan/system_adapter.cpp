@@ -74,9 +74,6 @@ bool CSystemAdapter::DetectInfiniband() const {
                   "SubClass:Infiniband");
         return true;
     }
-    if (facts_.classCode == pciClassInfinibandNetwork) {
-        return true;
-    }
     const CFileTree& files = machine_->Files();
     const std::string function = "sys/bus/pci/devices/" + pciAddressText(facts_.address);
     int error = 0;
