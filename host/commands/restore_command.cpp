@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <numeric>
 #include <optional>
@@ -19,6 +21,8 @@ namespace em_pni {
 
 namespace {
 
+constexpr std::size_t commonHeaderSize = 8;
+
 using Bytes = std::vector<std::uint8_t>;
 
 // Why only a user who says --force may write this image; no value = there is no reason.
@@ -32,6 +36,10 @@ std::optional<std::string> objection(const Bytes& stored, const Bytes& image) {
     }
     const CByteView before(stored);
     const CByteView after(image);
+    if (!std::ranges::equal(before.Inside(0, commonHeaderSize),
+                            after.Inside(0, commonHeaderSize))) {
+        return "it would change the common header";
+    }
     for (const auto& areas : {neighbourAreas(before), neighbourAreas(after)}) {
         for (const FruArea& area : areas) {
             const std::size_t length = area.end - area.begin;
