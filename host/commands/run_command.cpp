@@ -1,4 +1,5 @@
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <utility>
 #include <variant>
@@ -123,7 +124,8 @@ void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& 
     if (options.watch) {
         // Device events come first: one cycle then sees that a card and its addresses are gone.
         waiter.Add(std::make_unique<CDeviceWatch>());
-        waiter.Add(std::make_unique<CNetworkWatch>());
+        waiter.Add(
+            std::make_unique<CNetworkWatch>(std::chrono::milliseconds(options.writeInterval)));
     }
 }
 
