@@ -158,7 +158,7 @@ int runModule(const RunOptions& options, CConsole& console) {
     CFruController controller(image, report, CFruController::Access::readWrite, options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(&controller, network, moduleConfig(options));
+    CPlayedHost host(&controller, network, console, moduleConfig(options));
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CModuleSession session(library, host);
     session.Start();
