@@ -72,8 +72,8 @@ void addModuleOption(CLI::App& command, std::string& path) {
     command
         .add_option("--module", path,
                     "Load this module. Default: em_pni.so in the folder\n"
-                    "of this program, else in ../lib*/em_pni from there,\n"
-                    "else the installed module")
+                    "of this program, else the module that is\n"
+                    "installed with this program")
         ->type_name("PATH");
 }
 

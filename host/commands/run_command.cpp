@@ -219,7 +219,7 @@ int runModule(const RunOptions& options, CConsole& console) {
                               options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(&controller, network, config(options));
+    CPlayedHost host(&controller, network, console, config(options));
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CRunningModule module(library, host, report, console);
     module.Start();
