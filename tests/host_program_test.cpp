@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include "em_pni/krcp_message.h"
 
@@ -84,19 +86,64 @@ TEST(HostRun, AWriteThatFailedIsTheExitCode) {
     }
 }
 
-TEST(HostModuleLibrary, IsFoundBelowAnyPrefix) {
-    const test::CTempDirectory prefix;
-    const std::string program = prefix.Write("bin/pni-host", "");
-    std::filesystem::copy(EM_PNI_BINARY_DIR "/pni-host", program,
-                          std::filesystem::copy_options::overwrite_existing);
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-    prefix.Write("lib/other", "");
-    prefix.Write("lib64/em_pni/em_pni.so", "no library");
-    const std::string image = prefix.Write("a.fru", "A");
-    const std::string errors = prefix.File("errors");
-    EXPECT_NE(std::system((program + " query " + image + " 2>" + errors).c_str()), 0);
-    EXPECT_TRUE(contains(test::contentOf(errors), "lib64/em_pni/em_pni.so"))
-        << test::contentOf(errors);
+// The module begins again with the new bytes, and gets the device event again.
+TEST(HostRun, WritesNothingOverAChangeOfAnotherProgram) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "A");
+    CProgram program = scripted({"run", "--fru", image, "--no-watch"});
+    ASSERT_TRUE(program.ReadUntil("added: module 0 Period"));
+    folder.Write("a.fru", "a");
+    EXPECT_EQ(CProgram({"event", "added", image}).Wait(), 0);
+    EXPECT_TRUE(program.ReadUntil("restarted: another program has changed the FRU data"));
+    EXPECT_TRUE(program.ReadUntil("-> 108")) << program.Output();
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_EQ(test::contentOf(image), "l");  // a + 1 + 10
+}
+
+TEST(HostRun, TellsSystemdHowItIsAndReloads) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("run/a.fru", "A");
+    const CFileDescriptor manager(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    folder.File("notify").copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(manager.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    std::string told;
+    const auto isTold = [&](const std::string& text) {
+        pollfd polled{manager.Get(), POLLIN, 0};
+        while (!contains(told, text) && ::poll(&polled, 1, 20000) > 0) {
+            char message[256];
+            const ssize_t got = ::recv(manager.Get(), message, sizeof message, 0);
+            told.append(message, static_cast<std::size_t>(std::max<ssize_t>(got, 0))) += '\n';
+        }
+        const bool result = contains(told, text);
+        told.clear();
+        return result;
+    };
+    CProgram program = scripted({"run", "--fru", image, "--no-watch"},
+                                {"NOTIFY_SOCKET=" + folder.File("notify"), "WATCHDOG_USEC=100000"});
+    EXPECT_TRUE(isTold("READY=1"));
+    EXPECT_TRUE(isTold("STATUS=keeps the record up to date, 1 write"));
+    EXPECT_TRUE(isTold("WATCHDOG=1"));
+    program.Signal(SIGHUP);
+    EXPECT_TRUE(isTold("RELOADING=1"));
+    EXPECT_TRUE(isTold("READY=1"));
+    ASSERT_TRUE(program.ReadUntil("FirstByte: 66 -> 67"));
+    program.Signal(SIGTERM);
+    EXPECT_TRUE(isTold("STOPPING=1"));
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+}
+
+TEST(HostRun, AModuleWithAnotherRapidJsonIsRefused) {
+    const test::CTempDirectory folder;
+    CProgram program({"query", folder.Write("a.fru", "A"), "--module",
+                      EM_PNI_BINARY_DIR "/host_foreign_module.so"});
+    EXPECT_EQ(program.Wait(), 2);
+    EXPECT_TRUE(contains(program.Errors(),
+                         "host_foreign_module.so: the module has another interface: interface "))
+        << program.Errors();
+    EXPECT_TRUE(contains(program.Errors(), "; expected: " + tagText(interfaceTag)));
 }
 
 // For the real module, which is in the folder of the program.

@@ -36,6 +36,11 @@ class CScriptedModule final : public CExtensionModule {
         return 1;
     }
     std::uint32_t OnSwitchStarted() override {
+        Join();
+        {
+            const std::lock_guard guard(lock_);
+            record_.clear();
+        }
         thread_ = std::thread([this] { Cycle(1); });
         return 1;
     }
@@ -50,6 +55,9 @@ class CScriptedModule final : public CExtensionModule {
         }
     }
     std::uint32_t ModuleRequest(CKrcpMessage& request) override {
+        if (!Accept(request)) {
+            return 0;
+        }
         const std::lock_guard guard(lock_);
         Fetch();
         auto& allocator = request.document.GetAllocator();
