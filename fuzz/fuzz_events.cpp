@@ -20,7 +20,7 @@ class CRunningHost {
     CRunningHost() {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        (image_.Name() + ".events").copy(address.sun_path, sizeof address.sun_path - 1);
+        folder_.File("a.fru.events").copy(address.sun_path, sizeof address.sun_path - 1);
         require(::connect(sender_.Get(), reinterpret_cast<const sockaddr*>(&address),
                           sizeof address) == 0,
                 "the socket can be reached");
@@ -48,10 +48,10 @@ class CRunningHost {
 
   private:
     test::CTempDirectory folder_{"/dev/shm"};
-    CFruImage image_{folder_.Write("a.fru", "")};
+    CFruPlace place_{{.path = folder_.Write("a.fru", "A")}, CFruPlace::Use::write};
     std::ostringstream errors_;
     CConsole console_{errors_, errors_};
-    CEventSocket socket_{image_, console_};
+    CEventSocket socket_{place_, console_};
     CFileDescriptor sender_{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
 };
 
