@@ -150,18 +150,19 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     const Bytes last = imageOf({moved, fibre_});
     ASSERT_TRUE(Becomes(last, "removed: module 7 \"LAN PCI Card\" (slot"));
 
-    // The module learns of these changes after the shutdown.
-    ASSERT_TRUE(Ip("addr del 192.0.2.11/24 dev eno0"));
-    server_.Plug({6});
     Send("shutdown");
     ASSERT_TRUE(program_->ReadUntil("event: shutdown announced (pni-host event)\n"));
+    ASSERT_TRUE(Ip("addr del 192.0.2.11/24 dev eno0"));
+    server_.Plug({6});
     const int cycles = IdleCycles();
     server_.Report({6}, {"add"});
     ASSERT_TRUE(program_->ReadUntil("event: device added (pci 0000:06:00.0, pci 0000:06:00.1)\n"));
     EXPECT_TRUE(test::isTrueWithin(5s, [&] { return IdleCycles() > cycles; }));
     End();
     ASSERT_TRUE(Becomes(last, "stopped"));
-    EXPECT_EQ(Count(program_->Output(), "written: 2048 bytes\n"), 5) << program_->Output();
+    // A cycle during the pull of the card can remove its addresses before its module.
+    const int writes = Count(program_->Output(), "written: 2048 bytes\n");
+    EXPECT_TRUE(writes == 5 || writes == 6) << program_->Output();
 }
 
 TEST_F(HostStory, ANewRecordIsWhatAFirstCycleMakes) {
