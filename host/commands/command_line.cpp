@@ -333,7 +333,7 @@ void addEvent(CLI::App& app, Action& action) {
 
 struct CommonOptions {
     ColorChoice color = ColorChoice::automatic;
-    bool isQuiet = false;
+    ConsoleSettings console;
 };
 
 void addCommonOptions(CLI::App& app, CommonOptions& common) {
@@ -345,7 +345,11 @@ void addCommonOptions(CLI::App& app, CommonOptions& common) {
                                                            {"always", ColorChoice::always},
                                                            {"never", ColorChoice::never}})
                         .description(""));
-    app.add_flag("-q,--quiet", common.isQuiet, "Print only errors and documents for programs");
+    app.add_flag("-q,--quiet", common.console.isQuiet,
+                 "Print only errors and documents for programs");
+    app.add_flag("-v", common.console.traceLevel,
+                 "Show the module's trace on standard error: -v errors,\n-vv also requests and "
+                 "events, up to -vvvvvv locks");
     app.fallthrough();  // these options may also follow the command
 }
 
@@ -391,7 +395,7 @@ int perform(int argc, const char* const* argv, std::ostream& output, std::ostrea
     CommonOptions common;
     const auto parsed = parse(argc, argv, output, errors, action, common);
     CConsole console(output, errors, findTerminal(STDOUT_FILENO, common.color),
-                     findTerminal(STDERR_FILENO, common.color), common.isQuiet);
+                     findTerminal(STDERR_FILENO, common.color), common.console);
     int result = parsed.value_or(exitUnusable);
     if (!parsed) {
         try {
