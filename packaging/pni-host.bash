@@ -48,7 +48,7 @@ _pni_host() {
         previous=${COMP_WORDS[COMP_CWORD - 2]}
     fi
 
-    local program=("${COMP_WORDS[0]/#\~/$HOME}") help commands
+    local program=("${COMP_WORDS[0]/#\~/${HOME-}}") help commands
     help=$("${program[0]}" --help 2>/dev/null </dev/null) || return 0
     commands=$(awk '/^[A-Za-z]+:$/ { section = tolower($1) }
         section == "subcommands:" && /^  [^ ]/ { print $1 }' <<<"$help")
