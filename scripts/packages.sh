@@ -35,3 +35,9 @@ check_packages=(clang-tidy clang-format cppcheck)
 bench_packages=(libbenchmark-dev)
 # For fuzzing, in addition. llvm-symbolizer names the functions and lines in a stack trace.
 fuzz_packages=(llvm-14)
+# For the Debian packages and the manual pages, in addition to those of the build.
+package_packages=(build-essential cpio debhelper fakeroot lintian lowdown systemd)
+# For their test, in addition.
+package_test_packages=(debootstrap man-db)
+# For RPM packages, in addition.
+rpm_packages=(rpm)
