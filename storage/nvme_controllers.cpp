@@ -1,0 +1,58 @@
+#include "storage/nvme_controllers.h"
+
+#include <string>
+#include <string_view>
+
+#include "devscan/hardware_address.h"
+#include "platform/text.h"
+#include "storage/device_path.h"
+#include "storage/udev_record.h"
+
+namespace em_pni {
+namespace {
+
+constexpr const char* nvmeDirectory = "sys/class/nvme";
+
+// The port name in "traddr=nn-0x20000000c9a1b2c3:pn-0x10000000c9a1b2c3,host_traddr=...".
+WorldWideName targetPortOf(std::string_view address) {
+    while (!address.empty()) {
+        const std::string_view part = takeUntil(address, ',');
+        const std::size_t name = part.find(":pn-");
+        if (part.starts_with("traddr=") && name != std::string_view::npos) {
+            return parseWorldWideName(part.substr(name + 4)).value_or(0);
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::vector<NvmeController> readNvmeControllers(const CFileTree& files) {
+    std::vector<NvmeController> controllers;
+    const auto directory = files.OpenFolder(nvmeDirectory);
+    for (const std::string& name :
+         (directory ? directory->List() : std::nullopt).value_or(std::vector<std::string>())) {
+        const auto link = directory->ReadLink(name);
+        const auto folder = files.OpenFolder(joinedPath({nvmeDirectory, name}));
+        if (!link || !folder) {
+            continue;
+        }
+        const auto text = [&folder](const char* attribute) {
+            return singleBlanks(printableText(folder->ReadAttribute(attribute).value_or("")));
+        };
+        NvmeController& one = controllers.emplace_back();
+        one.name = name;
+        one.transport = text("transport");
+        one.address = text("address");
+        one.state = text("state");
+        one.subsystem = text("subsysnqn");
+        one.model = text("model");
+        one.serial = text("serial");
+        one.firmware = text("firmware_rev");
+        one.targetPort = targetPortOf(one.address);
+        one.pciName = parseDevicePath(pathBelowSys(*link)).pciName;
+    }
+    return controllers;
+}
+
+}  // namespace em_pni
