@@ -33,8 +33,9 @@ struct NvmeController {
     std::string model;
     std::string serial;
     std::string firmware;
-    WorldWideName targetPort = 0;           // of a Fibre Channel target
-    std::string pciName;                    // address of its PCI function
+    WorldWideName targetPort = 0;  // of a Fibre Channel target
+    // Address of its PCI function; of the Fibre Channel host for "fc".
+    std::string pciName;
     std::optional<std::size_t> controller;  // index of the PCI function
 };
 

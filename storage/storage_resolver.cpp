@@ -33,6 +33,12 @@ void addOnce(std::vector<std::size_t>& indexes, std::optional<std::size_t> index
     }
 }
 
+void useKnown(std::string& fact, const std::string& other) {
+    if (!other.empty()) {
+        fact = other;
+    }
+}
+
 class CResolver {
   public:
     explicit CResolver(StorageFacts facts) : facts_(std::move(facts)) {
@@ -90,12 +96,10 @@ class CResolver {
             const NvmeController& nvme = storage_.nvmeControllers[path.controller];
             addOnce(disk.controllers, nvme.controller);
             disk.transport = nvme.transport.empty() ? "nvme" : "nvme-" + nvme.transport;
-            disk.model = nvme.model;
-            disk.serial = nvme.serial;
-            disk.firmware = nvme.firmware;
+            useKnown(disk.model, nvme.model);
+            useKnown(disk.serial, nvme.serial);
+            useKnown(disk.firmware, nvme.firmware);
             disk.targetPort = nvme.targetPort;
-            // A controller far away has no PCI function here.
-            disk.pciName = disk.pciName.empty() ? nvme.pciName : disk.pciName;
         }
     }
 
@@ -184,19 +188,21 @@ StorageInventory resolveStorage(StorageFacts facts) {
 bool isSafeToOpen(const StorageInventory& storage, std::size_t device) {
     std::set<std::size_t> seen{device};
     std::vector<std::size_t> open{device};
+    bool hasLowest = false;
     while (!open.empty()) {
         const BlockDevice& one = storage.devices[open.back()];
         open.pop_back();
         if (!isSafeDisk(one)) {
             return false;
         }
+        hasLowest |= one.parents.empty();
         for (const std::size_t parent : one.parents) {
             if (seen.insert(parent).second) {
                 open.push_back(parent);
             }
         }
     }
-    return true;
+    return hasLowest;
 }
 
 }  // namespace em_pni

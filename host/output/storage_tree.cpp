@@ -130,6 +130,12 @@ class CTreeBuilder {
         }
         Node others{"no PCI controller"};
         AddRoots(others, [](const BlockDevice& device) { return device.disk.controllers.empty(); });
+        // Devices that are made of each other.
+        for (std::size_t i = 0; i < storage_.devices.size(); ++i) {
+            if (!isShown_[i]) {
+                others.children.push_back(DeviceNode(i));
+            }
+        }
         for (const SwapArea& swap : storage_.swapFiles) {
             others.children.push_back({swapText(swap)});
         }
