@@ -10,6 +10,7 @@
 #include "devscan/hardware_address.h"
 #include "platform/number.h"
 #include "platform/text.h"
+#include "storage/attributes.h"
 #include "storage/volumes.h"
 
 namespace em_pni {
@@ -22,27 +23,11 @@ constexpr std::uint32_t memoryDiskMajor = 1;
 constexpr std::uint32_t loopMajor = 7;
 constexpr std::uint32_t networkDiskMajor = 43;
 
-std::string textIn(const COpenFolder& folder, const char* attribute) {
-    const auto text = folder.ReadAttribute(attribute);
-    return text ? singleBlanks(printableText(*text)) : std::string();
-}
-
-// Returns no value when the attribute is missing or not a number.
-std::optional<std::uint64_t> numberIn(const COpenFolder& folder, const char* attribute,
-                                      std::uint64_t max) {
-    const auto text = folder.ReadAttribute(attribute);
-    return text ? parseDecimal(*text, max) : std::nullopt;
-}
-
+// Returns no value when the attribute is missing or not a number of sectors.
 std::optional<std::uint64_t> bytesIn(const COpenFolder& folder, const char* attribute) {
-    const auto sectors =
-        numberIn(folder, attribute, std::numeric_limits<std::uint64_t>::max() / sector);
+    const auto sectors = parseDecimal(attributeText(folder, attribute),
+                                      std::numeric_limits<std::uint64_t>::max() / sector);
     return sectors ? std::optional(*sectors * sector) : std::nullopt;
-}
-
-std::uint32_t blockSizeIn(const COpenFolder& folder, const char* attribute) {
-    constexpr std::uint64_t max = std::numeric_limits<std::uint32_t>::max();
-    return static_cast<std::uint32_t>(numberIn(folder, attribute, max).value_or(0));
 }
 
 // The file "uevent" of a block device.
@@ -116,7 +101,7 @@ class CBlockCollector {
         device.sysfsPath = pathBelowSys(link);
         device.path = "/dev/" + name;
         std::replace(device.path.begin(), device.path.end(), '!', '/');
-        device.readOnly = folder->ReadAttribute("ro") == "1";
+        device.readOnly = attributeText(*folder, "ro") == "1";
         const auto record = readUdevRecord(files_, device.major, device.minor);
         device.hasUdevRecord = record.has_value();
         const CUdevRecord known = record.value_or(CUdevRecord());
@@ -154,10 +139,10 @@ class CBlockCollector {
 
     void AddWhole(const COpenFolder& folder, const CUdevRecord& record, FoundDevice& found) {
         BlockDevice& device = found.device;
-        device.logicalBlock = blockSizeIn(folder, "queue/logical_block_size");
-        device.physicalBlock = blockSizeIn(folder, "queue/physical_block_size");
-        if (const auto rotational = numberIn(folder, "queue/rotational", 1)) {
-            device.rotational = *rotational == 1;
+        device.logicalBlock = attributeNumber(folder, "queue/logical_block_size");
+        device.physicalBlock = attributeNumber(folder, "queue/physical_block_size");
+        if (const std::string text = attributeText(folder, "queue/rotational"); !text.empty()) {
+            device.rotational = text != "0";
         }
         if (device.sysfsPath.starts_with("devices/virtual/block/")) {
             device.kind = BlockKind::volume;
@@ -176,7 +161,7 @@ class CBlockCollector {
         device.type = isOptical ? "rom" : "disk";
         const DevicePath path = parseDevicePath(device.sysfsPath);
         Disk& disk = device.disk;
-        disk.removable = folder.ReadAttribute("removable") == "1";
+        disk.removable = attributeText(folder, "removable") == "1";
         disk.pciName = path.pciName;
         disk.transport = path.transport;
         disk.scsiAddress = path.scsiAddress;
@@ -188,28 +173,29 @@ class CBlockCollector {
         } else if (path.transport == "mmc") {
             AddCard(folder, disk);
         } else {
-            disk.vendor = textIn(folder, "device/vendor");
+            disk.vendor = identityText(folder, "device/vendor");
         }
         AddIdentity(record, disk);
     }
 
     void AddScsi(const COpenFolder& folder, const DevicePath& path, const CUdevRecord& record,
                  bool hasRecord, Disk& disk) {
-        disk.vendor = textIn(folder, "device/vendor");
-        disk.state = textIn(folder, "device/state");
+        disk.vendor = identityText(folder, "device/vendor");
+        disk.state = identityText(folder, "device/state");
         if (record.Property("ID_MODEL").empty()) {
-            disk.model = textIn(folder, "device/model");
+            disk.model = identityText(folder, "device/model");
         }
         if (record.Property("ID_REVISION").empty()) {
-            disk.firmware = textIn(folder, "device/rev");
+            disk.firmware = identityText(folder, "device/rev");
         }
         if (!hasRecord) {
-            disk.serial = serialOfPage(folder.ReadAttribute("device/vpd_pg80").value_or(""));
+            disk.serial = serialOfPage(attributeText(folder, "device/vpd_pg80"));
             // "naa.5000c500a1b2c3d4"; "t10." is not a worldwide name.
-            if (const std::string id = textIn(folder, "device/wwid"); id.starts_with("naa.")) {
+            if (const std::string id = identityText(folder, "device/wwid");
+                id.starts_with("naa.")) {
                 disk.wwn = "0x" + id.substr(4);
             }
-            if (textIn(folder, "device/power/runtime_status") == "suspended") {
+            if (identityText(folder, "device/power/runtime_status") == "suspended") {
                 disk.state = "suspended";
             }
         }
@@ -220,18 +206,17 @@ class CBlockCollector {
     }
 
     static void AddNamespace(const COpenFolder& folder, Disk& disk) {
-        disk.wwn = textIn(folder, "wwid");
-        disk.nguid = withoutBlanks(textIn(folder, "nguid"));
+        disk.wwn = identityText(folder, "wwid");
+        disk.nguid = withoutBlanks(identityText(folder, "nguid"));
         std::erase(disk.nguid, '-');
-        disk.eui64 = withoutBlanks(textIn(folder, "eui"));
-        constexpr std::uint64_t max = std::numeric_limits<std::uint32_t>::max();
-        disk.namespaceId = static_cast<std::uint32_t>(numberIn(folder, "nsid", max).value_or(0));
+        disk.eui64 = withoutBlanks(identityText(folder, "eui"));
+        disk.namespaceId = attributeNumber(folder, "nsid");
     }
 
     static void AddCard(const COpenFolder& folder, Disk& disk) {
-        disk.model = textIn(folder, "device/name");
-        disk.serial = textIn(folder, "device/serial");
-        disk.firmware = textIn(folder, "device/fwrev");
+        disk.model = identityText(folder, "device/name");
+        disk.serial = identityText(folder, "device/serial");
+        disk.firmware = identityText(folder, "device/fwrev");
     }
 
     // What udevd knows goes before the attributes: it has asked the disk itself, where sysfs has

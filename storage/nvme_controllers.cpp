@@ -6,8 +6,8 @@
 #include "devscan/fc_hosts.h"
 #include "devscan/hardware_address.h"
 #include "platform/text.h"
+#include "storage/attributes.h"
 #include "storage/device_path.h"
-#include "storage/udev_record.h"
 
 namespace em_pni {
 namespace {
@@ -53,18 +53,15 @@ std::vector<NvmeController> readNvmeControllers(const CFileTree& files) {
         if (!link || !folder) {
             continue;
         }
-        const auto text = [&folder](const char* attribute) {
-            return singleBlanks(printableText(folder->ReadAttribute(attribute).value_or("")));
-        };
         NvmeController& one = controllers.emplace_back();
         one.name = name;
-        one.transport = text("transport");
-        one.address = text("address");
-        one.state = text("state");
-        one.subsystem = text("subsysnqn");
-        one.model = text("model");
-        one.serial = text("serial");
-        one.firmware = text("firmware_rev");
+        one.transport = identityText(*folder, "transport");
+        one.address = identityText(*folder, "address");
+        one.state = identityText(*folder, "state");
+        one.subsystem = identityText(*folder, "subsysnqn");
+        one.model = identityText(*folder, "model");
+        one.serial = identityText(*folder, "serial");
+        one.firmware = identityText(*folder, "firmware_rev");
         one.targetPort = portNameIn(one.address, "traddr=");
         const WorldWideName ownPort = portNameIn(one.address, "host_traddr=");
         one.pciName = ownPort != 0 ? pciNameOfPort(files, ownPort)

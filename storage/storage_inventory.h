@@ -16,7 +16,8 @@ namespace em_pni {
 
 // A PCI function that disks hang on, or another one of the storage class.
 struct StorageController {
-    // "0000:03:00.0"; five digits before the first colon behind a volume management device.
+    // "0000:03:00.0". Behind a volume management device there are five digits before the first
+    // colon.
     std::string pciAddress;
     PciIds ids;
     std::uint16_t classCode = 0;
@@ -33,9 +34,8 @@ struct NvmeController {
     std::string model;
     std::string serial;
     std::string firmware;
-    WorldWideName targetPort = 0;  // of a Fibre Channel target
-    // Address of its PCI function; of the Fibre Channel host for "fc".
-    std::string pciName;
+    WorldWideName targetPort = 0;           // of a Fibre Channel target
+    std::string pciName;                    // address of its PCI function or Fibre Channel host
     std::optional<std::size_t> controller;  // index of the PCI function
 };
 
@@ -106,11 +106,11 @@ struct Content {
     std::string tableUuid;
 };
 
-// In bytes. The file system keeps the rest for root.
+// In bytes.
 struct SpaceUsage {
     std::uint64_t size = 0;
     std::uint64_t used = 0;
-    std::uint64_t available = 0;
+    std::uint64_t available = 0;  // to users other than root
 };
 
 struct Mount {
@@ -134,10 +134,9 @@ enum class BlockKind : std::uint8_t { disk, optical, partition, volume };
 
 struct BlockDevice {
     BlockKind kind = BlockKind::disk;
-    std::string
-        type;  // "disk", "rom", "part", "lvm", "crypt", "raid1", "mpath", "bcache", "loop", ...
-    std::string name;                // of the kernel
-    std::string path;                // "/dev/sda"
+    std::string type;  // as lsblk names it: "disk", "rom", "part", "lvm", "crypt", "raid1", "mpath"
+    std::string name;  // of the kernel
+    std::string path;  // "/dev/sda"
     std::string sysfsPath;           // below /sys
     std::vector<std::string> links;  // "/dev/disk/by-id/...", "/dev/mapper/vg-root", sorted
     std::uint32_t major = 0;

@@ -24,9 +24,9 @@ std::vector<std::string> controllerNames(const StorageFacts& facts);
 // Names that lead nowhere are left out.
 StorageInventory resolveStorage(StorageFacts facts);
 
-// Whether opening a device cannot wake a disk, move a medium, or wait for a suspended volume: no
-// disk under it is optical, or rotates, or is not running. A virtio disk counts as one that does
-// not rotate, because the kernel does not know.
+// Whether a device can be opened without waking a disk, moving a medium, or waiting for a suspended
+// volume. All disks under it must run and must not be optical or rotate. A virtio disk counts as
+// one that does not rotate, because the kernel does not know.
 bool isSafeToOpen(const StorageInventory& storage, std::size_t device);
 
 }  // namespace em_pni

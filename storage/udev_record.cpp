@@ -55,14 +55,4 @@ std::string unescaped(std::string_view text) {
     return result;
 }
 
-std::string singleBlanks(std::string_view text) {
-    std::string result;
-    for (const char c : trimBlanks(text)) {
-        if (c != ' ' || result.back() != ' ') {
-            result += c;
-        }
-    }
-    return result;
-}
-
 }  // namespace em_pni

@@ -34,7 +34,4 @@ std::optional<CUdevRecord> readUdevRecord(const CFileTree& files, std::uint32_t 
 // `text` with a byte for each escape "\x20".
 std::string unescaped(std::string_view text);
 
-// `text` without blanks at both ends and with one blank for several.
-std::string singleBlanks(std::string_view text);
-
 }  // namespace em_pni

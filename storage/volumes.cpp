@@ -1,28 +1,18 @@
 #include "storage/volumes.h"
 
 #include <algorithm>
-#include <limits>
 
-#include "platform/number.h"
 #include "platform/text.h"
+#include "storage/attributes.h"
 
 namespace em_pni {
 namespace {
 
-std::string textIn(const COpenFolder& folder, const std::string& path) {
-    return folder.ReadAttribute(path).value_or("");
-}
-
-std::uint32_t numberIn(const COpenFolder& folder, const std::string& path) {
-    constexpr std::uint64_t max = std::numeric_limits<std::uint32_t>::max();
-    return static_cast<std::uint32_t>(parseDecimal(textIn(folder, path), max).value_or(0));
-}
-
 void addMapperFacts(const COpenFolder& folder, BlockDevice& device) {
     Volume& volume = device.volume;
-    volume.name = textIn(folder, "dm/name");
-    volume.uuid = textIn(folder, "dm/uuid");
-    volume.state = textIn(folder, "dm/suspended") == "1" ? "suspended" : "running";
+    volume.name = attributeText(folder, "dm/name");
+    volume.uuid = attributeText(folder, "dm/uuid");
+    volume.state = attributeText(folder, "dm/suspended") == "1" ? "suspended" : "running";
     device.type = mapperType(volume.uuid);
     if (device.type == "lvm") {
         LvmName name = parseLvmName(volume.name);
@@ -33,19 +23,19 @@ void addMapperFacts(const COpenFolder& folder, BlockDevice& device) {
 
 void addArrayFacts(const CFileTree& files, const COpenFolder& folder, BlockDevice& device) {
     Volume& volume = device.volume;
-    const std::string level = textIn(folder, "md/level");
+    const std::string level = attributeText(folder, "md/level");
     device.type = level.empty() ? "md" : level;
-    volume.state = textIn(folder, "md/array_state");
-    volume.uuid = textIn(folder, "md/uuid");
-    volume.places = numberIn(folder, "md/raid_disks");
-    volume.degraded = numberIn(folder, "md/degraded");
+    volume.state = attributeText(folder, "md/array_state");
+    volume.uuid = attributeText(folder, "md/uuid");
+    volume.places = attributeNumber(folder, "md/raid_disks");
+    volume.degraded = attributeNumber(folder, "md/degraded");
     const auto names = files.List(joinedPath({"sys", device.sysfsPath, "md"}));
     for (const std::string& name : names.value_or(std::vector<std::string>())) {
         constexpr std::string_view prefix = "dev-";
         if (name.starts_with(prefix)) {
             volume.members.push_back({name.substr(prefix.size()),
-                                      textIn(folder, "md/" + name + "/slot"),
-                                      textIn(folder, "md/" + name + "/state")});
+                                      attributeText(folder, "md/" + name + "/slot"),
+                                      attributeText(folder, "md/" + name + "/state")});
         }
     }
 }
@@ -66,10 +56,10 @@ void addVolumeFacts(const CFileTree& files, const COpenFolder& folder, BlockDevi
     } else if (device.type == "md" || device.type == "md_d") {
         addArrayFacts(files, folder, device);
     } else if (device.type == "bcache") {
-        device.volume.state = textIn(folder, "bcache/state");
-        device.volume.cacheMode = chosenWord(textIn(folder, "bcache/cache_mode"));
+        device.volume.state = attributeText(folder, "bcache/state");
+        device.volume.cacheMode = chosenWord(attributeText(folder, "bcache/cache_mode"));
     } else if (device.type == "loop") {
-        device.volume.backingFile = textIn(folder, "loop/backing_file");
+        device.volume.backingFile = attributeText(folder, "loop/backing_file");
     }
 }
 
