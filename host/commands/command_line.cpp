@@ -172,6 +172,20 @@ void addAdapters(CLI::App& app, Action& action) {
     setAction(*command, action, options, listAdapters);
 }
 
+void addStorage(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<StorageOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "storage", "List the disks, partitions, volumes and file systems of this machine");
+    CLI::Option* const json =
+        command->add_flag("--json", options->json, "Print a JSON object; null = not known");
+    command->add_flag("--tree", options->tree, "Print a tree from controller to mount. The default")
+        ->excludes(json);
+    command->footer(
+        "Writes nothing and wakes no sleeping disk. Exit code: 0 done, also when a part of the\n"
+        "machine cannot be read.\n\nExample:\n  pni-host storage --json");
+    setAction(*command, action, options, listStorage);
+}
+
 void addCreate(CLI::App& app, Action& action) {
     const auto options = std::make_shared<CreateOptions>();
     CLI::App* const command =
@@ -376,6 +390,7 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     addBackup(app, action);
     addRestore(app, action);
     addAdapters(app, action);
+    addStorage(app, action);
     addCreate(app, action);
     try {
         app.parse(argc, argv);
