@@ -65,6 +65,39 @@ TEST(HostCommandLine, BadArgumentsReturn2AndHelpReturns0) {
     EXPECT_EQ(run({"run", "--help"}).code, 0);
 }
 
+TEST(HostRestore, RefusesWhatANeighbourOrTheRecordWouldLose) {
+    const test::CTempDirectory folder;
+    const std::string good = test::contentOf(samplePath("three-modules-in-2k-device.fru"));
+    std::string other = good;
+    other[1900] = 'x';  // a byte of nobody
+    std::string broken = good;
+    ++broken[300];
+    std::string product = good;
+    product[4] = 1;  // states an area
+    product[7] = static_cast<char>(product[7] - 1);
+    const std::string longer = good + std::string(8, '\0');
+    const std::string target = folder.Write("target.fru", good);
+    for (const auto& [content, isRefused] :
+         std::vector<std::pair<std::string, bool>>{{other, false},
+                                                   {broken, true},
+                                                   {product, true},
+                                                   {longer, true},
+                                                   {good.substr(0, 1500), true},
+                                                   {good, false}}) {
+        const std::string file = folder.Write("file.fru", content);
+        folder.Write("target.fru", good);
+        EXPECT_EQ(run({"restore", file, target}).code, isRefused ? 2 : 0);
+        EXPECT_TRUE(test::contentOf(target) == (isRefused ? good : content));
+        EXPECT_EQ(run({"restore", "--force", file, target}).code, 0);
+        std::string padded = content;
+        padded.resize(std::max(good.size(), content.size()));
+        EXPECT_TRUE(test::contentOf(target) == padded);
+        EXPECT_EQ(run({"backup", target, folder.File("copy.fru"), "--force"}).code, 0);
+        EXPECT_TRUE(test::contentOf(folder.File("copy.fru")) == padded);
+    }
+    EXPECT_EQ(run({"backup", target, folder.File("copy.fru")}).code, 2) << "the file exists";
+}
+
 // Passes with any adapters of this machine, also without.
 TEST(HostCreate, MakesAValidImageOrNone) {
     const test::CTempDirectory folder;

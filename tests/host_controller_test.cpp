@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <numeric>
 
+#include "host/machine/fru_image.h"
 #include "host/output/host_error.h"
 #include "host/session/played_host.h"
 #include "tests/record_builder.h"
@@ -15,6 +16,8 @@ struct CListener final : CIFruListener {
     void OnWritten(std::size_t) override {}
     void OnReadFailed(const std::string&) override {}
     void OnWriteFailed(const std::string&) override {}
+    void OnChangedByOthers() override {}
+    void OnNote(const std::string&) override {}
 };
 
 struct CNoNetwork final : CINetworkView {
@@ -32,7 +35,8 @@ class HostController : public testing::Test {
     HostController() { std::iota(all_.begin(), all_.end(), std::uint8_t{0}); }
 
     std::uint32_t Send(CKrcpMessage& message, const std::string& path) {
-        const CFruImage image(path);
+        const CFruPlace place({.path = path}, CFruPlace::Use::write);
+        CFruImage image(place);
         CFruController controller(image, listener_, CFruController::Access::readWrite);
         CPlayedHost(&controller, network_).SendRequest(nullptr, message, 1000);
         return krcp::status(message);
@@ -84,16 +88,17 @@ TEST_F(HostController, AFileThatIsNotAnImageIsRefused) {
     EXPECT_EQ(Send(read, folder_.Write("empty.fru", "")), krcp::EXEC_FAILED);
     EXPECT_EQ(Send(read, folder_.Write("large.fru", std::string(CFruImage::maxSize + 1, 'x'))),
               krcp::EXEC_FAILED);
-    EXPECT_THROW(CFruImage(folder_.File("none.fru")), CHostError);
+    EXPECT_THROW(CFruPlace({.path = folder_.File("none.fru")}, CFruPlace::Use::read), CHostError);
 }
 
 TEST_F(HostController, StaysInTheFolderThatItOpened) {
-    const CFruImage image(folder_.Write("mine/a.fru", "old"));
+    const CFruPlace place({.path = folder_.Write("mine/a.fru", "old")}, CFruPlace::Use::write);
+    CFruImage image(place);
     folder_.Write("other/a.fru", "other");
     std::filesystem::rename(folder_.File("mine"), folder_.File("moved"));
     std::filesystem::create_symlink("other", folder_.File("mine"));
     EXPECT_EQ(image.Read().size(), 3U);
-    image.Replace(all_);
+    image.Write({}, all_);
     EXPECT_EQ(test::contentOf(folder_.File("other/a.fru")), "other");
     EXPECT_EQ(test::contentOf(folder_.File("moved/a.fru")).size(), all_.size());
     folder_.Write("secret", "secret");

@@ -9,7 +9,7 @@
 
 #include "host/events/device_watch.h"
 #include "host/events/event_socket.h"
-#include "host/machine/image_lock.h"
+#include "host/machine/fru_lock.h"
 #include "host/output/host_error.h"
 #include "tests/host_program.h"
 #include "tests/network_namespace.h"
@@ -150,10 +150,10 @@ TEST(HostEventSocket, OneOfManyReplacesAKilledHost) {
 
 TEST(HostImageLock, IsForOneProgramOfItsOwner) {
     const test::CTempDirectory folder;
-    const CFruImage image(folder.Write("a.fru", "A"));
+    const CFruPlace image({.path = folder.Write("a.fru", "A")}, CFruPlace::Use::write);
     const std::string path = folder.File("a.fru.lock");
     {
-        const CImageLock lock(image);
+        const CFruLock lock(image);
         EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
         for (const char* const option : {"--once", "--no-watch"}) {
             CProgram other = scripted({"run", "--fru", image.Name(), option});
@@ -165,13 +165,13 @@ TEST(HostImageLock, IsForOneProgramOfItsOwner) {
     }
     EXPECT_FALSE(std::filesystem::exists(path));
     folder.Write("a.fru.lock", "");
-    EXPECT_THROW(CImageLock{image}, CHostError) << "other users can hold the lock of this file";
+    EXPECT_THROW(CFruLock{image}, CHostError) << "other users can hold the lock of this file";
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
 TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     const test::CTempDirectory folder;
-    const CFruImage image(folder.Write("a.fru", "A"));
+    const CFruPlace image({.path = folder.Write("a.fru", "A")}, CFruPlace::Use::write);
     const std::string path = folder.File("a.fru.events");
     std::ostringstream errors;
     CConsole console(errors, errors);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include "em_pni/krcp_message.h"
 
@@ -82,6 +84,55 @@ TEST(HostRun, AWriteThatFailedIsTheExitCode) {
         EXPECT_FALSE(contains(program.Output(), "\nunchanged\n")) << program.Output();
         EXPECT_EQ(test::contentOf(image), error.empty() ? "BBC" : content);
     }
+}
+
+// The module begins again with the new bytes, and gets the device event again.
+TEST(HostRun, WritesNothingOverAChangeOfAnotherProgram) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("a.fru", "A");
+    CProgram program = scripted({"run", "--fru", image, "--no-watch"});
+    ASSERT_TRUE(program.ReadUntil("added: module 0 Period"));
+    folder.Write("a.fru", "a");
+    EXPECT_EQ(CProgram({"event", "added", image}).Wait(), 0);
+    EXPECT_TRUE(program.ReadUntil("restarted: another program has changed the FRU data"));
+    EXPECT_TRUE(program.ReadUntil("-> 108")) << program.Output();
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_EQ(test::contentOf(image), "l");  // a + 1 + 10
+}
+
+TEST(HostRun, TellsSystemdHowItIsAndReloads) {
+    const test::CTempDirectory folder;
+    const std::string image = folder.Write("run/a.fru", "A");
+    const CFileDescriptor manager(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    folder.File("notify").copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(manager.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    std::string told;
+    const auto isTold = [&](const std::string& text) {
+        pollfd polled{manager.Get(), POLLIN, 0};
+        while (!contains(told, text) && ::poll(&polled, 1, 20000) > 0) {
+            char message[256];
+            const ssize_t got = ::recv(manager.Get(), message, sizeof message, 0);
+            told.append(message, static_cast<std::size_t>(std::max<ssize_t>(got, 0))) += '\n';
+        }
+        const bool result = contains(told, text);
+        told.clear();
+        return result;
+    };
+    CProgram program = scripted({"run", "--fru", image, "--no-watch"},
+                                {"NOTIFY_SOCKET=" + folder.File("notify"), "WATCHDOG_USEC=100000"});
+    EXPECT_TRUE(isTold("READY=1"));
+    EXPECT_TRUE(isTold("STATUS=keeps the record up to date, 1 write"));
+    EXPECT_TRUE(isTold("WATCHDOG=1"));
+    program.Signal(SIGHUP);
+    EXPECT_TRUE(isTold("RELOADING=1"));
+    EXPECT_TRUE(isTold("READY=1"));
+    ASSERT_TRUE(program.ReadUntil("FirstByte: 66 -> 67"));
+    program.Signal(SIGTERM);
+    EXPECT_TRUE(isTold("STOPPING=1"));
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
 }
 
 TEST(HostModuleLibrary, IsFoundBelowAnyPrefix) {

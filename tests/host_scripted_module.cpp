@@ -36,6 +36,11 @@ class CScriptedModule final : public CExtensionModule {
         return 1;
     }
     std::uint32_t OnSwitchStarted() override {
+        Join();
+        {
+            const std::lock_guard guard(lock_);
+            record_.clear();
+        }
         thread_ = std::thread([this] { Cycle(1); });
         return 1;
     }

@@ -37,6 +37,35 @@ void addFileArgument(CLI::App& command, std::string& file, const std::string& de
     command.add_option("FILE", file, description)->required()->type_name("");
 }
 
+// FRU data: an image file or a controller.
+void addFruArgument(CLI::App& command, const std::string& name, FruSource& source,
+                    const std::string& description) {
+    command.add_option(name, source.path, description)
+        ->required()
+        ->type_name(name.starts_with("--") ? "FRU" : "");
+}
+
+// Also for the paths of several FRU data.
+void addControllerOptions(CLI::App& command, FruSource& source) {
+    command
+        .add_option("--fru-id", source.fruId,
+                    "Use this FRU device of the controller, 0 to 254.\nDefault: 0")
+        ->type_name("N")
+        ->check(CLI::Range(0, 254).description(""));
+    command
+        .add_option("--state-dir", source.stateFolder,
+                    "Keep the lock, the event socket and the journal of a\n"
+                    "controller in this folder. Default: " +
+                        source.stateFolder)
+        ->type_name("DIR")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                return text.empty() ? std::string("the name of the folder is empty")
+                                    : std::string();
+            },
+            ""));
+}
+
 void addModuleOption(CLI::App& command, std::string& path) {
     command
         .add_option("--module", path,
@@ -48,19 +77,26 @@ void addModuleOption(CLI::App& command, std::string& path) {
 
 void addCheck(CLI::App& app, Action& action) {
     const auto options = std::make_shared<CheckOptions>();
-    CLI::App* const command = app.add_subcommand("check", "Check whether FRU images are valid");
-    command->add_option("FILE", options->files, "FRU image files")->required()->type_name("");
+    CLI::App* const command = app.add_subcommand("check", "Check whether FRU data are valid");
+    command
+        ->add_option("FRU", options->paths,
+                     "Image files, IPMI devices such as /dev/ipmi0, or -\nfor standard input")
+        ->required()
+        ->type_name("");
+    addControllerOptions(*command, options->common);
     command->footer(
-        "Prints a line for each file. Exit code: 0 all images are valid, 1 an image is not valid,\n"
-        "2 a file cannot be read.\n\nExample:\n  pni-host check board.fru spare.fru");
+        "Prints a line for each. Exit code: 0 all are valid, 1 one is not valid, 2 one cannot be\n"
+        "read.\n\nExamples:\n  pni-host check board.fru spare.fru\n  pni-host check /dev/ipmi0");
     setAction(*command, action, options, checkFiles);
 }
 
 void addQuery(CLI::App& app, Action& action) {
     const auto options = std::make_shared<QueryOptions>();
     CLI::App* const command =
-        app.add_subcommand("query", "Print the inventory in a FRU image as JSON or as a tree");
-    addFileArgument(*command, options->file, "FRU image file; it does not change");
+        app.add_subcommand("query", "Print the inventory in FRU data as JSON or as a tree");
+    addFruArgument(*command, "FRU", options->source,
+                   "Image file, IPMI device, or - for standard input;\nit does not change");
+    addControllerOptions(*command, options->source);
     command
         ->add_option("--technology", options->filter.technology,
                      "Print only modules of this technology: CNA, FC, IB,\nEth (or NIC), SAS")
@@ -75,8 +111,8 @@ void addQuery(CLI::App& app, Action& action) {
     command->add_flag("--tree", options->tree, "Print a tree of modules, ports and functions");
     addModuleOption(*command, options->module);
     command->footer(
-        "Exit code: 0 done, 1 the module refuses (standard error has its status), 2 the file or\n"
-        "the module cannot be used.\n\nExamples:\n  pni-host query board.fru --tree\n"
+        "Exit code: 0 done, 1 the module refuses (standard error has its status), 2 the FRU data\n"
+        "or the module cannot be used.\n\nExamples:\n  pni-host query board.fru --tree\n"
         "  pni-host query board.fru --technology FC --fields ActiveWWPN,Speed,SpeedUnit");
     setAction(*command, action, options, queryFile);
 }
@@ -121,10 +157,10 @@ void addCreate(CLI::App& app, Action& action) {
 void addRun(CLI::App& app, Action& action) {
     const auto options = std::make_shared<RunOptions>();
     CLI::App* const command =
-        app.add_subcommand("run", "Run the module, which keeps the record in a FRU image correct");
-    command->add_option("--fru", options->file, "FRU image file; replaced when the record changes")
-        ->required()
-        ->type_name("FILE");
+        app.add_subcommand("run", "Run the module, which keeps the record in FRU data correct");
+    addFruArgument(*command, "--fru", options->source,
+                   "Image file or IPMI device; changed when the record\nchanges");
+    addControllerOptions(*command, options->source);
     command->add_flag("--once", options->once,
                       "Run one cycle. Default: run until SIGINT, SIGTERM,\n"
                       "SIGHUP, or until nobody reads the output");
@@ -149,18 +185,63 @@ void addRun(CLI::App& app, Action& action) {
     addModuleOption(*command, options->module);
     command->footer(
         "Prints a line for each read, write and change. Exit code: 0 done, 1 a write failed or\n"
-        "the record is not valid, 2 the file or the module cannot be used, or another pni-host\n"
-        "run is using the file. \"pni-host event\" reaches a run without --once through the "
-        "socket\n"
-        "FILE.events.\n\n"
+        "the record is not valid, 2 the FRU data or the module cannot be used, another pni-host\n"
+        "is using the FRU data, or a controller has no valid record. As a service of systemd,\n"
+        "SIGHUP reads the configuration of the module again.\n\n"
         "Examples:\n  pni-host run --fru board.fru --once\n"
-        "  pni-host run --fru board.fru --cycle 5000");
+        "  pni-host run --fru /dev/ipmi0");
     command->callback([&action, options, watch] {
         if (options->once && options->watch && watch->count() > 0) {
             throw CLI::ExcludesError("--watch", "--once");
         }
         action = [options](CConsole& console) { return runModule(*options, console); };
     });
+}
+
+void addBackup(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<BackupOptions>();
+    CLI::App* const command = app.add_subcommand("backup", "Copy whole FRU data to a file");
+    addFruArgument(*command, "FRU", options->source,
+                   "IPMI device or image file; it does not change");
+    addFileArgument(*command, options->file, "File to create; only its owner can read it");
+    command->add_flag("--force", options->force, "Replace an existing file");
+    addControllerOptions(*command, options->source);
+    command->footer(
+        "Exit code: 0 done, also without a valid record; 2 the FRU data cannot be read or the "
+        "file\n"
+        "cannot be created.\n\nExample:\n  pni-host backup /dev/ipmi0 before.fru");
+    setAction(*command, action, options, backUp);
+}
+
+void addRestore(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<RestoreOptions>();
+    CLI::App* const command = app.add_subcommand("restore", "Copy a file to whole FRU data");
+    addFileArgument(*command, options->file, "File with FRU data; - for standard input");
+    addFruArgument(*command, "FRU", options->target, "IPMI device or image file to change");
+    command->add_flag("--force", options->force,
+                      "Write also an image that is not valid, that has\nanother size, or that "
+                      "changes a chassis, board,\nproduct or multi-record area");
+    addControllerOptions(*command, options->target);
+    command->footer(
+        "Writes only bytes that differ, and compares what it has written. A shorter file is "
+        "padded\n"
+        "with zeros. Exit code: 0 done, 2 the FRU data are not or not wholly written.\n\n"
+        "Example:\n  pni-host restore before.fru /dev/ipmi0");
+    setAction(*command, action, options, restore);
+}
+
+void addDiff(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<DiffOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "diff", "Print what the module would change in FRU data on this machine");
+    addFruArgument(*command, "FRU", options->source,
+                   "IPMI device, image file, or - for standard input; it\ndoes not change");
+    addControllerOptions(*command, options->source);
+    addModuleOption(*command, options->module);
+    command->footer(
+        "Runs one cycle of the module on a copy. Exit code: 0 it would change nothing, 1 it would\n"
+        "change something, 2 it cannot tell.\n\nExample:\n  pni-host diff /dev/ipmi0");
+    setAction(*command, action, options, showDifference);
 }
 
 void addEvent(CLI::App& app, Action& action) {
@@ -177,10 +258,12 @@ void addEvent(CLI::App& app, Action& action) {
         ->required()
         ->type_name("")
         ->check(CLI::IsMember(hostEventWords()).description(""));
-    addFileArgument(*command, options->file, "Image file of the running pni-host");
+    addFruArgument(*command, "FRU", options->source,
+                   "Image file or IPMI device of the running pni-host");
+    addControllerOptions(*command, options->source);
     command->footer(
         "The module gets the event at once. Exit code: 0 sent, 2 no pni-host run is using the\n"
-        "file, or it cannot be reached.\n\nExample:\n  pni-host event added board.fru");
+        "FRU data, or it cannot be reached.\n\nExample:\n  pni-host event added board.fru");
     setAction(*command, action, options, sendEvent);
 }
 
@@ -188,16 +271,19 @@ void addEvent(CLI::App& app, Action& action) {
 std::optional<int> parse(int argc, const char* const* argv, std::ostream& output,
                          std::ostream& errors, Action& action) {
     CLI::App app(
-        "Reference host of the extension module em_pni: plays the management controller\n"
-        "with a FRU image file.",
+        "Reference host of the extension module em_pni. FRU data may be an image file, or those\n"
+        "of a management controller behind an IPMI device such as /dev/ipmi0.",
         "pni-host");
     app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION);
     app.require_subcommand(0, 1);
     app.footer("\"pni-host COMMAND --help\" describes a command.");
     addCheck(app, action);
     addQuery(app, action);
+    addDiff(app, action);
     addRun(app, action);
     addEvent(app, action);
+    addBackup(app, action);
+    addRestore(app, action);
     addAdapters(app, action);
     addCreate(app, action);
     try {

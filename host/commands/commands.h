@@ -10,6 +10,7 @@
 
 #include "host/events/host_event.h"
 #include "host/machine/fru_image.h"
+#include "host/machine/fru_place.h"
 #include "host/machine/image_builder.h"
 #include "host/output/console.h"
 #include "host/session/inventory_request.h"
@@ -23,12 +24,22 @@ struct AdaptersOptions {
 // Lists the adapters of this machine. exitFailed when its PCI functions cannot be read.
 int listAdapters(const AdaptersOptions& options, CConsole& console);
 
-struct CheckOptions {
-    std::vector<std::string> files;
+struct BackupOptions {
+    FruSource source;
+    std::string file;    // to create
+    bool force = false;  // replace an existing file
 };
 
-// Prints a line for each file. exitUnusable when a file cannot be read, else exitFailed when an
-// image is not valid.
+// Copies FRU data to a file.
+int backUp(const BackupOptions& options, CConsole& console);
+
+struct CheckOptions {
+    FruSource common;                // FRU id and state folder for all of them
+    std::vector<std::string> paths;  // "-" = standard input
+};
+
+// Prints a line for each. exitUnusable when FRU data cannot be read, else exitFailed when an image
+// is not valid.
 int checkFiles(const CheckOptions& options, CConsole& console);
 
 struct CreateOptions {
@@ -41,34 +52,52 @@ struct CreateOptions {
 // cannot be read.
 int createImage(const CreateOptions& options, CConsole& console);
 
-struct EventOptions {
-    HostEvent event = HostEvent::deviceAdded;
-    std::string file;  // image of the running pni-host
+struct DiffOptions {
+    FruSource source;
+    std::string module;  // path; empty = the default module
 };
 
-// Sends an event to the running pni-host of an image.
+// Prints what the module would change. The FRU data never change. exitFailed when it would change
+// something, exitUnusable when it cannot tell.
+int showDifference(const DiffOptions& options, CConsole& console);
+
+struct EventOptions {
+    HostEvent event = HostEvent::deviceAdded;
+    FruSource source;  // of the running pni-host
+};
+
+// Sends an event to the running pni-host of FRU data.
 int sendEvent(const EventOptions& options, CConsole& console);
 
 struct QueryOptions {
-    std::string file;
+    FruSource source;
     std::string module;  // path; empty = the default module
     InventoryFilter filter;
     bool tree = false;
 };
 
-// Prints the inventory in an image. The file never changes. exitFailed when the module refuses.
+// Prints the inventory in FRU data. They never change. exitFailed when the module refuses.
 int queryFile(const QueryOptions& options, CConsole& console);
 
-struct RunOptions {
+struct RestoreOptions {
     std::string file;
+    FruSource target;
+    bool force = false;  // although the image is not valid, or changes another area
+};
+
+// Copies a file to FRU data.
+int restore(const RestoreOptions& options, CConsole& console);
+
+struct RunOptions {
+    FruSource source;
     std::string module;                  // path; empty = the default module
     bool once = false;                   // one cycle; else until SIGINT or SIGTERM
     std::optional<std::uint32_t> cycle;  // milliseconds; no value = as the module is configured
     bool watch = true;                   // report changes of network and devices; not with `once`
-    std::size_t capacity = CFruImage::maxSize;  // of the played controller, in bytes
+    std::size_t capacity = CFruImage::maxSize;  // of the record, in bytes
 };
 
-// Runs the module on an image. exitFailed when a write failed or the module has no valid record.
+// Runs the module on FRU data. exitFailed when a write failed or the module has no valid record.
 int runModule(const RunOptions& options, CConsole& console);
 
 }  // namespace em_pni

@@ -8,7 +8,8 @@
 #include "adapters/local_pni_adapter_handle.h"
 #include "host/commands/commands.h"
 #include "host/machine/fru_areas.h"
-#include "host/machine/image_lock.h"
+#include "host/machine/fru_image.h"
+#include "host/machine/fru_lock.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/host_error.h"
 #include "host/session/played_host.h"
@@ -40,7 +41,11 @@ class CTarget {
         if (!options.force) {
             failBecauseItExists(path_);
         }
-        old_.emplace(path_);  // resolves a symbolic link: its target is replaced
+        if (isIpmiDevice(path_)) {
+            throw CHostError(path_ + ": only \"pni-host restore\" writes to a controller");
+        }
+        // Resolves a symbolic link: its target is replaced.
+        old_.emplace(FruSource{.path = path_}, CFruPlace::Use::write);
         lock_.emplace(*old_);
         const auto bytes = readFruFile(path_);  // refuses a device and a folder
         if (const auto areas = neighbourAreas(CByteView(bytes)); !areas.empty()) {
@@ -49,7 +54,7 @@ class CTarget {
     }
     void Write(const std::vector<std::uint8_t>& image) const {
         if (old_) {
-            old_->Replace(image);
+            CFruImage(*old_).Write({}, image);
             return;
         }
         const std::string_view bytes(reinterpret_cast<const char*>(image.data()), image.size());
@@ -66,8 +71,8 @@ class CTarget {
 
   private:
     const std::string path_;
-    std::optional<CFruImage> old_;
-    std::optional<CImageLock> lock_;
+    std::optional<CFruPlace> old_;
+    std::optional<CFruLock> lock_;
 };
 
 // Answers questions about the network of the machine in this process.

@@ -5,8 +5,9 @@
 namespace em_pni {
 
 int sendEvent(const EventOptions& options, CConsole& console) {
-    if (!deliverEvent(CFruImage(options.file), options.event)) {
-        throw CHostError(options.file + ": no pni-host run is using it");
+    const CFruPlace place(options.source, CFruPlace::Use::read);
+    if (place.Folder() < 0 || !deliverEvent(place, options.event)) {
+        throw CHostError(place.Name() + ": no pni-host run is using it");
     }
     console.Line("sent: " + textOf(options.event));
     return exitDone;

@@ -1,4 +1,5 @@
 #include "host/commands/commands.h"
+#include "host/commands/reading.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/inventory_text.h"
 #include "host/output/inventory_tree.h"
@@ -16,6 +17,8 @@ class CQueryReport final : public CIFruListener {
     void OnWritten(std::size_t /*bytes*/) override {}
     void OnReadFailed(const std::string& reason) override { console_.Error(reason); }
     void OnWriteFailed(const std::string& reason) override { console_.Error(reason); }
+    void OnChangedByOthers() override {}
+    void OnNote(const std::string& text) override { console_.Error(text); }
 
   private:
     CConsole& console_;
@@ -24,10 +27,9 @@ class CQueryReport final : public CIFruListener {
 }  // namespace
 
 int queryFile(const QueryOptions& options, CConsole& console) {
-    const CFruImage image(options.file);
-    static_cast<void>(image.Read());  // reports a bad file before the module is loaded
+    const auto fru = copyOf(options.source, console);
     CQueryReport report(console);
-    CFruController controller(image, report, CFruController::Access::readOnly);
+    CFruController controller(*fru, report, CFruController::Access::readOnly);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
     CPlayedHost host(&controller, network);
@@ -45,11 +47,11 @@ int queryFile(const QueryOptions& options, CConsole& console) {
     // The document may refer to texts in the library: the library must still be loaded.
     const rapidjson::Value* const inventory = findInventory(request);
     if (inventory == nullptr) {
-        console.Error(options.file + ": the module answers " + answerText(request));
+        console.Error(fru->Name() + ": the module answers " + answerText(request));
         return exitFailed;
     }
     if (options.tree) {
-        console.Text(inventoryTree(options.file, *inventory));
+        console.Text(inventoryTree(options.source.path, *inventory));
     } else {
         console.Line(prettyJson(*inventory));
     }

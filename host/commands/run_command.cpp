@@ -1,17 +1,22 @@
 #include <atomic>
-#include <memory>
+#include <optional>
+#include <set>
+#include <string>
 #include <utility>
 #include <variant>
 
 #include "host/commands/commands.h"
+#include "host/commands/reading.h"
 #include "host/events/device_watch.h"
 #include "host/events/event_socket.h"
 #include "host/events/network_watch.h"
 #include "host/events/run_waiter.h"
-#include "host/machine/image_lock.h"
+#include "host/machine/fru_lock.h"
 #include "host/machine/kernel_network.h"
-#include "host/output/inventory_diff.h"
-#include "host/session/inventory_request.h"
+#include "host/machine/open_fru.h"
+#include "host/output/host_error.h"
+#include "host/output/service_status.h"
+#include "host/session/inventory_watch.h"
 #include "host/session/module_session.h"
 #include "host/session/played_host.h"
 #include "platform/text.h"
@@ -20,7 +25,7 @@ namespace em_pni {
 
 namespace {
 
-constexpr std::uint32_t onlyAfterEvents = 4294967295U;  // a cycle time
+constexpr unsigned mostRestarts = 3;  // of a run with --once
 
 class CRunReport final : public CIFruListener {
   public:
@@ -38,8 +43,16 @@ class CRunReport final : public CIFruListener {
         console_.Line("not written: " + reason);
         console_.Error(reason);
     }
+    void OnChangedByOthers() override {
+        changedByOthers_ = true;
+        waiter_.NotifyWritten();
+    }
+    void OnNote(const std::string& text) override { console_.Line("note: " + text); }
+
     [[nodiscard]] unsigned Writes() const noexcept { return writes_; }
     [[nodiscard]] bool WriteFailed() const noexcept { return writeFailed_; }
+    // True once for each time.
+    [[nodiscard]] bool TakeChangedByOthers() noexcept { return changedByOthers_.exchange(false); }
 
   private:
     void Say(const char* what, std::size_t bytes) {
@@ -50,76 +63,95 @@ class CRunReport final : public CIFruListener {
     CRunWaiter& waiter_;
     std::atomic<unsigned> writes_{0};
     std::atomic<bool> writeFailed_{false};
+    std::atomic<bool> changedByOthers_{false};
 };
 
-// Asks the module for its inventory and prints what has changed since the last time. The answers
-// may refer to texts in the module's library, which must outlive this.
-class CInventoryWatch {
+std::string config(const RunOptions& options) {
+    if (!options.cycle && !options.once) {
+        return "";  // the module looks for its file
+    }
+    return cycleConfig(options.cycle.value_or(onlyAfterEvents));
+}
+
+// The module in its session, which can be started anew.
+class CRunningModule {
   public:
-    CInventoryWatch(CModuleSession& session, CConsole& console)
-        : session_(session), console_(console) {}
+    CRunningModule(const CModuleLibrary& library, CIHostInterface& host, CRunReport& report,
+                   CConsole& console)
+        : library_(library), host_(host), report_(report), console_(console), watch_(console) {}
+
+    void Start() {
+        session_.emplace(library_, host_);
+        session_->Start();
+        console_.Line("started: " + session_->Description());
+        watch_.Look(*session_);
+        session_->SwitchStarted();
+    }
+
+    // The module reads its configuration and the record again.
+    void Reload() {
+        session_->Stop();
+        session_->Delete();
+        Start();
+        RepeatDeviceEvents();
+    }
+
+    void Deliver(const EventReport& event) {
+        const std::string origin = event.origin.empty() ? "" : " (" + printable(event.origin) + ")";
+        console_.Line("event: " + textOf(event.event) + origin);
+        if (auto message = messageOf(event.event)) {
+            session_->Report(*message);
+            if (event.event != HostEvent::addressChanged) {
+                deviceEvents_.insert(event.event);
+                writesBeforeEvents_ = report_.Writes();
+            }
+        } else {
+            session_->AnnounceShutdown();
+        }
+    }
+
+    // The module reads the record again.
+    void Restart() {
+        console_.Line("restarted: another program has changed the FRU data");
+        session_->SwitchStarted();
+        RepeatDeviceEvents();
+    }
 
     void Look() {
-        auto now = std::make_unique<CKrcpMessage>(makeInventoryRequest({}));
-        session_.Request(*now);
-        const rapidjson::Value* const inventory = findInventory(*now);
-        valid_ = inventory != nullptr;
-        if (!valid_) {
-            Complain("the module has no inventory: " + answerText(*now));
-            return;
+        if (report_.Writes() != writesBeforeEvents_) {
+            deviceEvents_.clear();
         }
-        if (last_ != nullptr) {
-            const rapidjson::Value& before = *findInventory(*last_);
-            for (const std::string& line : inventoryDifferences(before, *inventory)) {
-                console_.Line(line);
-                changed_ = true;
-            }
-        }
-        last_ = std::move(now);
+        watch_.Look(*session_);
     }
 
-    [[nodiscard]] bool Valid() const noexcept { return valid_; }
-    [[nodiscard]] bool Changed() const noexcept { return changed_; }
+    void AnnounceShutdown() { session_->AnnounceShutdown(); }
+    void Stop() { session_->Stop(); }
+    // False when the module reports a failure.
+    bool Delete() { return session_->Delete(); }
+    [[nodiscard]] bool Valid() const noexcept { return watch_.Valid(); }
+    [[nodiscard]] bool Changed() const noexcept { return watch_.Changed(); }
 
   private:
-    // Prints a repeated error only once.
-    void Complain(const std::string& text) {
-        if (text != complaint_) {
-            console_.Error(text);
-            complaint_ = text;
+    // The module has taken these events to a record that was not written.
+    void RepeatDeviceEvents() {
+        for (const HostEvent event : deviceEvents_) {
+            session_->Report(*messageOf(event));
         }
     }
 
-    CModuleSession& session_;
+    const CModuleLibrary& library_;
+    CIHostInterface& host_;
+    CRunReport& report_;
     CConsole& console_;
-    std::unique_ptr<CKrcpMessage> last_;  // has an inventory; null before the first one
-    std::string complaint_;
-    bool valid_ = false;
-    bool changed_ = false;
+    CInventoryWatch watch_;
+    std::optional<CModuleSession> session_;
+    std::set<HostEvent> deviceEvents_;  // since the last write
+    unsigned writesBeforeEvents_ = 0;   // when the last of them came
 };
 
-// The text of a configuration file; empty = the module looks for its file.
-std::string moduleConfig(const RunOptions& options) {
-    if (!options.cycle && !options.once) {
-        return "";
-    }
-    return "[EM_PNI]\nFruUpdateCycle=" + std::to_string(options.cycle.value_or(onlyAfterEvents)) +
-           "\n";
-}
-
-void deliver(const EventReport& event, CModuleSession& session, CConsole& console) {
-    const std::string origin = event.origin.empty() ? "" : " (" + printable(event.origin) + ")";
-    console.Line("event: " + textOf(event.event) + origin);
-    if (auto message = messageOf(event.event)) {
-        session.Report(*message);
-    } else {
-        session.AnnounceShutdown();
-    }
-}
-
-void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& image,
+void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruPlace& place,
                 CConsole& console) {
-    waiter.Add(std::make_unique<CEventSocket>(image, console));
+    waiter.Add(std::make_unique<CEventSocket>(place, console));
     if (options.watch) {
         // Device events come first: one cycle then sees that a card and its addresses are gone.
         waiter.Add(std::make_unique<CDeviceWatch>());
@@ -128,57 +160,90 @@ void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruImage& 
 }
 
 // Runs until a signal ends it.
-void serve(CModuleSession& session, CRunWaiter& waiter, CInventoryWatch& watch, CConsole& console) {
+void serve(CRunningModule& module, CRunWaiter& waiter, CRunReport& report,
+           const CServiceStatus& service) {
     for (;;) {
+        service.Text("keeps the record up to date, " + std::to_string(report.Writes()) + " writes");
         const CRunWaiter::Occasion occasion = waiter.Wait();
+        service.Alive();
         if (std::holds_alternative<CRunWaiter::Stop>(occasion)) {
             return;
         }
-        if (const auto* const event = std::get_if<EventReport>(&occasion)) {
-            deliver(*event, session, console);
-        } else {
-            watch.Look();
+        if (std::holds_alternative<CRunWaiter::Reload>(occasion)) {
+            service.Reloading();
+            module.Reload();
+            service.Ready();
+        } else if (const auto* const event = std::get_if<EventReport>(&occasion)) {
+            module.Deliver(*event);
+        } else if (std::holds_alternative<CRunWaiter::Written>(occasion)) {
+            if (report.TakeChangedByOthers()) {
+                module.Restart();
+            }
+            module.Look();
         }
+    }
+}
+
+// Reports bad FRU data before the module is loaded. A controller needs a valid record: nothing is
+// ever written to one that has none.
+void requireUsable(COpenFru& fru, CConsole& console) {
+    if (const auto note = fru.Store().Mend()) {
+        console.Line("note: " + fru.Store().Name() + ": " + *note);
+    }
+    const std::vector<std::uint8_t> bytes = fru.Store().Read();
+    if (const auto fault = faultOf(CByteView(bytes)); fault && fru.IsController()) {
+        throw CHostError(fru.Store().Name() + ": no valid record: " + *fault);
     }
 }
 
 }  // namespace
 
 int runModule(const RunOptions& options, CConsole& console) {
-    const CFruImage image(options.file);
-    static_cast<void>(image.Read());  // reports a bad file before the module is loaded
-    image.RequireWritableFolder();
+    COpenFru fru(options.source, CFruPlace::Use::write);
+    requireWritableFolder(fru.Place());
+    const CServiceStatus service;
     const CEndSignals signals;  // a signal must not end the program before the lock is removed
-    const CImageLock lock(image);
-    CRunWaiter waiter(signals);  // its event socket must be gone before the lock
+    const CFruLock lock(fru.Place());
+    requireUsable(fru, console);
+    // Its event socket must be gone before the lock.
+    CRunWaiter waiter(signals,
+                      {.hangupReloads = service.IsService(), .tick = service.AliveInterval()});
     if (!options.once) {
-        addSources(waiter, options, image, console);
+        addSources(waiter, options, fru.Place(), console);
     }
     CRunReport report(console, waiter);
-    CFruController controller(image, report, CFruController::Access::readWrite, options.capacity);
+    CFruController controller(fru.Store(), report, CFruController::Access::readWrite,
+                              options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(&controller, network, moduleConfig(options));
+    CPlayedHost host(&controller, network, config(options));
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
-    CModuleSession session(library, host);
-    session.Start();
-    console.Line("started: " + session.Description());
-
-    CInventoryWatch watch(session, console);
-    watch.Look();
-    session.SwitchStarted();
-    if (!options.once) {
-        serve(session, waiter, watch, console);
-        session.AnnounceShutdown();  // with --once the only cycle must write
+    CRunningModule module(library, host, report, console);
+    module.Start();
+    if (options.once) {
+        module.Stop();
+        for (unsigned i = 0; i < mostRestarts && report.TakeChangedByOthers(); ++i) {
+            module.Restart();
+            module.Stop();
+        }
+    } else {
+        service.Ready();
+        serve(module, waiter, report, service);
+        service.Stopping();
+        module.AnnounceShutdown();  // with --once the only cycle must write
+        module.Stop();
     }
-    session.Stop();
     const unsigned writesSeen = report.Writes();
-    watch.Look();  // the last cycle may have ended after the last Wait
-    const bool deleted = session.Delete();
+    module.Look();  // the last cycle may have ended after the last Wait
+    const bool deleted = module.Delete();
+    controller.Finish();
+    if (report.TakeChangedByOthers()) {
+        report.OnWriteFailed("another program has changed the FRU data");
+    }
     if (report.Writes() != writesSeen) {
         // Stop waits five seconds for a running cycle, Delete waits until it has ended.
         console.Line("changed: the last cycle made more changes, which are not listed");
-    } else if (options.once && watch.Valid() && !watch.Changed() && !report.WriteFailed()) {
+    } else if (options.once && module.Valid() && !module.Changed() && !report.WriteFailed()) {
         console.Line("unchanged");
     }
     if (deleted) {
@@ -186,7 +251,7 @@ int runModule(const RunOptions& options, CConsole& console) {
     } else {
         console.Error(library.Path() + ": the module reports a failure at its end");
     }
-    return deleted && watch.Valid() && !report.WriteFailed() ? exitDone : exitFailed;
+    return deleted && module.Valid() && !report.WriteFailed() ? exitDone : exitFailed;
 }
 
 }  // namespace em_pni

@@ -22,7 +22,7 @@ constexpr std::size_t longestMessage = 32;
 constexpr timeval patience{.tv_sec = 2, .tv_usec = 0};  // with a host that does not read
 
 [[noreturn]] void fail(const EventPlace& place, const char* what) {
-    throw CHostError(systemErrorText(place.image + ": " + what, errno));
+    throw CHostError(systemErrorText(place.fruName + ": " + what, errno));
 }
 
 // The address of a socket: the file of `descriptor`, or `below` in that folder.
@@ -50,10 +50,10 @@ CFileDescriptor makeSocket(const EventPlace& place) {
 void requireOwnSocket(const EventPlace& place, const struct stat& status) {
     const std::string path = place.folderPath + place.name;
     if (!S_ISSOCK(status.st_mode)) {
-        throw CHostError(place.image + ": " + path + " exists and is not a socket");
+        throw CHostError(place.fruName + ": " + path + " exists and is not a socket");
     }
     if (status.st_uid != ::geteuid()) {
-        throw CHostError(place.image + ": " + path + " belongs to another user, with id " +
+        throw CHostError(place.fruName + ": " + path + " belongs to another user, with id " +
                          std::to_string(status.st_uid));
     }
 }
@@ -101,22 +101,22 @@ void requireUnused(const EventPlace& place) {
 
 }  // namespace
 
-EventPlace::EventPlace(const CFruImage& fruImage)
-    : image(fruImage.Name()),
-      folderPath(fruImage.FolderPath()),
-      name(fruImage.FileName() + ".events"),
-      folder(::openat(fruImage.Folder(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+EventPlace::EventPlace(const CFruPlace& fru)
+    : fruName(fru.Name()),
+      folderPath(fru.FolderPath()),
+      name(fru.FileName() + ".events"),
+      folder(::openat(fru.Folder(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
     if (!folder) {
         fail(*this, "cannot open its folder");
     }
 }
 
-CEventSocket::CEventSocket(const CFruImage& image, CConsole& console)
-    : place_(image), console_(console), socket_(makeSocket(place_)) {
+CEventSocket::CEventSocket(const CFruPlace& fru, CConsole& console)
+    : place_(fru), console_(console), socket_(makeSocket(place_)) {
     requireUnused(place_);
     const int folder = place_.folder.Get();
     // The name before it gets its own name, which is too long for an address. It is the same for
-    // each run of this image: the next one removes what a killed one left.
+    // each run with these data: the next one removes what a killed one left.
     const std::string firstName =
         ".pni-host." + std::to_string(std::hash<std::string>()(place_.name));
     // The file gets at most the mode that the socket has before bind.
@@ -168,8 +168,8 @@ std::optional<EventReport> CEventSocket::NextReport(Clock::time_point /*now*/) {
     return EventReport{event, "pni-host event"};
 }
 
-bool deliverEvent(const CFruImage& image, HostEvent event) {
-    const EventPlace place(image);
+bool deliverEvent(const CFruPlace& fru, HostEvent event) {
+    const EventPlace place(fru);
     const CFileDescriptor connected = connectTo(place);
     if (!connected) {
         return false;
@@ -181,7 +181,7 @@ bool deliverEvent(const CFruImage& image, HostEvent event) {
             return false;  // the host has just ended
         }
         if (errno == EAGAIN) {
-            throw CHostError(place.image + ": its pni-host run does not read events");
+            throw CHostError(place.fruName + ": its pni-host run does not read events");
         }
         fail(place, "cannot send the event");
     }

@@ -1,25 +1,25 @@
-// The socket through which `pni-host event` reaches the running host of an image: a datagram socket
-// "<image>.events" in the folder of the image, with access for its owner only. A message is the
-// word of an event.
+// The socket through which `pni-host event` reaches the running host of FRU data: a datagram socket
+// "<file name>.events" in the folder of their place, with access for its owner only. A message is
+// the word of an event.
 #pragma once
 
 #include <string>
 #include <sys/types.h>
 
 #include "host/events/host_event.h"
-#include "host/machine/fru_image.h"
+#include "host/machine/fru_place.h"
 #include "host/output/console.h"
 #include "platform/file.h"
 
 namespace em_pni {
 
-// The place of the socket of an image.
+// The place of the socket of FRU data.
 struct EventPlace {
-    // Throws a CHostError when the folder cannot be opened.
-    explicit EventPlace(const CFruImage& image);
+    // Throws a CHostError when the place has no folder.
+    explicit EventPlace(const CFruPlace& fru);
 
-    std::string image;       // as the user gave it
-    std::string folderPath;  // of the image, without symbolic links
+    std::string fruName;     // as the user knows the data
+    std::string folderPath;  // without symbolic links
     std::string name;        // of the socket in that folder
     CFileDescriptor folder;  // open: a path may be longer than the address of a socket
 };
@@ -27,9 +27,9 @@ struct EventPlace {
 // The end of the running host.
 class CEventSocket final : public CIEventSource {
   public:
-    // The caller holds the lock of the image. Replaces the socket of a killed host. Throws a
+    // The caller holds the lock of the data. Replaces the socket of a killed host. Throws a
     // CHostError when this fails. The console must outlive this.
-    CEventSocket(const CFruImage& image, CConsole& console);
+    CEventSocket(const CFruPlace& fru, CConsole& console);
     // Removes the socket.
     ~CEventSocket() override;
     CEventSocket(const CEventSocket&) = delete;
@@ -52,8 +52,8 @@ class CEventSocket final : public CIEventSource {
     Clock::time_point takenAt_;
 };
 
-// Sends the event to the running host of the image. False when there is none. Throws a CHostError
+// Sends the event to the running host of the data. False when there is none. Throws a CHostError
 // when the host cannot be reached, or runs as another user.
-bool deliverEvent(const CFruImage& image, HostEvent event);
+bool deliverEvent(const CFruPlace& fru, HostEvent event);
 
 }  // namespace em_pni

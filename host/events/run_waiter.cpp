@@ -11,6 +11,7 @@
 #include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 #include <utility>
 
 #include "host/output/host_error.h"
@@ -36,8 +37,10 @@ CEndSignals::~CEndSignals() {
     ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
 }
 
-CRunWaiter::CRunWaiter(const CEndSignals& signals)
-    : signalQueue_(::signalfd(-1, &signals.Get(), SFD_CLOEXEC | SFD_NONBLOCK)),
+CRunWaiter::CRunWaiter(const CEndSignals& signals, const Settings& settings)
+    : settings_(settings),
+      nextTick_(Clock::now() + settings.tick.value_or(std::chrono::milliseconds::zero())),
+      signalQueue_(::signalfd(-1, &signals.Get(), SFD_CLOEXEC | SFD_NONBLOCK)),
       written_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!written_ || !signalQueue_) {
         throw CHostError(systemErrorText("cannot wait for signals", errno));
@@ -65,8 +68,12 @@ CRunWaiter::Occasion CRunWaiter::Wait() {
             }
             continue;
         }
+        if (settings_.tick && Clock::now() >= nextTick_) {
+            nextTick_ = Clock::now() + *settings_.tick;
+            return Tick{};
+        }
         if (polled[0].revents != 0) {
-            return Stop{};
+            return IsReload() ? Occasion(Reload{}) : Occasion(Stop{});
         }
         if (polled[1].revents != 0) {
             eventfd_t count = 0;
@@ -90,15 +97,29 @@ CRunWaiter::Occasion CRunWaiter::Wait() {
     }
 }
 
-// The time-out of poll: milliseconds until an event is due, -1 = no event is due.
+// Takes the signal.
+bool CRunWaiter::IsReload() const {
+    signalfd_siginfo signal{};
+    return ::read(signalQueue_.Get(), &signal, sizeof signal) == sizeof signal &&
+           signal.ssi_signo == SIGHUP && settings_.hangupReloads;
+}
+
+// The time-out of poll: milliseconds until an event or a tick is due, -1 = nothing is due.
 int CRunWaiter::TimeLeft() const {
+    std::optional<Clock::time_point> due;
     for (const auto& source : sources_) {
-        if (const auto due = source->DueAt()) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now());
-            return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+        if ((due = source->DueAt())) {
+            break;
         }
     }
-    return -1;
+    if (settings_.tick) {
+        due = std::min(due.value_or(nextTick_), nextTick_);
+    }
+    if (!due) {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now());
+    return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
 }  // namespace em_pni

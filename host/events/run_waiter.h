@@ -1,8 +1,10 @@
 // What the main thread of a running host waits for: signals, writes and events.
 #pragma once
 
+#include <chrono>
 #include <csignal>
 #include <memory>
+#include <optional>
 #include <variant>
 #include <vector>
 
@@ -11,7 +13,7 @@
 
 namespace em_pni {
 
-// Blocks SIGINT, SIGTERM, SIGPIPE and SIGHUP, which then only end CRunWaiter::Wait. A SIGHUP that
+// Blocks SIGINT, SIGTERM, SIGPIPE and SIGHUP, which then only reach CRunWaiter::Wait. A SIGHUP that
 // the program ignores stays ignored. Create it before any other thread, because threads inherit the
 // blocked signals, and before anything that the program must remove at its end.
 class CEndSignals {
@@ -32,17 +34,25 @@ class CEndSignals {
 class CRunWaiter {
   public:
     struct Stop {};
+    struct Reload {};
     struct Written {};
-    using Occasion = std::variant<Stop, Written, EventReport>;
+    struct Tick {};
+    using Occasion = std::variant<Stop, Reload, Written, Tick, EventReport>;
+
+    struct Settings {
+        bool hangupReloads = false;                     // SIGHUP is a Reload, else a Stop
+        std::optional<std::chrono::milliseconds> tick;  // longest time between two Ticks
+    };
 
     // Throws a CHostError.
-    explicit CRunWaiter(const CEndSignals& signals);
+    CRunWaiter(const CEndSignals& signals, const Settings& settings);
 
     // Wait also reports the events of this source.
     void Add(std::unique_ptr<CIEventSource> source);
     // Any thread may call. Several calls before the next Wait count as one.
     void NotifyWritten() noexcept;
-    // A stop comes before a write, and a write before the events of the sources. While a source has
+    // A Tick comes when it is due. A signal comes before a write, and a write before the events of
+    // the sources. While a source has
     // an event that is not yet due, the events of the sources added later wait.
     Occasion Wait();
 
@@ -50,7 +60,10 @@ class CRunWaiter {
     using Clock = CIEventSource::Clock;
 
     [[nodiscard]] int TimeLeft() const;
+    [[nodiscard]] bool IsReload() const;
 
+    const Settings settings_;
+    Clock::time_point nextTick_;
     CFileDescriptor signalQueue_;
     CFileDescriptor written_;
     std::vector<std::unique_ptr<CIEventSource>> sources_;

@@ -1,26 +1,32 @@
-// The played management controller: answers requests for the FRU data from an image file.
+// The management controller as the module sees it: answers requests for the FRU data.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <future>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "em_pni/krcp_message.h"
-#include "host/machine/fru_image.h"
+#include "host/machine/fru_store.h"
 #include "platform/recursive_lock.h"
 
 namespace em_pni {
 
-// Learns what the controller does, in that order, in the thread that sends the request. Must not
-// call the module, which waits for the answer.
+// Learns what the controller does, in that order, in one thread at a time. Must not call the
+// module, which waits for the answer.
 class CIFruListener {
   public:
     virtual void OnRead(std::size_t bytes) = 0;
     virtual void OnWritten(std::size_t bytes) = 0;
     virtual void OnReadFailed(const std::string& reason) = 0;
     virtual void OnWriteFailed(const std::string& reason) = 0;
+    // The FRU data are not those that the module has read: nothing is written until it reads again.
+    virtual void OnChangedByOthers() = 0;
+    // A remark for the user.
+    virtual void OnNote(const std::string& text) = 0;
 
   protected:
     ~CIFruListener() = default;
@@ -33,27 +39,41 @@ class CFruController {
     // Both must outlive the controller. With readOnly, the answer to a write is OBJ_WRITE_PROTECT
     // and the listener is not called. SET_STRING_TOOLONG refuses a record of more than `capacity`
     // bytes, and one that needs the place of another area of the image. A write keeps the bytes of
-    // the other areas and never shortens the image.
-    CFruController(const CFruImage& image, CIFruListener& listener, Access access,
-                   std::size_t capacity = CFruImage::maxSize)
-        : image_(image), listener_(listener), access_(access), capacity_(capacity) {}
+    // the other areas and never shortens the image. It is refused when the stored bytes are not
+    // those of the last read or write.
+    CFruController(CIFruStore& store, CIFruListener& listener, Access access,
+                   std::size_t capacity = SIZE_MAX)
+        : store_(store), listener_(listener), access_(access), capacity_(capacity) {}
+    // Finishes.
+    ~CFruController();
+    CFruController(const CFruController&) = delete;
+    CFruController& operator=(const CFruController&) = delete;
 
     // Writes the data of the answer and returns its status. Returns no value for a command that is
-    // not about the FRU data. Any thread may call.
-    std::optional<std::uint32_t> Answer(CKrcpMessage& message);
+    // not about the FRU data. Any thread may call. A write that takes longer than `timeout` is
+    // answered DEVICE_BUSY and goes on in another thread. The next answer waits for it.
+    std::optional<std::uint32_t> Answer(CKrcpMessage& message, std::chrono::milliseconds timeout);
+
+    // Waits for a write that goes on.
+    void Finish();
 
   private:
     // Each returns the status of the answer.
     std::uint32_t ReadFru(CKrcpMessage& message) PNI_REQUIRES(lock_);
-    std::uint32_t WriteFru(const CKrcpMessage& message) PNI_REQUIRES(lock_);
-    // Throws a CHostError when the image cannot be read or replaced.
-    std::uint32_t ReplaceRecord(std::vector<std::uint8_t> record) PNI_REQUIRES(lock_);
+    std::uint32_t WriteFru(const CKrcpMessage& message, std::chrono::milliseconds timeout)
+        PNI_REQUIRES(lock_);
+    // These two run in one thread at a time: `lock_` is held, or `write_` is not ready.
+    std::uint32_t ReplaceRecord(std::vector<std::uint8_t> record);
+    std::uint32_t TryToReplaceRecord(std::vector<std::uint8_t> record);
+    void MendStore();
 
     CRecursiveLock lock_;  // one request at a time, its listener call included
-    const CFruImage& image_ PNI_GUARDED_BY(lock_);
-    CIFruListener& listener_ PNI_GUARDED_BY(lock_);
+    CIFruStore& store_;
+    CIFruListener& listener_;
     const Access access_;
-    const std::size_t capacity_;  // in bytes
+    const std::size_t capacity_;       // in bytes
+    std::vector<std::uint8_t> known_;  // as last read or written; empty = not yet
+    std::future<std::uint32_t> write_ PNI_GUARDED_BY(lock_);
 };
 
 }  // namespace em_pni

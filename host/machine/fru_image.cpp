@@ -1,9 +1,7 @@
 #include "host/machine/fru_image.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
-#include <memory>
 #include <string_view>
 #include <unistd.h>
 
@@ -12,17 +10,6 @@
 namespace em_pni {
 
 namespace {
-
-std::string resolveLinks(const std::string& path) {
-    struct Free {
-        void operator()(char* text) const noexcept { std::free(text); }
-    };
-    const std::unique_ptr<char, Free> resolved(::realpath(path.c_str(), nullptr));
-    if (!resolved) {
-        throw CHostError(systemErrorText(path, errno));
-    }
-    return resolved.get();
-}
 
 [[noreturn]] void failReading(const std::string& name) {
     switch (errno) {
@@ -46,35 +33,29 @@ std::vector<std::uint8_t> readFruFile(const std::string& path) {
     return {content->begin(), content->end()};
 }
 
-CFruImage::CFruImage(const std::string& path)
-    : name_(path), place_(splitPath(resolveLinks(path))), folder_(openFolder(place_.folder)) {
-    if (!folder_) {
-        throw CHostError(systemErrorText(name_ + ": cannot open its folder", errno));
-    }
-}
-
-std::vector<std::uint8_t> CFruImage::Read() const {
-    const auto content = readSmallFile(Folder(), FileName(), maxSize);
+std::vector<std::uint8_t> CFruImage::Read() {
+    const auto content = readSmallFile(place_.Folder(), place_.FileName(), maxSize);
     if (!content) {
-        failReading(name_);
+        failReading(Name());
     }
     if (content->empty()) {
-        throw CHostError(name_ + ": the file is empty");
+        throw CHostError(Name() + ": the file is empty");
     }
     return {content->begin(), content->end()};
 }
 
-void CFruImage::Replace(std::span<const std::uint8_t> bytes) const {
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (!replaceFile(Folder(), FileName(), text)) {
-        throw CHostError(systemErrorText(name_ + ": cannot replace the file", errno));
+void CFruImage::Write(std::span<const std::uint8_t> /*stored*/,
+                      std::span<const std::uint8_t> image) {
+    const std::string_view text(reinterpret_cast<const char*>(image.data()), image.size());
+    if (!replaceFile(place_.Folder(), place_.FileName(), text)) {
+        throw CHostError(systemErrorText(Name() + ": cannot replace the file", errno));
     }
 }
 
-void CFruImage::RequireWritableFolder() const {
-    if (::faccessat(Folder(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
-        throw CHostError(
-            systemErrorText(name_ + ": cannot create a file in its folder " + FolderPath(), errno));
+void requireWritableFolder(const CFruPlace& place) {
+    if (::faccessat(place.Folder(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+        throw CHostError(systemErrorText(
+            place.Name() + ": cannot create a file in its folder " + place.FolderPath(), errno));
     }
 }
 

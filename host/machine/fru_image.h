@@ -7,39 +7,34 @@
 #include <string>
 #include <vector>
 
-#include "platform/file.h"
+#include "host/machine/fru_place.h"
+#include "host/machine/fru_store.h"
 
 namespace em_pni {
 
-class CFruImage {
+class CFruImage final : public CIFruStore {
   public:
     // In bytes. FRU devices of controllers are far smaller.
     static constexpr std::size_t maxSize = std::size_t{1} << 20U;
 
-    // Resolves symbolic links and opens the folder of the file once: a write changes the file and
-    // keeps the link. All functions use this folder, also when its path leads to another folder
-    // later. They throw a CHostError with the file name that the user gave.
-    explicit CFruImage(const std::string& path);
+    // The place must outlive this.
+    explicit CFruImage(const CFruPlace& place) noexcept : place_(place) {}
 
-    // The current bytes. An empty file is an error.
-    [[nodiscard]] std::vector<std::uint8_t> Read() const;
+    [[nodiscard]] const std::string& Name() const noexcept override { return place_.Name(); }
+    [[nodiscard]] std::size_t Capacity(std::size_t /*size*/) const noexcept override {
+        return maxSize;
+    }
+    // An empty file is an error.
+    [[nodiscard]] std::vector<std::uint8_t> Read() override;
     // Atomic, also when the system crashes. The file keeps its owner and permission bits.
-    void Replace(std::span<const std::uint8_t> bytes) const;
-    // Throws when Replace cannot create a file in the folder of the image.
-    void RequireWritableFolder() const;
-
-    [[nodiscard]] const std::string& Name() const noexcept { return name_; }
-    [[nodiscard]] int Folder() const noexcept { return folder_.Get(); }
-    // Absolute, without symbolic links, with a slash at its end. For messages.
-    [[nodiscard]] const std::string& FolderPath() const noexcept { return place_.folder; }
-    // In the folder.
-    [[nodiscard]] const std::string& FileName() const noexcept { return place_.name; }
+    void Write(std::span<const std::uint8_t> stored, std::span<const std::uint8_t> image) override;
 
   private:
-    std::string name_;  // as the user gave it, for messages
-    PathParts place_;
-    CFileDescriptor folder_;
+    const CFruPlace& place_;
 };
+
+// Throws a CHostError when the folder of the place does not allow new files.
+void requireWritableFolder(const CFruPlace& place);
 
 // The content of a file of at most CFruImage::maxSize bytes, which may be empty. Throws a
 // CHostError.

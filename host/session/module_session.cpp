@@ -46,6 +46,7 @@ void CModuleSession::Start() {
 }
 
 void CModuleSession::SwitchStarted() {
+    running_ = true;
     module_->OnSwitchStarted();
 }
 

@@ -21,7 +21,7 @@ class CModuleSession {
     // Calls GetModuleInfo, SetCabinetNumber and Start. The module reads its configuration now.
     // Throws a CHostError when the module refuses.
     void Start();
-    // The module reads the record and begins its first cycle.
+    // The module reads the record and begins its first cycle. May be called again.
     void SwitchStarted();
     // The module answers in `message`. Call it between Start and Delete.
     void Request(CKrcpMessage& message);

@@ -6,11 +6,15 @@
 
 namespace em_pni {
 
+std::string cycleConfig(std::uint32_t cycle) {
+    return "[EM_PNI]\nFruUpdateCycle=" + std::to_string(cycle) + "\n";
+}
+
 std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessage& message,
-                                       std::uint32_t /*timeoutMs*/) {
+                                       std::uint32_t timeoutMs) {
     std::uint32_t status = krcp::EXEC_FAILED;
     try {
-        status = Answer(message);
+        status = Answer(message, timeoutMs);
     } catch (const std::bad_alloc&) {
         status = krcp::OUT_OF_MEMORY;
     } catch (const std::exception&) {
@@ -23,10 +27,10 @@ std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessa
     }
 }
 
-std::uint32_t CPlayedHost::Answer(CKrcpMessage& message) {
+std::uint32_t CPlayedHost::Answer(CKrcpMessage& message, std::uint32_t timeoutMs) {
     std::optional<std::uint32_t> status;
     if (controller_ != nullptr) {
-        status = controller_->Answer(message);
+        status = controller_->Answer(message, std::chrono::milliseconds(timeoutMs));
     }
     if (!status) {
         status = network_.Answer(message);

@@ -10,6 +10,10 @@
 
 namespace em_pni {
 
+// The text of a module's configuration: milliseconds between two cycles.
+std::string cycleConfig(std::uint32_t cycle);
+constexpr std::uint32_t onlyAfterEvents = 4294967295U;  // a cycle time
+
 class CPlayedHost final : public CIConfiguringHostInterface {
   public:
     // Both must outlive the host. Null = a host without a controller. `moduleConfig` is the text of
@@ -30,7 +34,7 @@ class CPlayedHost final : public CIConfiguringHostInterface {
     }
 
   private:
-    std::uint32_t Answer(CKrcpMessage& message);
+    std::uint32_t Answer(CKrcpMessage& message, std::uint32_t timeoutMs);
 
     CFruController* const controller_;
     CNetworkAnswers& network_;

@@ -1,0 +1,75 @@
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/commands/commands.h"
+#include "host/commands/reading.h"
+#include "host/machine/kernel_network.h"
+#include "host/output/host_error.h"
+#include "host/session/inventory_watch.h"
+#include "host/session/module_session.h"
+#include "host/session/played_host.h"
+
+namespace em_pni {
+
+namespace {
+
+class CDiffReport final : public CIFruListener {
+  public:
+    explicit CDiffReport(CConsole& console) : console_(console) {}
+    void OnRead(std::size_t /*bytes*/) override {}
+    void OnWritten(std::size_t /*bytes*/) override {}
+    void OnReadFailed(const std::string& reason) override { Fail(reason); }
+    void OnWriteFailed(const std::string& reason) override { Fail(reason); }
+    void OnChangedByOthers() override {}
+    void OnNote(const std::string& text) override { console_.Error(text); }
+
+    [[nodiscard]] bool Failed() const noexcept { return failed_; }
+
+  private:
+    void Fail(const std::string& reason) {
+        failed_ = true;
+        console_.Error(reason);
+    }
+
+    CConsole& console_;
+    std::atomic<bool> failed_{false};
+};
+
+}  // namespace
+
+int showDifference(const DiffOptions& options, CConsole& console) {
+    const auto copy = copyOf(options.source, console);
+    const std::vector<std::uint8_t> before = copy->Read();
+    if (const auto fault = faultOf(CByteView(before))) {
+        throw CHostError(copy->Name() + ": no valid record: " + *fault);
+    }
+    CDiffReport report(console);
+    CFruController controller(*copy, report, CFruController::Access::readWrite);
+    CKernelNetwork kernel;
+    CNetworkAnswers network(kernel, console);
+    CPlayedHost host(&controller, network, cycleConfig(onlyAfterEvents));
+    const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
+    CInventoryWatch watch(console);
+    CModuleSession session(library, host);
+    session.Start();
+    watch.Look(session);
+    session.SwitchStarted();
+    session.Stop();
+    watch.Look(session);
+    const bool deleted = session.Delete();
+    controller.Finish();
+    if (!deleted || !watch.Valid() || report.Failed()) {
+        return exitUnusable;
+    }
+    if (copy->Read() == before) {
+        return exitDone;
+    }
+    if (!watch.Changed()) {
+        console.Line("changed: bytes that the inventory does not show");
+    }
+    return exitFailed;
+}
+
+}  // namespace em_pni

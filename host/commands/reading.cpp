@@ -1,0 +1,34 @@
+#include "host/commands/reading.h"
+
+#include <utility>
+#include <vector>
+
+#include "frudata/pni_fru.h"
+#include "host/machine/open_fru.h"
+#include "host/output/progress_bar.h"
+
+namespace em_pni {
+
+std::unique_ptr<CFruCopy> copyOf(const FruSource& source, CConsole& console) {
+    CProgressBar bar("reading");
+    COpenFru fru(source, CFruPlace::Use::read,
+                 [&bar](std::size_t done, std::size_t total) { bar.Show(done, total); });
+    CIFruStore& store = fru.Store();
+    std::vector<std::uint8_t> bytes = store.Read();
+    if (store.IsBeingWritten()) {
+        console.Error(store.Name() +
+                      ": a write is under way or was cut; \"pni-host run\" completes it");
+    }
+    const std::size_t capacity = store.Capacity(bytes.size());
+    return std::make_unique<CFruCopy>(store.Name(), std::move(bytes), capacity);
+}
+
+std::optional<std::string> faultOf(CByteView image) {
+    const std::uint32_t code = pniValidateFru(image.Data(), image.Size());
+    if (code == PNI_SUCCESS) {
+        return std::nullopt;
+    }
+    return std::string(pniResultText(code)) + " [" + std::to_string(code) + "]";
+}
+
+}  // namespace em_pni

@@ -1,0 +1,21 @@
+// Reads FRU data for a command that does not change them.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/machine/fru_place.h"
+#include "host/machine/fru_store.h"
+#include "host/output/console.h"
+#include "platform/bytes.h"
+
+namespace em_pni {
+
+// Shows a bar on a terminal while a controller is read. Never null. Throws a CHostError.
+std::unique_ptr<CFruCopy> copyOf(const FruSource& source, CConsole& console);
+
+// "CHECKSUM_ERR [2]": the result of validation. No value = the image is valid.
+std::optional<std::string> faultOf(CByteView image);
+
+}  // namespace em_pni

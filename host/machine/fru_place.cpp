@@ -1,0 +1,92 @@
+#include "host/machine/fru_place.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include "host/output/host_error.h"
+
+namespace em_pni {
+
+namespace {
+
+std::string resolveLinks(const std::string& path) {
+    struct Free {
+        void operator()(char* text) const noexcept { std::free(text); }
+    };
+    const std::unique_ptr<char, Free> resolved(::realpath(path.c_str(), nullptr));
+    if (!resolved) {
+        throw CHostError(systemErrorText(path, errno));
+    }
+    return resolved.get();
+}
+
+// Two paths of one device have the same base name.
+PathParts placeOfController(const FruSource& source) {
+    const std::string device = splitPath(resolveLinks(source.path)).name;
+    std::string folder = source.stateFolder;
+    if (folder.empty() || folder.back() != '/') {
+        folder += '/';
+    }
+    return {folder, device + "-fru" + std::to_string(source.fruId)};
+}
+
+CFileDescriptor openStateFolder(const std::string& path, CFruPlace::Use use) {
+    if (use == CFruPlace::Use::write) {
+        std::error_code error;
+        std::filesystem::create_directories(path, error);
+        if (error) {
+            throw CHostError(path + ": cannot create the state folder: " + error.message());
+        }
+    }
+    CFileDescriptor folder = openFolder(path);
+    if (!folder) {
+        if (use == CFruPlace::Use::read && errno == ENOENT) {
+            return folder;
+        }
+        throw CHostError(systemErrorText(path + ": cannot open the state folder", errno));
+    }
+    struct stat status {};
+    if (::fstat(folder.Get(), &status) != 0 || status.st_uid != ::geteuid() ||
+        (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        throw CHostError(path + ": other users can write to the state folder");
+    }
+    return folder;
+}
+
+CFileDescriptor openImageFolder(const std::string& name, const std::string& path) {
+    CFileDescriptor folder = openFolder(path);
+    if (!folder) {
+        throw CHostError(systemErrorText(name + ": cannot open its folder", errno));
+    }
+    return folder;
+}
+
+}  // namespace
+
+bool isIpmiDevice(const std::string& path, const std::string& root) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISCHR(status.st_mode)) {
+        return false;
+    }
+    std::error_code error;
+    const std::filesystem::path driver = std::filesystem::read_symlink(
+        root + "/sys/dev/char/" + std::to_string(major(status.st_rdev)) + ':' +
+            std::to_string(minor(status.st_rdev)) + "/subsystem",
+        error);
+    return !error && driver.filename() == "ipmi";
+}
+
+CFruPlace::CFruPlace(const FruSource& source, Use use)
+    : isController_(isIpmiDevice(source.path)),
+      name_(isController_ ? source.path + " (FRU " + std::to_string(source.fruId) + ')'
+                          : source.path),
+      place_(isController_ ? placeOfController(source) : splitPath(resolveLinks(source.path))),
+      folder_(isController_ ? openStateFolder(place_.folder, use)
+                            : openImageFolder(name_, place_.folder)) {}
+
+}  // namespace em_pni
