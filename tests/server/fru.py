@@ -87,7 +87,7 @@ def read_function(image, at):
     pci = (f"{packed >> 16:04x}:{packed >> 8 & 0xFF:02x}:{packed >> 3 & 0x1F:02x}."
            f"{packed & 7}")
     block = data[data[2]:]
-    mac, active = block[0:6].hex("-"), block[6:12].hex("-")
+    mac, active = block[0:6].hex(":"), block[6:12].hex(":")
     require(mac == active, f"{pci}: the active address is {active} instead of {mac}")
     ipv4s, ipv6s = block[44] & 0x0F, block[44] >> 4
     ips, place = [], 45
@@ -156,6 +156,17 @@ def with_neighbours(image, size):
 def empty_image(size):
     """An image without a record."""
     return with_neighbours(bytes([1, 0, 0, 0, 0, 0, 0, 0]), size)
+
+
+def text(found):
+    return "\n".join(map(str, found))
+
+
+def text_of_image(image):
+    try:
+        return text(modules(image))
+    except BadImage as fault:
+        return f"no valid record: {fault}"
 
 
 def differences(old, new):

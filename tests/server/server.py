@@ -6,9 +6,11 @@ import socket
 import subprocess
 from typing import NamedTuple
 
-FRU_SIZE = 2048
-ANSWER_TIME = 60  # seconds, until a command has ended or the server is up
-TIME_LIMIT = 600  # seconds, of one boot
+from kcs_trace import KcsTrace
+
+FRU_SIZE = 2048    # bytes
+ANSWER_TIME = 90   # seconds, until a command has ended or the server is up
+TIME_LIMIT = 300   # seconds, of one boot
 
 
 class ServerError(Exception):
@@ -18,101 +20,70 @@ class ServerError(Exception):
 class Slot(NamedTuple):
     """A PCI Express slot behind its own root port."""
     number: int
-    port: str         # device and function of the root port on bus 0: "08.1"
-    kernel: int       # the slot number that the kernel reads from the port
-    smbios: str = ""  # the address of its SMBIOS structure: "bus:dd.f"; empty = it has none
+    port: str           # device and function of the root port on bus 0: "08.1"
+    kernel_number: int  # that the kernel reads from the port
+    smbios: str = ""    # the address in its SMBIOS structure: "bus:dd.f"; empty = it has none
 
 
-class Lines:
-    """Sends and receives lines through a socket."""
+class LineSocket:
+    """Sends and receives lines."""
 
-    def __init__(self, connection):
-        self.connection = connection
-        self.connection.settimeout(ANSWER_TIME)
-        self.stream = connection.makefile("rb")
+    def __init__(self):
+        self.near, self.far = socket.socketpair()
+        self.near.settimeout(ANSWER_TIME)
+        self.stream = self.near.makefile("rb")
 
     def send(self, line):
-        self.connection.sendall(line.encode() + b"\n")
+        self.near.sendall(line.encode() + b"\n")
 
     def receive(self):
-        line = self.stream.readline()
+        try:
+            line = self.stream.readline()
+        except TimeoutError:
+            raise ServerError(f"no answer within {ANSWER_TIME} s") from None
         if not line:
             raise ServerError("the server is off")
-        return line.decode().rstrip("\n")
-
-
-class FruWrites:
-    """The write commands that reached the controller, from QEMU's trace of the KCS registers."""
-    REGISTER_WRITE = re.compile(r"addr 0x([0-9a-f]+) value 0x([0-9a-f]+) .*'ipmi-kcs'")
-    WRITE_START, WRITE_END = 0x61, 0x62  # in the command register
-    WRITE_FRU = (0x0A << 2, 0x12)        # network function and command
-
-    def __init__(self, trace):
-        self.trace = open(trace, "r", encoding="ascii", errors="replace")
-        self.line = ""
-        self.message = None
-        self.is_last_byte = False
-        self.commands = []  # (offset, bytes)
-
-    def update(self):
-        for line in self.trace:
-            self.line += line
-            if self.line.endswith("\n"):
-                if found := self.REGISTER_WRITE.search(self.line):
-                    self.take(int(found[1], 16), int(found[2], 16))
-                self.line = ""
-        return self.commands
-
-    def take(self, register, value):
-        if register % 2:  # the command register
-            if value == self.WRITE_START:
-                self.message, self.is_last_byte = [], False
-            elif value == self.WRITE_END:
-                self.is_last_byte = True
-            else:
-                self.message = None
-        elif self.message is not None:
-            self.message.append(value)
-            if self.is_last_byte:
-                self.finish(self.message)
-                self.message = None
-
-    def finish(self, message):
-        if tuple(message[:2]) == self.WRITE_FRU:
-            self.commands.append((message[3] + message[4] * 256, bytes(message[5:])))
+        return line.decode()
 
 
 def smbios_slot(slot, in_use):
+    """The SMBIOS structure of type 9."""
     bus, device, function = re.fullmatch(r"(..):(..)\.(.)", slot.smbios).groups()
-    usage = 4 if in_use else 3
-    return (bytes([9, 17, slot.number, 9, 1, 0xB5, 11, usage, 3, slot.number, 0, 0x0C, 3, 0, 0,
-                   int(bus, 16), int(device, 16) << 3 | int(function)])
-            + f"PCIe Slot {slot.number}".encode() + b"\0\0")
+    head = [9, 17, slot.number, 9]            # type, length, handle
+    kind = [1, 0xB5, 11, 4 if in_use else 3]  # designation, PCI Express 3 x8, usage
+    place = [0, 0, int(bus, 16), int(device, 16) << 3 | int(function)]
+    return (bytes([*head, *kind, 3, slot.number, 0, 0x0C, 3, *place])
+            + f"PCIe Slot {slot.number}\0\0".encode())
+
+
+def functions_of(number, macs):
+    """QEMU's devices for a card with a function for each MAC address."""
+    return [{"driver": "e1000e", "id": f"card{number}.{index}", "mac": mac, "romfile": "",
+             "bus": f"slot{number}", "addr": f"0.{index}",
+             "multifunction": "on" if len(macs) > 1 else "off"} for index, mac in enumerate(macs)]
 
 
 class Server:
-    """Booting after construction. `onboard`: MAC addresses; `cards`: MAC addresses of the ports of
-    the card in each slot."""
+    """`guest` is the folder of make-guest. `onboard` has the MAC addresses of the onboard cards,
+    `cards` those of the ports of the card in each slot in use."""
 
     def __init__(self, folder, guest, disk, fru, slots, onboard, cards):
-        self.folder = folder
-        self.slots = {slot.number: slot for slot in slots}
         folder.mkdir(parents=True, exist_ok=True)
-        (folder / "fru").write_bytes(fru)
         self.first_fru = fru
+        (folder / "fru").write_bytes(fru)
+        (folder / "trace").write_bytes(b"")
+        self.trace = KcsTrace(folder / "trace")
+        self.monitor_socket, self.shell = LineSocket(), LineSocket()
         self.leaving = set()  # names of devices that are being pulled
-        trace = folder / "trace"
-        trace.write_bytes(b"")
-        ports, far_ends = zip(*(socket.socketpair() for _ in range(2)))
+        far_ends = (self.monitor_socket.far, self.shell.far)
         arguments = [
-            # With two processors, timers of the second one get lost now and then without KVM.
-            "timeout", str(TIME_LIMIT),
-            "qemu-system-x86_64", "-machine", "q35", "-accel", "tcg", "-m", "256",
-            "-smp", "1", "-nodefaults", "-display", "none", "-no-reboot",
+            "timeout", str(TIME_LIMIT), "qemu-system-x86_64",
+            # One processor: without KVM the timers of a second one stop now and then.
+            "-machine", "q35", "-accel", "tcg", "-smp", "1", "-m", "256",
+            "-nodefaults", "-display", "none", "-no-reboot",
             "-kernel", guest / "kernel/vmlinuz", "-initrd", guest / "initramfs",
-            "-append", "console=ttyS0 panic=-1 mitigations=off nokaslr tsc=reliable "
-                       "random.trust_cpu=on",
-            "-chardev", f"file,id=console,path={folder / 'console'}", "-serial", "chardev:console",
+            "-append", "console=ttyS0 loglevel=5 panic=-1 tsc=reliable random.trust_cpu=on",
+            "-serial", f"file:{folder / 'console'}",
             "-chardev", f"socket,id=monitor,fd={far_ends[0].fileno()}",
             "-mon", "chardev=monitor,mode=control",
             "-chardev", f"socket,id=shell,fd={far_ends[1].fileno()}",
@@ -121,72 +92,79 @@ class Server:
             "-device", "virtio-blk-pci,drive=disk,addr=1d.0",
             "-device", f"ipmi-bmc-sim,id=bmc,fruareasize={FRU_SIZE},frudatafile={folder / 'fru'}",
             "-device", "isa-ipmi-kcs,bmc=bmc",
-            "-trace", "memory_region_ops_write", "-D", trace,
-            # The kernel itself, not ACPI, plugs the cards, as on real servers.
+            "-trace", "memory_region_ops_write", "-D", folder / "trace",
+            # The kernel plugs the cards, not ACPI, as on real servers.
             "-global", "ICH9-LPC.acpi-pci-hotplug-with-bridge-support=off"]
         for index, mac in enumerate(onboard):
-            arguments += ["-device", f"e1000,id=lan{index},mac={mac},addr={index + 2:x}.0,"
-                                     "romfile=",
+            # e1000e does not tell the kernel when its link goes down.
+            arguments += ["-device", f"e1000,id=lan{index},mac={mac},addr={index + 2:x}.0,romfile=",
                           "-smbios", f"type=41,kind=ethernet,instance={index + 1},"
                                      f"designation=Onboard LAN {index + 1},pcidev=lan{index}"]
         for slot in slots:
-            arguments += ["-device", f"pcie-root-port,id=slot{slot.number},slot={slot.kernel},"
-                                     f"chassis=1,addr={slot.port},multifunction=on"]
+            arguments += ["-device", f"pcie-root-port,id=slot{slot.number},chassis=1,"
+                                     f"slot={slot.kernel_number},addr={slot.port},multifunction=on"]
             if slot.smbios:
-                table = folder / f"smbios-slot{slot.number}"
+                table = folder / f"smbios{slot.number}"
                 table.write_bytes(smbios_slot(slot, slot.number in cards))
                 arguments += ["-smbios", f"file={table}"]
         for number, macs in cards.items():
-            for device in self.functions(number, macs):
-                arguments += ["-device", ",".join(f"{key}={value}" for key, value in device.items())]
-        self.process = subprocess.Popen(
-            arguments, stdin=subprocess.DEVNULL, stderr=open(folder / "qemu-errors", "w"),
-            pass_fds=[end.fileno() for end in far_ends])
+            for function in functions_of(number, macs):
+                arguments += ["-device", ",".join(f"{key}={value}"
+                                                  for key, value in function.items())]
+        with open(folder / "errors", "wb") as errors:
+            self.process = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stderr=errors,
+                                            pass_fds=[end.fileno() for end in far_ends])
         for end in far_ends:
             end.close()
-        self.monitor_lines, self.shell = map(Lines, ports)
-        self.fru_writes = FruWrites(trace)
 
     def wait_until_up(self):
-        self.monitor_lines.receive()  # the greeting
+        self.monitor_socket.receive()  # the greeting
         self.monitor("qmp_capabilities")
-        if self.shell.receive() != "ready":
-            raise ServerError("the server does not start")
+        if self.shell.receive() != "ready\n":
+            raise ServerError("the first program of the server has failed")
 
-    @staticmethod
-    def functions(number, macs):
-        return [{"driver": "e1000e", "id": f"card{number}.{index}", "mac": mac, "romfile": "",
-                 "bus": f"slot{number}", "addr": f"0.{index}",
-                 "multifunction": "on" if len(macs) > 1 else "off"}
-                for index, mac in enumerate(macs)]
+    # The monitor of QEMU.
 
     def monitor(self, command, **arguments):
-        self.monitor_lines.send(json.dumps({"execute": command, "arguments": arguments}))
-        while True:
-            answer = self.monitor_answer()
+        self.monitor_socket.send(json.dumps({"execute": command, "arguments": arguments}))
+        while "return" not in (answer := self.next_answer()):
             if "error" in answer:
                 raise ServerError(f"{command}: {answer['error']['desc']}")
-            if "return" in answer:
-                return answer["return"]
 
-    def monitor_answer(self):
+    def next_answer(self):
         """The next answer or event."""
-        answer = json.loads(self.monitor_lines.receive())
+        answer = json.loads(self.monitor_socket.receive())
         if answer.get("event") == "DEVICE_DELETED":
             self.leaving.discard(answer["data"].get("device"))
         return answer
 
+    def plug(self, number, macs):
+        while self.leaving:  # the slot may still have its last card
+            self.next_answer()
+        for function in reversed(functions_of(number, macs)):  # the last one makes the card appear
+            self.monitor("device_add", **function)
+
+    def pull(self, number, functions):
+        """Presses the attention button of the slot. The kernel removes the card after 5 seconds."""
+        self.leaving.update(f"card{number}.{index}" for index in range(functions))
+        self.monitor("device_del", id=f"card{number}.0")
+
+    def set_link(self, device, up):
+        self.monitor("set_link", name=device, up=up)
+
+    # Commands in the server.
+
     def try_run(self, command):
-        """Returns the exit code and the output of a shell command of one line."""
+        """Runs a shell command of one line. Returns its exit code and its output as text."""
         self.shell.send(command)
-        status, _, output = self.shell.receive().partition(" ")
-        return int(status), base64.b64decode(output)
+        status, output = self.shell.receive().split(" ")
+        return int(status), base64.b64decode(output).decode(errors="replace")
 
     def run(self, command):
         status, output = self.try_run(command)
         if status != 0:
-            raise ServerError(f"{command}: exit code {status}\n{output.decode(errors='replace')}")
-        return output.decode(errors="replace")
+            raise ServerError(f"{command}: exit code {status}\n{output}")
+        return output
 
     def read_file(self, path):
         return base64.b64decode(self.run(f"base64 -w 0 {path}"))
@@ -194,38 +172,26 @@ class Server:
     def write_file(self, path, content):
         self.run(f"echo {base64.b64encode(content).decode()} | base64 -d >{path}")
 
-    def plug(self, number, macs):
-        """Waits until the cards that were pulled are out."""
-        while self.leaving:
-            self.monitor_answer()
-        # The kernel looks for the card when function 0 comes.
-        for device in reversed(self.functions(number, macs)):
-            self.monitor("device_add", **device)
+    # The controller.
 
-    def pull(self, number, functions):
-        """Presses the attention button of the slot; the kernel waits five seconds."""
-        self.leaving.update(f"card{number}.{index}" for index in range(functions))
-        self.monitor("device_del", id=f"card{number}.0")
-
-    def set_link(self, device, up):
-        self.monitor("set_link", name=device, up=up)
-
-    def fru_commands(self):
-        """The write commands so far: (offset, bytes)."""
-        return self.fru_writes.update()
+    def fru_writes(self):
+        """The write commands since the power is on: (offset, bytes)."""
+        return self.trace.fru_writes()
 
     def fru(self):
         """The FRU data as the write commands have left them."""
         image = bytearray(self.first_fru)
-        for offset, data in self.fru_commands():
+        for offset, data in self.fru_writes():
             image[offset:offset + len(data)] = data
         return bytes(image)
 
+    # The power.
+
     def shut_down(self):
-        self.run("sync && umount /var")
+        self.run("umount /var")
         self.cut_power()
 
     def cut_power(self):
-        """Nothing that the kernel has not written to the disk is kept."""
+        """The disk keeps only what the kernel has written to it."""
         self.process.terminate()
         self.process.wait()
