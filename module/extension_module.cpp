@@ -122,6 +122,16 @@ const char* CExtensionModule::GetModuleConfig() {
     return static_cast<CIConfiguringHostInterface*>(host)->GetModuleConfig();
 }
 
+bool CExtensionModule::Accept(CKrcpMessage& message) {
+    const InterfaceTag tag = message.tag;
+    if (krcp::accept(message)) {
+        return true;
+    }
+    PNI_TRACE(1, "\n%-20s: ERROR! Message of the host refused: %s", GetModuleName(),
+              tagDifference(tag).c_str());
+    return false;
+}
+
 std::uint32_t CExtensionModule::SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) {
     CIHostInterface* const host = host_;
     if (host == nullptr) {
@@ -134,6 +144,11 @@ std::uint32_t CExtensionModule::SendRequest(CKrcpMessage& message, std::uint32_t
     }
     krcp::traceMessage(2, GetModuleName(), " (REQ)", message);
     const std::uint32_t result = host->SendRequest(this, message, timeoutMs);
+    if (!krcp::isReadable(message)) {
+        PNI_TRACE(1, "\n%-20s: ERROR! Message refused by the host: %s", GetModuleName(),
+                  tagDifference(message.tag).c_str());
+        message.tag = interfaceTag;  // the document is not changed: a message without an answer
+    }
     krcp::traceMessage(2, GetModuleName(), " (RET)", message);
     return result;
 }

@@ -45,6 +45,8 @@ class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
     std::uint32_t GetHostKind();
     // The text of a configuration file; null when the host gives none.
     const char* GetModuleConfig();
+    // Whether the module may use a message of the host. Traces a message that it refuses.
+    bool Accept(CKrcpMessage& message);
     // Adds a missing "CA" and sends the message, as CKrcpConnection::SendRequest. Before Start,
     // sets the status EXEC_FAILED and sends nothing.
     std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override;

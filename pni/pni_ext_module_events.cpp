@@ -23,6 +23,9 @@ bool isNonEmpty(const rapidjson::Value& data) noexcept {
 
 void CPniExtModule::ModuleReply(CKrcpMessage& reply) {
     guarded("ModuleReply", [&] {
+        if (!Accept(reply)) {
+            return;
+        }
         krcp::traceMessage(2, GetModuleName(), " (RPL)", reply);
         if (krcp::status(reply) == krcp::EVENT_MESSAGE) {
             HandleEvent(reply);

@@ -28,6 +28,9 @@ void traceException(const CKrcpMessage& request) {
 
 std::uint32_t CPniExtModule::ModuleRequest(CKrcpMessage& request) {
     return guarded("ModuleRequest", std::uint32_t{0}, [&] {
+        if (!Accept(request)) {
+            return std::uint32_t{0};
+        }
         krcp::traceMessage(2, GetModuleName(), " (REQ)", request);
         krcp::setStatus(request, krcp::NO_DATA);
         if (krcp::GetValue(request, request.index, "CA", 0) != CabinetNumber()) {

@@ -7,6 +7,7 @@
 #include "host/session/played_host.h"
 #include "tests/record_builder.h"
 #include "tests/temp_directory.h"
+#include "tests/unreadable_message.h"
 
 namespace em_pni::host_test {
 namespace {
@@ -38,7 +39,7 @@ class HostController : public testing::Test {
         const CFruPlace place({.path = path}, CFruPlace::Use::write);
         CFruImage image(place);
         CFruController controller(image, listener_, CFruController::Access::readWrite);
-        CPlayedHost(&controller, network_).SendRequest(nullptr, message, 1000);
+        CPlayedHost(&controller, network_, console_).SendRequest(nullptr, message, 1000);
         return krcp::status(message);
     }
     std::uint32_t Write(const std::vector<std::uint8_t>& bytes, const std::string& path) {
@@ -55,6 +56,14 @@ class HostController : public testing::Test {
     CNetworkAnswers network_{view_, console_};
     std::vector<std::uint8_t> all_ = std::vector<std::uint8_t>(256);  // every byte value once
 };
+
+TEST_F(HostController, AMessageOfAnotherInterfaceIsRefused) {
+    test::CUnreadableMessage message(test::CUnreadableMessage::OtherTag());
+    EXPECT_EQ(Send(message.Get(), folder_.Write("a.fru", "old")), krcp::REQUEST_PENDING);
+    EXPECT_TRUE(message.Get().tag == test::CUnreadableMessage::RefusalTag());
+    EXPECT_EQ(output_.str(), "pni-host: messages of the module refused: " +
+                                 tagDifference(test::CUnreadableMessage::OtherTag()) + "\n");
+}
 
 TEST_F(HostController, AWriteKeepsEveryByteAndTheSymbolicLink) {
     const std::string path = folder_.Write("a.fru", "old");

@@ -19,7 +19,8 @@ namespace {
 
 using Texts = std::vector<std::string>;
 constexpr CIEventSource::Clock::time_point start{};
-constexpr auto length = CEventBursts::length;
+constexpr auto quiet = CEventBursts::quietTime;
+constexpr auto longest = CEventBursts::longest;
 
 TEST(HostDeviceEvent, OnlyAdaptersCount) {
     const std::string card = "/devices/pci0000:00/0000:00:01.0";
@@ -52,17 +53,23 @@ Texts reportsAt(CIEventSource::Clock::time_point now, auto& source, auto take) {
 TEST(HostEventBursts, EachKindIsOneEventAtTheEnd) {
     CEventBursts bursts;
     bursts.Note(HostEvent::deviceRemoved, "a", start);
-    bursts.Note(HostEvent::deviceAdded, "", start + length / 2);
+    bursts.Note(HostEvent::deviceAdded, "", start + quiet / 2);
     for (const char* const name : {"b", "b", "c", "d", "e", "f"}) {
-        bursts.Note(HostEvent::deviceRemoved, name, start + length - length / 5);
+        bursts.Note(HostEvent::deviceRemoved, name, start + quiet);
     }
     const auto takeDue = &CEventBursts::TakeDue;
+    EXPECT_EQ(bursts.DueAt(), start + 2 * quiet);
     EXPECT_EQ(reportsAt(*bursts.DueAt() - std::chrono::nanoseconds(1), bursts, takeDue), Texts());
-    EXPECT_EQ(reportsAt(start + length, bursts, takeDue),
+    EXPECT_EQ(reportsAt(*bursts.DueAt(), bursts, takeDue),
               (Texts{"device removed: a, b, c, d and 2 more", "device added: "}));
-    bursts.Note(HostEvent::deviceRemoved, "g", start + length);
-    EXPECT_EQ(reportsAt(start + 2 * length, bursts, takeDue), Texts{"device removed: g"});
     EXPECT_FALSE(bursts.DueAt());
+    for (auto now = start; now < start + longest; now += quiet / 2) {
+        bursts.Note(HostEvent::deviceRemoved, "g", now);
+    }
+    EXPECT_EQ(bursts.DueAt(), start + longest) << "a burst without end is reported";
+    bursts.Hold(start + 2 * longest);
+    EXPECT_EQ(reportsAt(start + longest, bursts, takeDue), Texts());
+    EXPECT_EQ(reportsAt(start + 2 * longest, bursts, takeDue), Texts{"device removed: g"});
 }
 
 bool send(const std::string& action, const std::string& subsystem, const std::string& name) {
@@ -82,7 +89,7 @@ TEST(HostDeviceWatch, ReportsTheKernelsEventsAlsoAfterAnOverrun) {
     ASSERT_TRUE(send("add", "usb", "1-1") && send("unbind", "pci", "0000:00:01.0") &&
                 send("remove", "net", "0000:00:01.0/net/e1"));
     watch.Take(start);
-    EXPECT_EQ(reportsAt(start + length, watch, nextReport),
+    EXPECT_EQ(reportsAt(start + quiet, watch, nextReport),
               (Texts{"device removed: net e1", "device changed: pci 0000:00:01.0"}));
 
     const int little = 1;
@@ -91,7 +98,7 @@ TEST(HostDeviceWatch, ReportsTheKernelsEventsAlsoAfterAnOverrun) {
         ASSERT_TRUE(send("change", "pci", "0000:00:01.0"));
     }
     watch.Take(start);
-    EXPECT_EQ(reportsAt(start + length, watch, nextReport),
+    EXPECT_EQ(reportsAt(start + quiet, watch, nextReport),
               (Texts{"device removed: events lost", "device changed: pci 0000:00:01.0",
                      "device added: events lost"}));
 }

@@ -36,6 +36,15 @@ class HostFollow : public testing::Test {
             limit, [&] { return contentOf(image_).find(bytes) != std::string::npos; });
     }
 
+    static int Count(const CProgram& program, const std::string& text) {
+        int count = 0;
+        for (std::size_t at = 0; (at = program.Output().find(text, at)) != std::string::npos;
+             ++at) {
+            ++count;
+        }
+        return count;
+    }
+
     test::CNetworkNamespace namespace_;
     test::CTempDirectory folder_;
     std::string image_;
@@ -45,7 +54,7 @@ class HostFollow : public testing::Test {
 
 TEST_F(HostFollow, ABurstOfChangesIsOneEventAlsoWithoutTheLogFolder) {
     const std::string log = folder_.Write("log/log.EM_PNI", "");
-    CProgram program({"run", "--fru", image_},
+    CProgram program({"run", "--fru", image_, "--write-interval", "0"},
                      {"QL_LOG_DEBUG_LEVEL=5", "QL_LOG_FILE_DIR=" + folder_.File("log")});
     ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
     std::filesystem::rename(folder_.File("log"), folder_.File("away"));
@@ -59,10 +68,31 @@ TEST_F(HostFollow, ABurstOfChangesIsOneEventAlsoWithoutTheLogFolder) {
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
     EXPECT_TRUE(IsValid());
     EXPECT_TRUE(contentOf(log).ends_with("## TRACE-END ##\n"));
-    const std::string event = "event: IP address changed\n";
-    const std::size_t first = program.Output().find(event);
-    EXPECT_NE(first, std::string::npos) << program.Output();
-    EXPECT_EQ(program.Output().find(event, first + 1), std::string::npos) << program.Output();
+    EXPECT_EQ(Count(program, "event: IP address changed\n"), 1) << program.Output();
+}
+
+TEST_F(HostFollow, AfterAWriteAddressesWaitAndDevicesDoNot) {
+    CProgram program({"run", "--fru", image_, "--write-interval", "2500"});
+    ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_TRUE(Ip("addr add 192.0.2.77/24 dev v0"));
+        std::this_thread::sleep_for(150ms);  // longer than the quiet end of a burst
+        ASSERT_TRUE(i == 3 || Ip("addr del 192.0.2.77/24 dev v0"));
+    }
+    EXPECT_FALSE(Gains(ipv4_, 500ms));
+    EXPECT_TRUE(Gains(ipv4_, 5s)) << "the last state is written";
+    ASSERT_TRUE(program.ReadUntil("\nadded: "));
+    ASSERT_TRUE(Ip("addr add 2001:db8::4d/64 dev v0"));
+    std::this_thread::sleep_for(300ms);
+    ASSERT_TRUE(test::CNetworkNamespace::Send("change", "pci", "pci0000:00/0000:00:01.0"));
+    EXPECT_TRUE(Gains(ipv6_, 1500ms));
+    ASSERT_TRUE(Ip("addr del 2001:db8::4d/64 dev v0"));
+    std::this_thread::sleep_for(300ms);
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    EXPECT_EQ(Count(program, "written: "), 3) << program.Output();
+    EXPECT_EQ(Count(program, "event: IP address changed\n"), 1) << program.Output();
+    EXPECT_TRUE(Gains(ipv6_)) << "nothing is written after a signal";
 }
 
 TEST_F(HostFollow, DoesNotListenWithoutWatch) {

@@ -229,7 +229,7 @@ TEST_F(HostNetworkNamespace, AnswersWithTypeSpeedAndStateOfALink) {
 }
 
 TEST_F(HostNetworkNamespace, AnOverrunIsAChange) {
-    CNetworkWatch watch;
+    CNetworkWatch watch(std::chrono::seconds(0));
     std::string lines;
     for (int i = 0; i < 400; ++i) {
         lines += "addr add 10.7." + std::to_string(i / 250) + "." + std::to_string(i % 250) +

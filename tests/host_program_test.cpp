@@ -135,19 +135,15 @@ TEST(HostRun, TellsSystemdHowItIsAndReloads) {
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
 }
 
-TEST(HostModuleLibrary, IsFoundBelowAnyPrefix) {
-    const test::CTempDirectory prefix;
-    const std::string program = prefix.Write("bin/pni-host", "");
-    std::filesystem::copy(EM_PNI_BINARY_DIR "/pni-host", program,
-                          std::filesystem::copy_options::overwrite_existing);
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-    prefix.Write("lib/other", "");
-    prefix.Write("lib64/em_pni/em_pni.so", "no library");
-    const std::string image = prefix.Write("a.fru", "A");
-    const std::string errors = prefix.File("errors");
-    EXPECT_NE(std::system((program + " query " + image + " 2>" + errors).c_str()), 0);
-    EXPECT_TRUE(contains(test::contentOf(errors), "lib64/em_pni/em_pni.so"))
-        << test::contentOf(errors);
+TEST(HostRun, AModuleWithAnotherRapidJsonIsRefused) {
+    const test::CTempDirectory folder;
+    CProgram program({"query", folder.Write("a.fru", "A"), "--module",
+                      EM_PNI_BINARY_DIR "/host_foreign_module.so"});
+    EXPECT_EQ(program.Wait(), 2);
+    EXPECT_TRUE(contains(program.Errors(),
+                         "host_foreign_module.so: the module has another interface: interface "))
+        << program.Errors();
+    EXPECT_TRUE(contains(program.Errors(), "; expected: " + tagText(interfaceTag)));
 }
 
 // For the real module, which is in the folder of the program.

@@ -55,6 +55,9 @@ class CScriptedModule final : public CExtensionModule {
         }
     }
     std::uint32_t ModuleRequest(CKrcpMessage& request) override {
+        if (!Accept(request)) {
+            return 0;
+        }
         const std::lock_guard guard(lock_);
         Fetch();
         auto& allocator = request.document.GetAllocator();

@@ -76,7 +76,7 @@ class HostStory : public testing::Test {
     void Begin(const Bytes& image) {
         file_ = folder_.Write("a.fru", {image.begin(), image.end()});
         program_ = std::make_unique<CProgram>(
-            std::vector<std::string>{"run", "--fru", file_},
+            std::vector<std::string>{"run", "--fru", file_, "--write-interval", "0"},
             std::vector<std::string>{"QL_LOG_DEBUG_LEVEL=3", "QL_LOG_FILE_DIR=" + folder_.Path()});
     }
     // True when the image soon equals this and the program prints this line.

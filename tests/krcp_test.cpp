@@ -3,6 +3,7 @@
 #include "module/krcp_trace.h"
 #include "tests/scripted_host.h"
 #include "tests/trace_capture.h"
+#include "tests/unreadable_message.h"
 
 namespace em_pni::test {
 namespace {
@@ -41,6 +42,28 @@ TEST(Krcp, AnyDocumentCanBeReadAndWritten) {
             EXPECT_LE(krcp::jsonText(message.document).size(), 200U);
         }
     }
+}
+
+TEST(Krcp, NoDocumentOfAnotherTagIsTouched) {
+    const CTraceCapture trace(2);
+    for (std::size_t i = 0; i < sizeof(InterfaceTag); ++i) {
+        InterfaceTag tag = interfaceTag;
+        reinterpret_cast<unsigned char*>(&tag)[i] ^= 4U;
+        CUnreadableMessage foreign(tag);
+        CKrcpMessage& message = foreign.Get();
+        EXPECT_EQ(krcp::opcode(message), 0U) << i;
+        EXPECT_FALSE(krcp::hasData(message)) << i;
+        Bytes bytes;
+        EXPECT_EQ(krcp::copyRawBytes(message, bytes), 0U) << i;
+        krcp::traceMessage(2, "EM_PNI", " (REQ)", message);
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            EXPECT_FALSE(krcp::setStatus(message, 0)) << i;
+            EXPECT_FALSE(krcp::setRawBytes(message, Bytes{1})) << i;
+        }
+        EXPECT_EQ(krcp::status(message), krcp::REQUEST_PENDING) << i;
+        EXPECT_TRUE(message.tag == (i < 4 ? tag : CUnreadableMessage::RefusalTag())) << i;
+    }
+    EXPECT_EQ(tagText(InterfaceTag{}), "no tag");
 }
 
 TEST(Krcp, StatusOfAReply) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/module_fixture.h"
+#include "tests/unreadable_message.h"
 
 namespace em_pni::test {
 namespace {
@@ -162,6 +163,29 @@ TEST_F(ModuleTest, EventsAreNoneWithoutTheEventStatus) {
     EXPECT_TRUE(trace_.Has("CMV_DEVINFO_INSTANCE_REMOVED received."));
     EXPECT_TRUE(trace_.Has("ERROR # Invalid CM_DeviceInfoDeviceDataChanged Action!"));
     EXPECT_TRUE(trace_.Has("CMV_DEVINFO_INSTANCE_ADDED received."));
+}
+
+TEST_F(ModuleTest, MessagesOfAnotherInterfaceAreRefused) {
+    constexpr InterfaceTag other = CUnreadableMessage::OtherTag();
+    CUnreadableMessage request(other);
+    CUnreadableMessage event(other);
+    EXPECT_EQ(module_.ModuleRequest(request.Get()), 0U);
+    module_.ModuleReply(event.Get());
+    EXPECT_TRUE(request.Get().tag == CUnreadableMessage::RefusalTag());
+    EXPECT_TRUE(event.Get().tag == CUnreadableMessage::RefusalTag());
+    EXPECT_EQ(trace_.Count("EM_PNI              : ERROR! Message of the host refused: " +
+                           tagText(other) + "; expected: " + tagText(interfaceTag) + "\n"),
+              2);
+
+    host_.Intercept([](int, CKrcpMessage& message) {
+        message.tag = CUnreadableMessage::OtherTag();
+        return true;
+    });
+    module_.Start(&host_, 0);
+    module_.OnSwitchStarted();
+    EXPECT_TRUE(trace_.Has("ERROR! Message refused by the host: " + tagText(other)));
+    EXPECT_TRUE(trace_.Has("FAILED to request PNI FRU data (KRCP status 0x16)"));
+    EXPECT_EQ(host_.Total(), 1) << "no thread may start";
 }
 
 TEST_F(ModuleTest, NotificationsAreTracedByName) {

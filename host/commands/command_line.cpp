@@ -15,6 +15,8 @@ namespace em_pni {
 
 namespace {
 
+constexpr std::uint32_t longestWriteInterval = 3'600'000;  // milliseconds
+
 // The chosen command; returns the exit code.
 using Action = std::function<int(CConsole&)>;
 
@@ -70,8 +72,8 @@ void addModuleOption(CLI::App& command, std::string& path) {
     command
         .add_option("--module", path,
                     "Load this module. Default: em_pni.so in the folder\n"
-                    "of this program, else in ../lib*/em_pni from there,\n"
-                    "else the installed module")
+                    "of this program, else the module that is\n"
+                    "installed with this program")
         ->type_name("PATH");
 }
 
@@ -177,6 +179,13 @@ void addRun(CLI::App& app, Action& action) {
                      "a small FRU device does. 1 to 1048576, the default")
         ->type_name("BYTES")
         ->check(fromOneTo(CFruImage::maxSize));
+    command
+        ->add_option("--write-interval", options->writeInterval,
+                     "After a write, wait MS milliseconds before the next\n"
+                     "change of an address is reported to the module. 0 to\n"
+                     "3600000. Default: 5000")
+        ->type_name("MS")
+        ->check(CLI::Range(0U, longestWriteInterval).description(""));
     const CLI::Option* const watch =
         command->add_flag("--watch,!--no-watch", options->watch,
                           "Report changes of addresses, links and adapters of\n"
@@ -188,6 +197,9 @@ void addRun(CLI::App& app, Action& action) {
         "the record is not valid, 2 the FRU data or the module cannot be used, another pni-host\n"
         "is using the FRU data, or a controller has no valid record. As a service of systemd,\n"
         "SIGHUP reads the configuration of the module again.\n\n"
+        "A signal is announced to the module as a shutdown: the module writes nothing more. A\n"
+        "change that waits for --write-interval then is stored by the first cycle of the next\n"
+        "run.\n\n"
         "Examples:\n  pni-host run --fru board.fru --once\n"
         "  pni-host run --fru /dev/ipmi0");
     command->callback([&action, options, watch] {

@@ -93,6 +93,7 @@ struct RunOptions {
     std::string module;                  // path; empty = the default module
     bool once = false;                   // one cycle; else until SIGINT or SIGTERM
     std::optional<std::uint32_t> cycle;  // milliseconds; no value = as the module is configured
+    std::uint32_t writeInterval = 5000;  // milliseconds from a write to the next address event
     bool watch = true;                   // report changes of network and devices; not with `once`
     std::size_t capacity = CFruImage::maxSize;  // of the record, in bytes
 };

@@ -78,7 +78,8 @@ class CTarget {
 // Answers questions about the network of the machine in this process.
 class CDirectConnection final : public CKrcpConnection {
   public:
-    explicit CDirectConnection(CNetworkAnswers& network) : host_(nullptr, network) {}
+    CDirectConnection(CNetworkAnswers& network, CConsole& console)
+        : host_(nullptr, network, console) {}
 
     std::uint32_t SendRequest(CKrcpMessage& message, std::uint32_t timeoutMs) override {
         return host_.SendRequest(nullptr, message, timeoutMs);
@@ -107,7 +108,7 @@ int createImage(const CreateOptions& options, CConsole& console) {
     const CTarget target(options);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CDirectConnection connection(network);
+    CDirectConnection connection(network, console);
     std::vector<ModuleStream> modules;
     try {
         modules = localModules(connection);

@@ -1,4 +1,6 @@
 #include <atomic>
+#include <chrono>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -155,7 +157,8 @@ void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruPlace& 
     if (options.watch) {
         // Device events come first: one cycle then sees that a card and its addresses are gone.
         waiter.Add(std::make_unique<CDeviceWatch>());
-        waiter.Add(std::make_unique<CNetworkWatch>());
+        waiter.Add(
+            std::make_unique<CNetworkWatch>(std::chrono::milliseconds(options.writeInterval)));
     }
 }
 
@@ -216,7 +219,7 @@ int runModule(const RunOptions& options, CConsole& console) {
                               options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(&controller, network, config(options));
+    CPlayedHost host(&controller, network, console, config(options));
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CRunningModule module(library, host, report, console);
     module.Start();

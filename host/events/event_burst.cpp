@@ -1,5 +1,7 @@
 #include "host/events/event_burst.h"
 
+#include <algorithm>
+
 namespace em_pni {
 
 namespace {
@@ -10,8 +12,9 @@ constexpr std::size_t maxNames = 4;  // in one report
 
 void CEventBursts::Note(HostEvent event, const std::string& name, TimePoint now) {
     if (events_.empty()) {
-        end_ = now + length;
+        latestEnd_ = now + longest;
     }
+    end_ = std::min(now + quietTime, latestEnd_);
     Names& names = events_[event];
     if (!name.empty() && names.all.insert(name).second && names.first.size() < maxNames) {
         names.first.push_back(name);
@@ -19,11 +22,11 @@ void CEventBursts::Note(HostEvent event, const std::string& name, TimePoint now)
 }
 
 std::optional<CEventBursts::TimePoint> CEventBursts::DueAt() const {
-    return events_.empty() ? std::nullopt : std::optional(end_);
+    return events_.empty() ? std::nullopt : std::optional(std::max(end_, heldUntil_));
 }
 
 std::optional<EventReport> CEventBursts::TakeDue(TimePoint now) {
-    if (events_.empty() || now < end_) {
+    if (const auto due = DueAt(); !due || now < *due) {
         return std::nullopt;
     }
     const auto next = events_.begin();

@@ -14,19 +14,23 @@
 
 namespace em_pni {
 
-// Collects events for half a second from the first one on and then reports one event of each kind.
-// Removals come first: the module scans the whole machine after each event. Without the removal, a
-// scan would only find that the addresses of a pulled card are gone.
+// Reports one event of each kind when the burst has ended: `quietTime` after its last event,
+// `longest` after its first one at the latest. Removals come first: the module scans the whole
+// machine after each event. Without the removal, a scan would only find that the addresses of a
+// pulled card are gone.
 class CEventBursts {
   public:
     using TimePoint = CIEventSource::Clock::time_point;
-    static constexpr std::chrono::milliseconds length{500};
+    static constexpr std::chrono::milliseconds quietTime{100};
+    static constexpr std::chrono::milliseconds longest{500};
 
     // `name` is the device, for the report; may be empty.
     void Note(HostEvent event, const std::string& name, TimePoint now);
-    // The end of the burst; no value when there is no burst.
+    // Nothing is due before this time.
+    void Hold(TimePoint until) { heldUntil_ = until; }
+    // No value when there is no burst.
     [[nodiscard]] std::optional<TimePoint> DueAt() const;
-    // The next event of a burst that has ended; no value when there is none.
+    // The next event that is due; no value when there is none.
     std::optional<EventReport> TakeDue(TimePoint now);
 
   private:
@@ -37,7 +41,9 @@ class CEventBursts {
 
     static std::string OriginOf(const Names& names);
 
-    TimePoint end_;                                      // of the burst, when there is one
+    TimePoint latestEnd_;  // of the burst, when there is one
+    TimePoint end_;        // when no more events come
+    TimePoint heldUntil_;
     std::map<HostEvent, Names, std::greater<>> events_;  // removed, changed, added
 };
 

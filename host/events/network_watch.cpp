@@ -15,28 +15,21 @@ constexpr const char* failure = "cannot watch the network; use --no-watch to run
 
 }  // namespace
 
-CNetworkWatch::CNetworkWatch() : socket_(openRouteSocket()) {
+CNetworkWatch::CNetworkWatch(std::chrono::milliseconds writeInterval)
+    : writeInterval_(writeInterval), socket_(openRouteSocket()) {
     requireNetlink(::nl_socket_add_memberships(socket_.get(), RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR,
                                                RTNLGRP_IPV6_IFADDR, RTNLGRP_NONE),
                    failure);
 }
 
 int CNetworkWatch::Descriptor() const noexcept {
-    return bursts_.DueAt() ? -1 : ::nl_socket_get_fd(socket_.get());
+    return ::nl_socket_get_fd(socket_.get());
 }
 
 void CNetworkWatch::Take(Clock::time_point now) {
     if (TakeReports()) {
         bursts_.Note(HostEvent::addressChanged, "", now);
     }
-}
-
-std::optional<EventReport> CNetworkWatch::NextReport(Clock::time_point now) {
-    std::optional<EventReport> report = bursts_.TakeDue(now);
-    if (report) {
-        TakeReports();  // changes during the burst are part of it
-    }
-    return report;
 }
 
 bool CNetworkWatch::TakeReports() {

@@ -78,6 +78,9 @@ CRunWaiter::Occasion CRunWaiter::Wait() {
         if (polled[1].revents != 0) {
             eventfd_t count = 0;
             ::eventfd_read(written_.Get(), &count);
+            for (const auto& source : sources_) {
+                source->OnWritten(Clock::now());
+            }
             return Written{};
         }
         const Clock::time_point now = Clock::now();

@@ -2,8 +2,6 @@
 
 #include <dlfcn.h>
 #include <filesystem>
-#include <optional>
-#include <set>
 #include <string_view>
 #include <system_error>
 
@@ -13,7 +11,8 @@ namespace em_pni {
 
 namespace {
 
-constexpr const char* installedPath = PNI_HOST_INSTALLED_MODULE;
+// From the folder of the installed program.
+constexpr const char* installedModule = PNI_HOST_INSTALLED_MODULE;
 constexpr std::string_view moduleName = "EM_PNI";
 
 std::string loaderError() {
@@ -39,35 +38,17 @@ Function findFunction(void* handle, const char* name, const std::string& path) {
     return reinterpret_cast<Function>(symbol);
 }
 
-// The module in a folder "lib*" of this prefix.
-std::optional<std::string> moduleInLibraryFolder(const std::string& prefix) {
-    std::error_code error;
-    std::set<std::string> found;
-    for (std::filesystem::directory_iterator entry(prefix, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string module = entry->path() / "em_pni/em_pni.so";
-        std::error_code ignored;
-        if (entry->path().filename().string().starts_with("lib") &&
-            std::filesystem::exists(module, ignored)) {
-            found.insert(module);
-        }
-    }
-    return found.empty() ? std::nullopt : std::optional(*found.begin());
-}
-
 }  // namespace
 
 std::string defaultModulePath() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
     if (error) {
-        return installedPath;
+        throw CHostError("cannot find the folder of this program: " + error.message());
     }
-    const std::string folder = program.parent_path();
-    if (std::filesystem::exists(folder + "/em_pni.so", error)) {
-        return folder + "/em_pni.so";
-    }
-    return moduleInLibraryFolder(folder + "/..").value_or(installedPath);
+    const std::filesystem::path beside = program.parent_path() / "em_pni.so";
+    return std::filesystem::exists(beside, error) ? beside
+                                                  : program.parent_path() / installedModule;
 }
 
 void CModuleLibrary::Close::operator()(void* handle) const noexcept {

@@ -8,8 +8,8 @@
 
 namespace em_pni {
 
-// The path of the module when the user gives none: em_pni.so in the folder of the program, else in
-// a folder "../lib*/em_pni" from there, else the installed module.
+// The path of the module when the user gives none: em_pni.so in the folder of the program, else
+// where both are installed together. Throws a CHostError when the folder is not known.
 std::string defaultModulePath();
 
 // The destructor unloads the library: delete the module object before.

@@ -18,6 +18,11 @@ CModuleSession::CModuleSession(const CModuleLibrary& library, CIHostInterface& h
     if (!library_.Create()(&module_, nullptr) || module_ == nullptr) {
         throw CHostError(library_.Path() + ": the module cannot create its object");
     }
+    if (const InterfaceTag tag = askForTag(*module_); tag != interfaceTag) {
+        library_.Delete()();
+        throw CHostError(library_.Path() +
+                         ": the module has another interface: " + tagDifference(tag));
+    }
 }
 
 CModuleSession::~CModuleSession() {

@@ -12,6 +12,13 @@ std::string cycleConfig(std::uint32_t cycle) {
 
 std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessage& message,
                                        std::uint32_t timeoutMs) {
+    const InterfaceTag tag = message.tag;
+    if (!krcp::accept(message)) {
+        if (!hasRefused_.exchange(true)) {
+            console_.Error("messages of the module refused: " + tagDifference(tag));
+        }
+        return 0;
+    }
     std::uint32_t status = krcp::EXEC_FAILED;
     try {
         status = Answer(message, timeoutMs);

@@ -1,12 +1,14 @@
 // The host as the module sees it: controller, network and configuration behind one interface.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
 #include "em_pni/em_pni.h"
 #include "host/machine/fru_controller.h"
 #include "host/machine/network_answers.h"
+#include "host/output/console.h"
 
 namespace em_pni {
 
@@ -16,12 +18,17 @@ constexpr std::uint32_t onlyAfterEvents = 4294967295U;  // a cycle time
 
 class CPlayedHost final : public CIConfiguringHostInterface {
   public:
-    // Both must outlive the host. Null = a host without a controller. `moduleConfig` is the text of
+    // All must outlive the host. Null = a host without a controller. `moduleConfig` is the text of
     // a configuration file; empty = the module looks for its file.
-    CPlayedHost(CFruController* controller, CNetworkAnswers& network, std::string moduleConfig = {})
-        : controller_(controller), network_(network), moduleConfig_(std::move(moduleConfig)) {}
+    CPlayedHost(CFruController* controller, CNetworkAnswers& network, CConsole& console,
+                std::string moduleConfig = {})
+        : controller_(controller),
+          network_(network),
+          console_(console),
+          moduleConfig_(std::move(moduleConfig)) {}
 
-    // Returns 0 when the message has no command that can hold the answer.
+    // Returns 0 when the message has no command that can hold the answer. Refuses a message with
+    // another tag; the console gets one error for all of them.
     std::uint32_t SendRequest(CIExtensionModule* module, CKrcpMessage& message,
                               std::uint32_t timeoutMs) override;
     std::uint32_t SwitchStartFinished(CIExtensionModule* /*module*/,
@@ -38,7 +45,9 @@ class CPlayedHost final : public CIConfiguringHostInterface {
 
     CFruController* const controller_;
     CNetworkAnswers& network_;
+    CConsole& console_;
     const std::string moduleConfig_;
+    std::atomic<bool> hasRefused_{false};
 };
 
 }  // namespace em_pni

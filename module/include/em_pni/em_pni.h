@@ -41,4 +41,18 @@ using EM_DeleteFunction = decltype(&EM_Delete);
 using EM_GetModuleNameFunction = decltype(&EM_GetModuleName);
 using EM_SetupActionFunction = decltype(&EM_SetupAction);
 
+// Asks the module for its tag with a request that no module knows. Call it after EM_Create, before
+// all other functions of the module. Returns interfaceTag when host and module understand each
+// other. Else returns the tag of the module, or a tag without a mark when the module has no tag:
+// then do not use the module.
+inline InterfaceTag askForTag(CIExtensionModule& module) {
+    CKrcpMessage probe = krcp::makeRequest(0, 0, 0, 0);
+    module.ModuleRequest(probe);
+    if (krcp::isReadable(probe)) {
+        return krcp::status(probe) != krcp::REQUEST_PENDING ? interfaceTag : InterfaceTag{};
+    }
+    probe.tag.settings &= static_cast<std::uint8_t>(~InterfaceTag::refusal);
+    return probe.tag;
+}
+
 }  // namespace em_pni

@@ -11,8 +11,10 @@
 // Raw bytes have the form "DA": {"RAW": [0..255, ...]}, one number per byte.
 //
 // One thread at a time may use a message. The functions below accept any document. They treat a
-// member of the wrong type as missing. Without memory, functions that write throw std::bad_alloc in
-// the module. In a host RapidJSON's own behaviour applies: it does not check for memory.
+// member of the wrong type as missing. They do not touch the document of a message with another tag
+// than their own: functions that read find no command in it, functions that write refuse it.
+// Without memory, functions that write throw std::bad_alloc in the module. In a host RapidJSON's
+// own behaviour applies: it does not check for memory.
 #pragma once
 
 #include <algorithm>
@@ -23,14 +25,18 @@
 #include <utility>
 #include <vector>
 
+#include "em_pni/interface_tag.h"
+
 // These functions are long and called rarely. Copies at each call made a module 20 KB larger.
 #define EM_PNI_NOINLINE __attribute__((noinline))
 
 namespace em_pni {
 
 struct CKrcpMessage {
+    // The first two members have the same place in all versions: any code can read them.
+    InterfaceTag tag = interfaceTag;  // of the code that made the message
+    std::uint32_t index = 0;          // position of the current command in "CMD"
     rapidjson::Document document;
-    std::uint32_t index = 0;  // position of the current command in "CMD"
 };
 
 namespace krcp {
@@ -159,6 +165,26 @@ inline bool isSuccess(std::uint32_t status) noexcept {
            status == EVENT_MESSAGE;
 }
 
+// Whether the message has the tag of this code. Any use of the document of another message, also a
+// copy or a move, reads memory of an unknown layout.
+inline bool isReadable(const CKrcpMessage& message) noexcept {
+    return message.tag == interfaceTag;
+}
+
+// Returns whether a side may use a message of the other side. When it may not, replaces the tag by
+// its own tag with the bit `refusal`, so that the owner of the message sees who refuses it. Changes
+// nothing when there is no mark.
+inline bool accept(CKrcpMessage& message) noexcept {
+    if (isReadable(message)) {
+        return true;
+    }
+    if (hasMark(message.tag)) {
+        message.tag = interfaceTag;
+        message.tag.settings |= InterfaceTag::refusal;
+    }
+    return false;
+}
+
 // Returns a member of an object. Returns null when `value` is not an object or has no such member.
 inline const rapidjson::Value* findMember(const rapidjson::Value& value, const char* key) noexcept {
     if (!value.IsObject()) {
@@ -168,9 +194,13 @@ inline const rapidjson::Value* findMember(const rapidjson::Value& value, const c
     return member != value.MemberEnd() ? &member->value : nullptr;
 }
 
-// Returns the command with this index. Returns null when it is missing or not an object.
+// Returns the command with this index. Returns null when it is missing or not an object, or the
+// message has another tag.
 inline const rapidjson::Value* findCommand(const CKrcpMessage& message,
                                            std::uint32_t index) noexcept {
+    if (!isReadable(message)) {
+        return nullptr;
+    }
     const rapidjson::Value* const sip = findMember(message.document, "SIP");
     const rapidjson::Value* const commands = sip != nullptr ? findMember(*sip, "CMD") : nullptr;
     if (commands == nullptr || !commands->IsArray() || index >= commands->Size() ||
@@ -240,9 +270,13 @@ inline rapidjson::Value number(std::int64_t value) {
 }
 
 // Returns the current command for writing. Appends empty commands up to the index. Returns null
-// when "SIP" or "CMD" is missing, the command is not an object, or the index is 4096 or more.
+// when "SIP" or "CMD" is missing, the command is not an object, the index is 4096 or more, or the
+// message is refused.
 inline rapidjson::Value* commandForWriting(CKrcpMessage& message) {
     constexpr std::uint32_t maxCommands = 4096;
+    if (!accept(message)) {
+        return nullptr;
+    }
     const rapidjson::Value* const sip = findMember(message.document, "SIP");
     const rapidjson::Value* const found = sip != nullptr ? findMember(*sip, "CMD") : nullptr;
     if (found == nullptr || !found->IsArray() || message.index >= maxCommands) {
@@ -297,6 +331,9 @@ inline bool setStatus(CKrcpMessage& message, std::uint32_t statusCode) {
 
 EM_PNI_NOINLINE inline bool setRawBytes(CKrcpMessage& message,
                                         std::span<const std::uint8_t> bytes) {
+    if (commandForWriting(message) == nullptr) {
+        return false;
+    }
     auto& allocator = message.document.GetAllocator();
     rapidjson::Value raw(rapidjson::kArrayType);
     raw.Reserve(static_cast<rapidjson::SizeType>(bytes.size()), allocator);
