@@ -35,3 +35,5 @@ check_packages=(clang-tidy clang-format cppcheck)
 bench_packages=(libbenchmark-dev)
 # For fuzzing, in addition. llvm-symbolizer names the functions and lines in a stack trace.
 fuzz_packages=(llvm-14)
+# For the test in an emulated server, in addition to those of the build.
+server_packages=(qemu-system-x86 busybox-static cpio kmod e2fsprogs ipmitool strace python3)

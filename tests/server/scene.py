@@ -5,10 +5,11 @@ import time
 import fru
 from server import FRU_SIZE, Server, Slot
 
-PROGRAM = "/opt/em_pni/pni-host"
+PROGRAM = "/usr/local/bin/pni-host"
 DEVICE = "/dev/ipmi0"
 PATIENCE = 60  # seconds, until an event has reached the controller
 SLOW = 40000   # microseconds, that each call to the slowed driver takes longer
+IDLE_CYCLE = "PNI FRU record not modified"  # in the trace of the module
 
 # Slot 3 names its card, as most firmware does, slots 4 and 5 name their ports. The three ports are
 # functions of one device, and the kernel has other numbers for these slots. Slot 6 is known to the
@@ -100,6 +101,11 @@ class Scene:
     def address(self, change, ip, of_mac):
         self.server.run(f"ip addr {change} {ip} dev {self.interface(of_mac)}")
 
+    def save_logs(self):
+        """Keeps the files of the services beside those of QEMU."""
+        _, text = self.server.try_run("cd /var/log; tail -n 2000 */output */log.EM_PNI; dmesg")
+        (self.folder / f"boot{self.boots}/service-logs").write_text(text)
+
     # The program.
 
     def pni_host(self, arguments):
@@ -116,12 +122,9 @@ class Scene:
             f"(setsid {PROGRAM} run --fru {DEVICE} >{self.log}/output 2>&1; "
             f"echo $? >{self.log}/status) &")
 
-    def wait_for_idle_cycle(self):
-        self.wait("a cycle has ended without a write", lambda: self.server.try_run(
-            f"grep -qs 'PNI FRU record not modified' {self.log}/log.EM_PNI")[0] == 0)
-
-    def service_says(self, text):
-        return text in self.server.run(f"cat {self.log}/output")
+    def count(self, file, text):
+        """The lines with the text in a file of the service."""
+        return int(self.server.try_run(f"grep -cs '{text}' {self.log}/{file}")[1] or 0)
 
     def signal_service(self, signal):
         self.server.run(f"kill -{signal} $(pidof pni-host)")

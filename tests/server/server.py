@@ -82,7 +82,7 @@ class Server:
             "-machine", "q35", "-accel", "tcg", "-smp", "1", "-m", "256",
             "-nodefaults", "-display", "none", "-no-reboot",
             "-kernel", guest / "kernel/vmlinuz", "-initrd", guest / "initramfs",
-            "-append", "console=ttyS0 loglevel=5 panic=-1 tsc=reliable random.trust_cpu=on",
+            "-append", "console=ttyS0 panic=-1 tsc=reliable random.trust_cpu=on",
             "-serial", f"file:{folder / 'console'}",
             "-chardev", f"socket,id=monitor,fd={far_ends[0].fileno()}",
             "-mon", "chardev=monitor,mode=control",

@@ -4,13 +4,15 @@ program and module run in an emulated server. After each step ipmitool reads the
 decoder of the test compares the record with what the server has.
 usage: story.py FOLDER   the folder of make-guest; the logs go there, too"""
 import pathlib
+import signal
 import sys
 import time
 
 import fru
-from scene import DEVICE, Scene, StepFailed, mac, module, onboard
+from scene import DEVICE, IDLE_CYCLE, Scene, StepFailed, mac, module, onboard
 from server import FRU_SIZE, ServerError
 
+ADDRESS_EVENT = "event: IP address changed"  # in the output of the service
 PORT3 = mac(3, 1)
 TWO_PORTS = module(3, [[PORT3, "198.51.100.1", "2001:db8::1"], [mac(3, 2)]])
 ONE_PORT = module(4, [[mac(4, 1)]])
@@ -51,7 +53,7 @@ def create_and_restore(scene):
 
 def start(scene):
     scene.start_service()
-    scene.wait_for_idle_cycle()
+    scene.wait("a cycle has ended", lambda: scene.count("log.EM_PNI", IDLE_CYCLE))
     scene.require_no_write()
     scene.ok("the start of the service writes nothing")
 
@@ -117,9 +119,13 @@ def kill_in_a_write(scene, image):
 def shut_down(scene):
     """Returns the image that the controller has afterwards."""
     scene.pni_host(f"event shutdown {DEVICE}")
-    scene.wait("the shutdown is announced", lambda: scene.service_says("shutdown announced"))
+    scene.wait("the shutdown is announced",
+               lambda: scene.count("output", "shutdown announced"))
+    cycles, events = scene.count("log.EM_PNI", IDLE_CYCLE), scene.count("output", ADDRESS_EVENT)
     scene.address("add", "203.0.113.7/24", mac(0, 1))
-    time.sleep(3)  # an address is written within a second
+    scene.wait("the module has heard of an address",
+               lambda: scene.count("output", ADDRESS_EVENT) > events
+               and scene.count("log.EM_PNI", IDLE_CYCLE) > cycles)
     scene.end_service()
     scene.require_no_write()
     image = scene.becomes(record(["192.0.2.10", "2001:db8::99"]))
@@ -169,11 +175,16 @@ def tell(scene):
 
 def main():
     begin = time.monotonic()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # the server must end, too
     scene = Scene(pathlib.Path(sys.argv[1]).resolve())
     try:
         tell(scene)
     except (StepFailed, ServerError, fru.BadImage, OSError) as failure:
         print(f"FAILED: {failure}\nlogs: {scene.folder}/boot{scene.boots}", file=sys.stderr)
+        try:
+            scene.save_logs()
+        except (AttributeError, ServerError, OSError):
+            pass  # the server is off
         return 1
     finally:
         if scene.server is not None:
