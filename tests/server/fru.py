@@ -109,7 +109,14 @@ def read_module(image, at):
 
 
 def modules(image):
-    """The modules of the record, every checksum and end mark checked."""
+    """The modules of the record, every checksum and end mark checked. Any bytes may be given."""
+    try:
+        return read_record(image)
+    except IndexError:
+        raise BadImage("a length or a code is too large") from None
+
+
+def read_record(image):
     begin = checked(image, 0, 8, "common header")[1] * 8
     require(begin, "there is no internal use area")
     area = checked(image, begin, 8, "internal use area")

@@ -135,7 +135,10 @@ class Scene:
         status = int(self.server.run(f"cat {self.log}/status"))
         if status != code:
             raise StepFailed(f"the service has ended with {status}, not {code}\n"
-                             + self.server.run(f"cat {self.log}/output"))
+                             + self.last_words())
+
+    def last_words(self):
+        return "output of the service:\n" + self.server.try_run(f"tail -n 5 {self.log}/output")[1]
 
     def end_service(self):
         self.signal_service("TERM")
@@ -169,7 +172,7 @@ class Scene:
             now = self.read_controller()
             raise StepFailed(f"{failure}\n{fru.differences(image, now)}" if image else
                              f"{failure}\nexpected:\n{fru.text(modules)}\n"
-                             f"found:\n{fru.text_of_image(now)}") from None
+                             f"found:\n{fru.text_of_image(now)}\n{self.last_words()}") from None
         found = self.read_controller()
         if not self.has(modules) or image not in (None, found):
             raise StepFailed("the record has changed again")
@@ -178,16 +181,22 @@ class Scene:
     def read_controller(self):
         """What ipmitool reads: it must be what the write commands have made, and the other areas
         must be untouched."""
+        for _ in range(30):  # a write may still be under way
+            count = len(self.server.fru_writes())
+            time.sleep(0.3)
+            self.server.run("ipmitool fru read 0 /tmp/read")
+            image, written = self.server.read_file("/tmp/read"), self.server.fru()
+            if len(self.server.fru_writes()) == count:
+                break
+        else:
+            raise StepFailed("the write commands do not end")
+        if image != written:
+            raise StepFailed("ipmitool does not read what was written\n"
+                             + fru.differences(written, image))
         for offset, data in self.server.fru_writes():
             for name, (begin, area) in self.neighbours.items():
                 if offset < begin + len(area) and begin < offset + len(data):
                     raise StepFailed(f"a write command at byte {offset} reaches the {name} area")
-        self.server.run("ipmitool fru read 0 /tmp/read")
-        image = self.server.read_file("/tmp/read")
-        written = self.server.fru()
-        if image != written:
-            raise StepFailed("ipmitool does not read what was written\n"
-                             + fru.differences(written, image))
         if self.server.run("ipmitool fru print 0") != self.printed:
             raise StepFailed("ipmitool prints other assets than before")
         return image

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """The story of a server, from its first record to a power cut in the middle of a write. The shipped
 program and module run in an emulated server. After each step ipmitool reads the FRU data, and the
 decoder of the test compares the record with what the server has.
