@@ -1,5 +1,6 @@
-# Installs what a host author needs beside the headers: a CMake package and a pkg-config file. All
-# paths in them are relative to their own place, so `cmake --install` may use any prefix.
+# Installs what a host author needs beside the headers: a CMake package, a pkg-config file, the
+# documentation and an example. All paths in the package and in the pkg-config file are relative to their
+# own place, so `cmake --install` may use any prefix.
 include(CMakePackageConfigHelpers)
 
 file(STRINGS ${RAPIDJSON_INCLUDE_DIR}/rapidjson/rapidjson.h em_pni_rapidjson_version
@@ -29,3 +30,6 @@ cmake_path(RELATIVE_PATH em_pni_include BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
 cmake_path(RELATIVE_PATH em_pni_module BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/em_pni.pc.in ${PROJECT_BINARY_DIR}/em_pni.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/em_pni.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES docs/host.md docs/record.md TYPE DOC)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -7,6 +7,7 @@
 #include "devscan/pci_text.h"
 #include "devscan/scan.h"
 #include "fuzz/fuzz_input.h"
+#include "fuzz/no_interfaces.h"
 #include "platform/text.h"
 
 using namespace em_pni;
@@ -23,11 +24,6 @@ class CSameAnswer final : public CCommandRunner {
 
   private:
     std::string text_;
-};
-
-class CNoInterfaces final : public CInterfaceControl {
-  public:
-    int Ioctl(unsigned long /*request*/, ifreq& /*data*/) override { return ENODEV; }
 };
 
 void checkFunctions(const std::vector<PciFunction>& functions, std::string_view text) {

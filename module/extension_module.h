@@ -57,7 +57,7 @@ class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
 
   private:
     std::atomic<CIHostInterface*> host_{nullptr};
-    std::uint32_t instance_ = 0;
+    std::atomic<std::uint32_t> instance_{0};  // the host may start the module again while it runs
 };
 
 }  // namespace em_pni

@@ -119,7 +119,7 @@ TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
                                                  {"address", "IP address changed", "126 -> 127"}}) {
         EXPECT_EQ(CProgram({"event", word, link}).Wait(), 0) << word;
         EXPECT_TRUE(run.ReadUntil("event: " + line + " (pni-host event)\nwritten: 1 bytes\n" +
-                                  "changed: module 0 FirstByte: " + change + "\n"));
+                                  "  changed: module 0 FirstByte: " + change + "\n"));
     }
     for (const Texts& arguments :
          {Texts{"run", "--fru", link}, Texts{"run", "--fru", link, "--once"},

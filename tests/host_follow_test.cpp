@@ -56,7 +56,7 @@ TEST_F(HostFollow, ABurstOfChangesIsOneEventAlsoWithoutTheLogFolder) {
     const std::string log = folder_.Write("log/log.EM_PNI", "");
     CProgram program({"run", "--fru", image_, "--write-interval", "0"},
                      {"QL_LOG_DEBUG_LEVEL=5", "QL_LOG_FILE_DIR=" + folder_.File("log")});
-    ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
+    ASSERT_TRUE(program.ReadUntil("\n  removed: ")) << program.Errors();
     std::filesystem::rename(folder_.File("log"), folder_.File("away"));
     ASSERT_TRUE(
         Ip("addr add 192.0.2.78/32 dev v0\naddr add 192.0.2.77/24 dev v0\n"
@@ -73,7 +73,7 @@ TEST_F(HostFollow, ABurstOfChangesIsOneEventAlsoWithoutTheLogFolder) {
 
 TEST_F(HostFollow, AfterAWriteAddressesWaitAndDevicesDoNot) {
     CProgram program({"run", "--fru", image_, "--write-interval", "2500"});
-    ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
+    ASSERT_TRUE(program.ReadUntil("\n  removed: ")) << program.Errors();
     for (int i = 0; i < 4; ++i) {
         ASSERT_TRUE(Ip("addr add 192.0.2.77/24 dev v0"));
         std::this_thread::sleep_for(150ms);  // longer than the quiet end of a burst
@@ -81,7 +81,7 @@ TEST_F(HostFollow, AfterAWriteAddressesWaitAndDevicesDoNot) {
     }
     EXPECT_FALSE(Gains(ipv4_, 500ms));
     EXPECT_TRUE(Gains(ipv4_, 5s)) << "the last state is written";
-    ASSERT_TRUE(program.ReadUntil("\nadded: "));
+    ASSERT_TRUE(program.ReadUntil("\n  added: "));
     ASSERT_TRUE(Ip("addr add 2001:db8::4d/64 dev v0"));
     std::this_thread::sleep_for(300ms);
     ASSERT_TRUE(test::CNetworkNamespace::Send("change", "pci", "pci0000:00/0000:00:01.0"));
@@ -97,7 +97,7 @@ TEST_F(HostFollow, AfterAWriteAddressesWaitAndDevicesDoNot) {
 
 TEST_F(HostFollow, DoesNotListenWithoutWatch) {
     CProgram program({"run", "--fru", image_, "--no-watch"});
-    ASSERT_TRUE(program.ReadUntil("\nremoved: ")) << program.Errors();
+    ASSERT_TRUE(program.ReadUntil("\n  removed: ")) << program.Errors();
     ASSERT_TRUE(Ip("addr add 192.0.2.77/24 dev v0"));
     EXPECT_FALSE(Gains(ipv4_, 1s));
     program.Signal(SIGTERM);

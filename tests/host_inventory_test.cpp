@@ -4,6 +4,7 @@
 
 #include "host/output/inventory_diff.h"
 #include "host/output/inventory_tree.h"
+#include "host/output/terminal.h"
 
 namespace em_pni::host_test {
 namespace {
@@ -17,7 +18,11 @@ rapidjson::Document parse(const std::string& json) {
 }
 
 Lines differences(const std::string& before, const std::string& after) {
-    return inventoryDifferences(parse(before), parse(after));
+    Lines lines;
+    for (const InventoryChange& change : inventoryDifferences(parse(before), parse(after))) {
+        lines.push_back(std::string(wordOf(change.kind)) + ": " + textOf(change));
+    }
+    return lines;
 }
 
 std::string oneFunction(const std::string& members) {
@@ -43,8 +48,9 @@ TEST(HostDiff, NamesAChangeByTheIdsAboveIt) {
 TEST(HostDiff, AnInsertedModuleIsOneLine) {
     const std::string before = R"({"Modules":[{"ModuleId":0},{"ModuleId":4}]})";
     const std::string after =
-        R"({"Modules":[{"ModuleId":0},{"ModuleId":3,"ModuleName":"Card"},{"ModuleId":4}]})";
-    EXPECT_EQ(differences(before, after), Lines{"added: module 3 \"Card\""});
+        R"({"Modules":[{"ModuleId":0},{"ModuleId":3,"ModuleName":"Card","ModuleType":"PCI-AddIn"},)"
+        R"({"ModuleId":4}]})";
+    EXPECT_EQ(differences(before, after), Lines{"added: module 3 \"Card\" (slot 3)"});
 }
 
 TEST(HostTree, ShowsEachNodeOnOneLine) {
@@ -70,6 +76,17 @@ TEST(HostTree, ShowsEachNodeOnOneLine) {
               "└─ module 3: a?[2J?b?2J?\u00fc, FC, disabled\n"
               "   └─ port 0\n"
               "      └─ function 0: WWPN W\n");
+}
+
+TEST(HostTerminal, FoldsAndPaintsWhatItShows) {
+    const std::string tree = "a.fru\n└─ module 3: one two three\n   ├─ port 0: four five six\n";
+    EXPECT_EQ(fitted(tree, {}), tree);
+    EXPECT_EQ(
+        fitted(tree, {.isUtf8 = false, .width = 20}),
+        "a.fru\n`- module 3: one two\n       three\n   |- port 0: four\n   |      five six\n");
+    const Terminal colors{.hasColor = true, .width = 9};
+    EXPECT_EQ(fitted("1 " + painted("SUCCESS", Color::green, colors) + " end\n", colors),
+              "1 \x1b[32mSUCCESS\x1b[0m\n    end\n");
 }
 
 // Replaces the value of every member by every type, then compares and prints the result.

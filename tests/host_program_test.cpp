@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
+#include <sstream>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -30,10 +31,31 @@ TEST(HostRun, OnceReportsWritesAndChangesAndQueryWritesNothing) {
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
     EXPECT_TRUE(
         program.Output().ends_with("read: 6 bytes\nwritten: 6 bytes\n"
-                                   "changed: module 0 FirstByte: 65 -> 66\n"
-                                   "added: module 0 Period 4294967295\nstopped\n"))
+                                   "  changed: module 0 FirstByte: 65 -> 66\n"
+                                   "  added: module 0 Period 4294967295\nstopped\n"))
         << program.Output();
     EXPECT_EQ(test::contentOf(image), "B rest");
+}
+
+TEST(HostRun, JsonHasAnObjectInEachLine) {
+    const test::CTempDirectory folder;
+    CProgram program =
+        scripted({"run", "--fru", folder.Write("a.fru", "A"), "--once", "--json", "-q"});
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    std::istringstream lines(program.Output());
+    std::string events;
+    for (std::string line; std::getline(lines, line);) {
+        rapidjson::Document report;
+        ASSERT_FALSE(report.Parse(line.c_str()).HasParseError()) << line;
+        EXPECT_EQ(krcp::findMember(report, "time")->GetStringLength(), 29U) << line;
+        events.append(krcp::findMember(report, "event")->GetString()).append(" ");
+        if (const rapidjson::Value* const changes = krcp::findMember(report, "changes")) {
+            EXPECT_EQ((*changes)[0], rapidjson::Document().Parse(
+                                         R"({"change":"changed","module":"0","member":"FirstByte",)"
+                                         R"("before":"65","after":"66"})"));
+        }
+    }
+    EXPECT_TRUE(events.ends_with("read written stopped ")) << events;
 }
 
 TEST(HostRun, ASignalIsAnnouncedAsAShutdownAndLeavesNothingBehind) {
@@ -163,26 +185,31 @@ TEST(HostEndToEnd, QueryShowsTheRecordAsJsonAndAsTree) {
     EXPECT_EQ(modules->Size(), 3U);
 
     CProgram tree(
-        {"query", "--fields", "ActiveWWPN,ActiveMAC", image, "--technology", "fc", "--tree"});
+        {"query", "--fields", "ActiveWWPN,ActiveMAC", image, "--technology", "fc", "--tree"},
+        {"LC_ALL=C.UTF-8"});
     EXPECT_EQ(tree.Wait(), 0) << tree.Errors();
     EXPECT_TRUE(contains(tree.Output(), "a.fru: 1 module\n└─ module 4\n")) << tree.Output();
     EXPECT_TRUE(contains(tree.Output(), "function 0: WWPN 10:00:00:10:9B:00:00:02\n"))
         << tree.Output();
 }
 
-TEST(HostEndToEnd, ARefusalShowsTheNameOfItsStatus) {
+TEST(HostEndToEnd, ARefusalSaysWhy) {
     const test::CTempDirectory folder;
     const std::string good = folder.Write("good.fru", sample("onboard-only.fru"));
     const std::string bad = folder.Write("bad.fru", sample("bad-record-checksum.fru"));
-    for (const auto& [arguments, status] :
-         std::vector<std::pair<std::vector<std::string>, std::string>>{
-             {{"query", bad}, "CHECKSUM_ERROR"},
-             {{"query", good, "--technology", "none"}, "INVALID_CMD"},
-             {{"query", good, "--fields", "Speed,Sped"}, "INVALID_CMD"},
-             {{"run", "--once", "--fru", bad}, "CHECKSUM_ERROR"}}) {
+    for (const auto& [arguments, code, text] :
+         std::vector<std::tuple<std::vector<std::string>, int, std::string>>{
+             {{"query", bad},
+              1,
+              "no valid record: CHECKSUM_ERR [2], checksum of the record at byte"},
+             {{"query", good, "--technology", "none"}, 2, "none not in {CNA,FC"},
+             {{"query", good, "--fields", "Speed,Sped"}, 2, "\"Sped\" is no member"},
+             {{"run", "--once", "--fru", bad}, 1, "no valid record: CHECKSUM_ERR [2], checksum"},
+             {{"run", "--once", "--fru", "none"}, 2, "\"pni-host create\""}}) {
         CProgram program(arguments);
-        EXPECT_EQ(program.Wait(), 1) << testing::PrintToString(arguments);
-        EXPECT_TRUE(contains(program.Errors(), status)) << program.Errors();
+        EXPECT_EQ(program.Wait(), code) << testing::PrintToString(arguments);
+        EXPECT_TRUE(program.Errors().starts_with("pni-host: ")) << program.Errors();
+        EXPECT_TRUE(contains(program.Errors(), text)) << program.Errors();
     }
 }
 

@@ -83,7 +83,7 @@ class HostStory : public testing::Test {
     [[nodiscard]] bool Becomes(const Bytes& image, const std::string& line) {
         const std::string bytes(image.begin(), image.end());
         return test::isTrueWithin(5s, [&] { return test::contentOf(file_) == bytes; }) &&
-               program_->ReadUntil("\n" + line + "\n");
+               program_->ReadUntil(line);
     }
     void Send(const std::string& event) {
         CProgram sender({"event", event, file_});
@@ -123,20 +123,20 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     stale = replaced(stale, {192, 0, 2, 10}, {203, 0, 113, 5});
     test::fixChecksums(stale);
     Begin(stale);
-    ASSERT_TRUE(
-        Becomes(true_,
-                "changed: module 4 port 1 function 0 ActiveWWPN: 10:00:00:00:C9:AB:CD:EF -> "
-                "10:00:00:10:9B:00:00:02"));
+    ASSERT_TRUE(Becomes(true_,
+                        "changed: module 4 port 1 function 0 (slot 4, 0000:04:00.1) ActiveWWPN: "
+                        "10:00:00:00:C9:AB:CD:EF -> "
+                        "10:00:00:10:9B:00:00:02"));
 
     ASSERT_TRUE(Ip("addr del 192.0.2.10/24 dev eno0\naddr add 192.0.2.11/24 dev eno0"));
     const Bytes moved = replaced(onboard_, {192, 0, 2, 10}, {192, 0, 2, 11});
     ASSERT_TRUE(Becomes(imageOf({moved, slot3_, fibre_}),
-                        "added: module 0 port 0 function 0 Ipv4Addresses 192.0.2.11"));
+                        "added: module 0 port 0 function 0 (onboard, eno0, "));
 
     server_.Plug({5, 6, 7});
     server_.Report({5, 6, 7}, {"add", "change", "bind"});
     ASSERT_TRUE(Becomes(imageOf({moved, slot3_, fibre_, card(5), card(6), card(7)}),
-                        "added: module 7 \"LAN PCI Card\""));
+                        "added: module 7 \"LAN PCI Card\" (slot"));
     ASSERT_TRUE(program_->ReadUntil("event: device changed ("));
     EXPECT_NE(program_->Output().find("event: device added (pci 0000:05:00.0, pci 0000:05:00.1, "
                                       "pci 0000:06:00.0, pci 0000:06:00.1 and 2 more)\n"),
@@ -144,24 +144,25 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     server_.Pull({3});
     server_.Report({3}, {"unbind", "remove"});
     ASSERT_TRUE(Becomes(imageOf({moved, fibre_, card(5), card(6), card(7)}),
-                        "removed: module 3 \"LAN PCI Card\""));
+                        "removed: module 3 \"LAN PCI Card\" (slot"));
     server_.Pull({5, 6, 7});
     Send("removed");
     const Bytes last = imageOf({moved, fibre_});
-    ASSERT_TRUE(Becomes(last, "removed: module 7 \"LAN PCI Card\""));
+    ASSERT_TRUE(Becomes(last, "removed: module 7 \"LAN PCI Card\" (slot"));
 
-    // The module learns of these changes after the shutdown.
-    ASSERT_TRUE(Ip("addr del 192.0.2.11/24 dev eno0"));
-    server_.Plug({6});
     Send("shutdown");
     ASSERT_TRUE(program_->ReadUntil("event: shutdown announced (pni-host event)\n"));
+    ASSERT_TRUE(Ip("addr del 192.0.2.11/24 dev eno0"));
+    server_.Plug({6});
     const int cycles = IdleCycles();
     server_.Report({6}, {"add"});
     ASSERT_TRUE(program_->ReadUntil("event: device added (pci 0000:06:00.0, pci 0000:06:00.1)\n"));
     EXPECT_TRUE(test::isTrueWithin(5s, [&] { return IdleCycles() > cycles; }));
     End();
     ASSERT_TRUE(Becomes(last, "stopped"));
-    EXPECT_EQ(Count(program_->Output(), "written: 2048 bytes\n"), 5) << program_->Output();
+    // A cycle during the pull of the card can remove its addresses before its module.
+    const int writes = Count(program_->Output(), "written: 2048 bytes\n");
+    EXPECT_TRUE(writes == 5 || writes == 6) << program_->Output();
 }
 
 TEST_F(HostStory, ANewRecordIsWhatAFirstCycleMakes) {

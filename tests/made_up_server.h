@@ -50,9 +50,11 @@ class CMadeUpServer {
             EXPECT_TRUE(Connect(Name(slot, 0), Name(slot, 1), slot));
         }
     }
+    // The interfaces go last: their events end shortly before a report of the caller.
     void Pull(Slots slots) {
+        std::string lines;
         for (const std::uint8_t slot : slots) {
-            EXPECT_TRUE(CNetworkNamespace::Ip("link del " + Name(slot, 0)));
+            lines += "link del " + Name(slot, 0) + "\n";
             for (const int port : {0, 1}) {
                 const std::string function = Function(slot, port);
                 machine_.Remove("sys/class/net/" + Name(slot, port));
@@ -60,6 +62,7 @@ class CMadeUpServer {
                 machine_.Remove("sys/devices/" + function);
             }
         }
+        EXPECT_TRUE(CNetworkNamespace::Ip(lines));
     }
     // Makes the kernel report each action for each function of the cards.
     static void Report(Slots slots, std::initializer_list<const char*> actions) {

@@ -188,6 +188,23 @@ TEST_F(ModuleTest, MessagesOfAnotherInterfaceAreRefused) {
     EXPECT_EQ(host_.Total(), 1) << "no thread may start";
 }
 
+TEST_F(ModuleTest, AHostCanAskForTheTag) {
+    struct CAnsweringModule final : CExtensionModule {
+        InterfaceTag tag = interfaceTag;
+        std::uint32_t ModuleRequest(CKrcpMessage& request) override {
+            request.tag = tag;
+            return 0;
+        }
+    };
+    CAnsweringModule other;
+    EXPECT_TRUE(askForTag(module_) == interfaceTag);
+    EXPECT_TRUE(askForTag(other) == InterfaceTag{})
+        << "no status, no refusal: a module without tag";
+    other.tag = CUnreadableMessage::OtherTag();
+    other.tag.settings |= InterfaceTag::refusal;
+    EXPECT_TRUE(askForTag(other) == CUnreadableMessage::OtherTag());
+}
+
 TEST_F(ModuleTest, NotificationsAreTracedByName) {
     EXPECT_EQ(module_.Notify(0x40001, 5), 0U);
     EXPECT_TRUE(trace_.Has("EM_PNI              : ## NOTIFY: Code = 0Xx40001, param = 0x00000005"));

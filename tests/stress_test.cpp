@@ -62,15 +62,22 @@ class StressTest : public ModuleFixture {
         owner_->Notify(codes[Random(Random(100) == 0 ? 6 : 5)], 0);
         std::this_thread::sleep_for(1ms);
     }
-    void StopOrRestart() {
+    void StartOrStop() {
         std::this_thread::sleep_for(std::chrono::milliseconds(Random(20)));
-        if (Random(2) == 0) {
-            owner_->OnSwitchStarted();
-            return;
+        switch (Random(5)) {
+            case 0:
+                owner_->SetCabinetNumber(0);
+                owner_->Start(&host_, 0);
+                return;
+            case 1:
+            case 2:
+                owner_->OnSwitchStarted();
+                return;
+            default:
+                const auto start = Clock::now();
+                owner_->Stop();
+                EXPECT_LT(Clock::now() - start, 6s);
         }
-        const auto start = Clock::now();
-        owner_->Stop();
-        EXPECT_LT(Clock::now() - start, 6s);
     }
 
     const unsigned seconds_ = setting("EM_PNI_STRESS_SECONDS", 3);
@@ -89,7 +96,7 @@ TEST_F(StressTest, EverythingAtOnce) {
         std::vector<std::thread> threads;
         for (const auto action :
              {&StressTest::Request, &StressTest::Request, &StressTest::Event,
-              &StressTest::Notification, &StressTest::StopOrRestart, &StressTest::StopOrRestart}) {
+              &StressTest::Notification, &StressTest::StartOrStop, &StressTest::StartOrStop}) {
             threads.emplace_back([this, action, roundEnd] {
                 while (Clock::now() < roundEnd) {
                     (this->*action)();

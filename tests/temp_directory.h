@@ -11,7 +11,8 @@ namespace em_pni::test {
 
 class CTempDirectory {
   public:
-    CTempDirectory() : path_(::mkdtemp(std::string("/tmp/em_pni_test.XXXXXX").data())) {}
+    explicit CTempDirectory(const std::string& parent = "/tmp")
+        : path_(::mkdtemp((parent + "/em_pni_test.XXXXXX").data())) {}
     ~CTempDirectory() { std::filesystem::remove_all(path_); }
     CTempDirectory(const CTempDirectory&) = delete;
     CTempDirectory& operator=(const CTempDirectory&) = delete;

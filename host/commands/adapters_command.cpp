@@ -14,7 +14,7 @@ int listAdapters(const AdaptersOptions& options, CConsole& console) {
     CHardwareDatabase database;
     const std::vector<AdapterReport> adapters = reportAdapters(*found, machine.Files(), database);
     if (options.json) {
-        console.Line(adapterJson(adapters));
+        console.Document(adapterJson(adapters));
     } else if (adapters.empty()) {
         console.Line("no network or Fibre Channel adapters found");
     } else {

@@ -5,11 +5,16 @@
 #include <exception>
 #include <functional>
 #include <limits>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unistd.h>
+#include <vector>
 
 #include "host/commands/commands.h"
+#include "platform/text.h"
+#include "query/member_names.h"
 
 namespace em_pni {
 
@@ -77,6 +82,31 @@ void addModuleOption(CLI::App& command, std::string& path) {
         ->type_name("PATH");
 }
 
+void addJsonFlag(CLI::App& command, bool& json, const std::string& description) {
+    command.add_flag("--json", json, description);
+}
+
+CLI::Validator oneOf(const std::vector<std::string>& words) {
+    return CLI::IsMember(words, CLI::ignore_case).description("");
+}
+
+// The names of the members in the inventory.
+CLI::Validator inventoryMember() {
+    return CLI::Validator(
+        [](const std::string& name) -> std::string {
+            if (findMemberByName(name)) {
+                return "";
+            }
+            std::string text =
+                "\"" + printable(name) + "\" is no member of the inventory. Members:";
+            for (std::size_t i = 0; i < memberCount; ++i) {
+                text.append(i == 0 ? " " : ", ").append(memberName(static_cast<Member>(i)));
+            }
+            return text;
+        },
+        "");
+}
+
 void addCheck(CLI::App& app, Action& action) {
     const auto options = std::make_shared<CheckOptions>();
     CLI::App* const command = app.add_subcommand("check", "Check whether FRU data are valid");
@@ -85,6 +115,9 @@ void addCheck(CLI::App& app, Action& action) {
                      "Image files, IPMI devices such as /dev/ipmi0, or -\nfor standard input")
         ->required()
         ->type_name("");
+    addJsonFlag(*command, options->json,
+                "Print a JSON array of objects: path, code, name; with\na fault reason, offset, "
+                "expected, found; or error");
     addControllerOptions(*command, options->common);
     command->footer(
         "Prints a line for each. Exit code: 0 all are valid, 1 one is not valid, 2 one cannot be\n"
@@ -102,14 +135,16 @@ void addQuery(CLI::App& app, Action& action) {
     command
         ->add_option("--technology", options->filter.technology,
                      "Print only modules of this technology: CNA, FC, IB,\nEth (or NIC), SAS")
-        ->type_name("T");
+        ->type_name("T")
+        ->check(oneOf({"CNA", "FC", "IB", "Eth", "NIC", "SAS"}));
     command
         ->add_option("--fields", options->filter.fields,
                      "Print only these members and the ids. Separate the\n"
                      "names with commas; write them as in the JSON")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->type_name("A,B,");
+        ->type_name("A,B,")
+        ->check(inventoryMember());
     command->add_flag("--tree", options->tree, "Print a tree of modules, ports and functions");
     addModuleOption(*command, options->module);
     command->footer(
@@ -149,6 +184,7 @@ void addCreate(CLI::App& app, Action& action) {
     command->add_flag("--force", options->force,
                       "Replace an existing file, unless a pni-host run is\n"
                       "using it or it has a chassis, board, product or\nmulti-record area");
+    addJsonFlag(*command, options->json, "Print a JSON object: path, modules, bytes");
     command->footer(
         "Exit code: 0 done, 1 the machine has no adapters or they cannot be read, 2 the file\n"
         "cannot be created or the size is too small. The file is written only with exit code 0.\n\n"
@@ -186,6 +222,10 @@ void addRun(CLI::App& app, Action& action) {
                      "3600000. Default: 5000")
         ->type_name("MS")
         ->check(CLI::Range(0U, longestWriteInterval).description(""));
+    addJsonFlag(*command, options->style.json,
+                "Print a JSON object in each line: time, event, text\nand what belongs to it");
+    command->add_flag("--time,!--no-time", options->style.hasTime,
+                      "Begin each line with the local time, or do not.\nDefault: --time");
     const CLI::Option* const watch =
         command->add_flag("--watch,!--no-watch", options->watch,
                           "Report changes of addresses, links and adapters of\n"
@@ -249,6 +289,9 @@ void addDiff(CLI::App& app, Action& action) {
     addFruArgument(*command, "FRU", options->source,
                    "IPMI device, image file, or - for standard input; it\ndoes not change");
     addControllerOptions(*command, options->source);
+    addJsonFlag(*command, options->json,
+                "Print a JSON object: changed, and changes with\nchange, module, port, function, "
+                "slot, interface, pci,\nmember, name, before, after");
     addModuleOption(*command, options->module);
     command->footer(
         "Runs one cycle of the module on a copy. Exit code: 0 it would change nothing, 1 it would\n"
@@ -279,9 +322,27 @@ void addEvent(CLI::App& app, Action& action) {
     setAction(*command, action, options, sendEvent);
 }
 
+struct CommonOptions {
+    ColorChoice color = ColorChoice::automatic;
+    bool isQuiet = false;
+};
+
+void addCommonOptions(CLI::App& app, CommonOptions& common) {
+    app.add_option("--color", common.color,
+                   "auto, always or never. Default: auto, on a terminal\nand without NO_COLOR")
+        ->type_name("WHEN")
+        ->transform(CLI::CheckedTransformer(
+                        std::map<std::string, ColorChoice>{{"auto", ColorChoice::automatic},
+                                                           {"always", ColorChoice::always},
+                                                           {"never", ColorChoice::never}})
+                        .description(""));
+    app.add_flag("-q,--quiet", common.isQuiet, "Print only errors and documents for programs");
+    app.fallthrough();  // these options may also follow the command
+}
+
 // Sets the action; returns an exit code when there is nothing left to do.
 std::optional<int> parse(int argc, const char* const* argv, std::ostream& output,
-                         std::ostream& errors, Action& action) {
+                         std::ostream& errors, Action& action, CommonOptions& common) {
     CLI::App app(
         "Reference host of the extension module em_pni. FRU data may be an image file, or those\n"
         "of a management controller behind an IPMI device such as /dev/ipmi0.",
@@ -289,6 +350,11 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION);
     app.require_subcommand(0, 1);
     app.footer("\"pni-host COMMAND --help\" describes a command.");
+    app.failure_message([](const CLI::App* /*app*/, const CLI::Error& error) {
+        return std::string("pni-host: ") + error.what() +
+               "\npni-host: \"pni-host --help\" and \"pni-host COMMAND --help\" describe the use\n";
+    });
+    addCommonOptions(app, common);
     addCheck(app, action);
     addQuery(app, action);
     addDiff(app, action);
@@ -310,18 +376,22 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     return std::nullopt;
 }
 
-int perform(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
+int perform(int argc, const char* const* argv, std::ostream& output, std::ostream& errors,
+            TerminalFinder findTerminal) {
     Action action;
-    if (const auto result = parse(argc, argv, output, errors, action)) {
-        return *result;
+    CommonOptions common;
+    const auto parsed = parse(argc, argv, output, errors, action, common);
+    CConsole console(output, errors, findTerminal(STDOUT_FILENO, common.color),
+                     findTerminal(STDERR_FILENO, common.color), common.isQuiet);
+    int result = parsed.value_or(exitUnusable);
+    if (!parsed) {
+        try {
+            result = action(console);
+        } catch (const std::exception& error) {
+            console.Error(error.what());
+        }
     }
-    CConsole console(output, errors);
-    int result = exitUnusable;
-    try {
-        result = action(console);
-    } catch (const std::exception& error) {
-        console.Error(error.what());
-    }
+    output.flush();
     if (!console.AllWritten()) {
         console.Error("cannot write the whole output");
         return exitUnusable;
@@ -331,10 +401,10 @@ int perform(int argc, const char* const* argv, std::ostream& output, std::ostrea
 
 }  // namespace
 
-int pniHost(int argc, const char* const* argv, std::ostream& output,
-            std::ostream& errors) noexcept {
+int pniHost(int argc, const char* const* argv, std::ostream& output, std::ostream& errors,
+            TerminalFinder findTerminal) noexcept {
     try {
-        return perform(argc, argv, output, errors);
+        return perform(argc, argv, output, errors, findTerminal);
     } catch (const std::exception& error) {
         errors << "pni-host: " << error.what() << std::endl;
         return exitUnusable;

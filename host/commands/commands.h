@@ -13,6 +13,7 @@
 #include "host/machine/fru_place.h"
 #include "host/machine/image_builder.h"
 #include "host/output/console.h"
+#include "host/output/run_log.h"
 #include "host/session/inventory_request.h"
 
 namespace em_pni {
@@ -36,6 +37,7 @@ int backUp(const BackupOptions& options, CConsole& console);
 struct CheckOptions {
     FruSource common;                // FRU id and state folder for all of them
     std::vector<std::string> paths;  // "-" = standard input
+    bool json = false;
 };
 
 // Prints a line for each. exitUnusable when FRU data cannot be read, else exitFailed when an image
@@ -46,6 +48,7 @@ struct CreateOptions {
     std::string file;
     ImageFormat format;
     bool force = false;  // replace an existing file
+    bool json = false;
 };
 
 // Creates an image that describes this machine. exitFailed when the machine has no adapters or they
@@ -55,6 +58,7 @@ int createImage(const CreateOptions& options, CConsole& console);
 struct DiffOptions {
     FruSource source;
     std::string module;  // path; empty = the default module
+    bool json = false;
 };
 
 // Prints what the module would change. The FRU data never change. exitFailed when it would change
@@ -96,6 +100,7 @@ struct RunOptions {
     std::uint32_t writeInterval = 5000;  // milliseconds from a write to the next address event
     bool watch = true;                   // report changes of network and devices; not with `once`
     std::size_t capacity = CFruImage::maxSize;  // of the record, in bytes
+    RunLogStyle style;
 };
 
 // Runs the module on FRU data. exitFailed when a write failed or the module has no valid record.

@@ -11,10 +11,12 @@
 #include "host/machine/fru_image.h"
 #include "host/machine/fru_lock.h"
 #include "host/machine/kernel_network.h"
+#include "host/output/change_json.h"
 #include "host/output/host_error.h"
 #include "host/session/played_host.h"
 #include "module/krcp_connection.h"
 #include "platform/file.h"
+#include "platform/text.h"
 #include "pni/ip_update.h"
 
 namespace em_pni {
@@ -127,9 +129,22 @@ int createImage(const CreateOptions& options, CConsole& console) {
             ReplaceIpAddresses(CNetworkRequests(&connection, 0), record);
         });
     target.Write(image);
-    console.Line("created: " + options.file + ", " + std::to_string(count) +
-                 (count == 1 ? " module, " : " modules, ") + std::to_string(image.size()) +
-                 " bytes");
+    if (options.json) {
+        rapidjson::StringBuffer text;
+        JsonWriter writer(text);
+        writer.StartObject();
+        writeMember(writer, "path", options.file);
+        writer.Key("modules");
+        writer.Uint64(count);
+        writer.Key("bytes");
+        writer.Uint64(image.size());
+        writer.EndObject();
+        console.Document(text.GetString());
+    } else {
+        console.Line("created: " + printable(options.file) + ", " + std::to_string(count) +
+                     (count == 1 ? " module, " : " modules, ") + std::to_string(image.size()) +
+                     " bytes");
+    }
     return exitDone;
 }
 

@@ -6,8 +6,11 @@
 #include "host/commands/commands.h"
 #include "host/commands/reading.h"
 #include "host/machine/kernel_network.h"
+#include "host/output/change_json.h"
 #include "host/output/host_error.h"
+#include "host/output/run_log.h"
 #include "host/session/inventory_watch.h"
+#include "host/session/machine_view.h"
 #include "host/session/module_session.h"
 #include "host/session/played_host.h"
 
@@ -37,6 +40,19 @@ class CDiffReport final : public CIFruListener {
     std::atomic<bool> failed_{false};
 };
 
+// An object with "changed" (whether a byte would change) and "changes".
+std::string jsonOf(bool isChanged, const std::vector<InventoryChange>& changes) {
+    rapidjson::StringBuffer text;
+    JsonWriter writer(text);
+    writer.StartObject();
+    writer.Key("changed");
+    writer.Bool(isChanged);
+    writer.Key("changes");
+    writeChanges(writer, changes);
+    writer.EndObject();
+    return text.GetString();
+}
+
 }  // namespace
 
 int showDifference(const DiffOptions& options, CConsole& console) {
@@ -57,19 +73,27 @@ int showDifference(const DiffOptions& options, CConsole& console) {
     watch.Look(session);
     session.SwitchStarted();
     session.Stop();
-    watch.Look(session);
+    std::vector<InventoryChange> changes = watch.Look(session);
+    const bool hasInventory = watch.Inventory() != nullptr;
     const bool deleted = session.Delete();
     controller.Finish();
-    if (!deleted || !watch.Valid() || report.Failed()) {
+    if (!deleted || !hasInventory || report.Failed()) {
         return exitUnusable;
     }
-    if (copy->Read() == before) {
-        return exitDone;
-    }
-    if (!watch.Changed()) {
+    const bool isChanged = copy->Read() != before;
+    CMachineView machine;
+    machine.Refresh();
+    machine.Complete(changes);
+    if (options.json) {
+        console.Document(jsonOf(isChanged, changes));
+    } else if (isChanged && changes.empty()) {
         console.Line("changed: bytes that the inventory does not show");
+    } else if (isChanged) {
+        console.Text("it would change:\n" + changeLines(changes, console));
+    } else {
+        console.Line("it would change nothing");
     }
-    return exitFailed;
+    return isChanged ? exitFailed : exitDone;
 }
 
 }  // namespace em_pni

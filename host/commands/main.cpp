@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
     em_pni::CDescriptorBuffer errorBuffer(STDERR_FILENO);
     std::ostream output(&outputBuffer);
     std::ostream errors(&errorBuffer);
-    const int result = em_pni::pniHost(argc, argv, output, errors);
+    const int result = em_pni::pniHost(argc, argv, output, errors, em_pni::terminalOf);
     output.flush();
     errors.flush();
     return result;

@@ -47,13 +47,16 @@ int queryFile(const QueryOptions& options, CConsole& console) {
     // The document may refer to texts in the library: the library must still be loaded.
     const rapidjson::Value* const inventory = findInventory(request);
     if (inventory == nullptr) {
-        console.Error(fru->Name() + ": the module answers " + answerText(request));
+        const auto fault = faultOf(CByteView(fru->Read()));
+        console.Error(
+            fru->Name() + ": " +
+            (fault ? "no valid record: " + *fault : "the module answers " + answerText(request)));
         return exitFailed;
     }
     if (options.tree) {
         console.Text(inventoryTree(options.source.path, *inventory));
     } else {
-        console.Line(prettyJson(*inventory));
+        console.Document(prettyJson(*inventory));
     }
     return deleted ? exitDone : exitFailed;
 }

@@ -3,9 +3,9 @@
 #include <utility>
 #include <vector>
 
-#include "frudata/pni_fru.h"
 #include "host/machine/open_fru.h"
 #include "host/output/progress_bar.h"
+#include "host/output/record_fault.h"
 
 namespace em_pni {
 
@@ -24,11 +24,8 @@ std::unique_ptr<CFruCopy> copyOf(const FruSource& source, CConsole& console) {
 }
 
 std::optional<std::string> faultOf(CByteView image) {
-    const std::uint32_t code = pniValidateFru(image.Data(), image.Size());
-    if (code == PNI_SUCCESS) {
-        return std::nullopt;
-    }
-    return std::string(pniResultText(code)) + " [" + std::to_string(code) + "]";
+    const auto fault = findFault(image);
+    return fault ? std::optional(textOf(*fault)) : std::nullopt;
 }
 
 }  // namespace em_pni

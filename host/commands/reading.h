@@ -15,7 +15,7 @@ namespace em_pni {
 // Shows a bar on a terminal while a controller is read. Never null. Throws a CHostError.
 std::unique_ptr<CFruCopy> copyOf(const FruSource& source, CConsole& console);
 
-// "CHECKSUM_ERR [2]": the result of validation. No value = the image is valid.
+// Why the record in the image is not valid; no value = it is valid.
 std::optional<std::string> faultOf(CByteView image);
 
 }  // namespace em_pni

@@ -56,13 +56,13 @@ void CRunWaiter::NotifyWritten() noexcept {
     [[maybe_unused]] const int result = ::eventfd_write(written_.Get(), 1);
 }
 
-CRunWaiter::Occasion CRunWaiter::Wait() {
+CRunWaiter::Occasion CRunWaiter::Wait(std::optional<Clock::time_point> wakeAt) {
     for (;;) {
         std::vector<pollfd> polled{{signalQueue_.Get(), POLLIN, 0}, {written_.Get(), POLLIN, 0}};
         for (const auto& source : sources_) {
             polled.push_back({source->Descriptor(), POLLIN, 0});
         }
-        if (::poll(polled.data(), polled.size(), TimeLeft()) < 0) {
+        if (::poll(polled.data(), polled.size(), TimeLeft(wakeAt)) < 0) {
             if (errno != EINTR) {
                 throw CHostError(systemErrorText("cannot wait for signals", errno));
             }
@@ -70,6 +70,9 @@ CRunWaiter::Occasion CRunWaiter::Wait() {
         }
         if (settings_.tick && Clock::now() >= nextTick_) {
             nextTick_ = Clock::now() + *settings_.tick;
+            return Tick{};
+        }
+        if (polled[0].revents == 0 && polled[1].revents == 0 && wakeAt && Clock::now() >= *wakeAt) {
             return Tick{};
         }
         if (polled[0].revents != 0) {
@@ -108,7 +111,7 @@ bool CRunWaiter::IsReload() const {
 }
 
 // The time-out of poll: milliseconds until an event or a tick is due, -1 = nothing is due.
-int CRunWaiter::TimeLeft() const {
+int CRunWaiter::TimeLeft(std::optional<Clock::time_point> wakeAt) const {
     std::optional<Clock::time_point> due;
     for (const auto& source : sources_) {
         if ((due = source->DueAt())) {
@@ -117,6 +120,9 @@ int CRunWaiter::TimeLeft() const {
     }
     if (settings_.tick) {
         due = std::min(due.value_or(nextTick_), nextTick_);
+    }
+    if (wakeAt) {
+        due = std::min(due.value_or(*wakeAt), *wakeAt);
     }
     if (!due) {
         return -1;

@@ -51,15 +51,15 @@ class CRunWaiter {
     void Add(std::unique_ptr<CIEventSource> source);
     // Any thread may call. Several calls before the next Wait count as one.
     void NotifyWritten() noexcept;
-    // A Tick comes when it is due. A signal comes before a write, and a write before the events of
-    // the sources. While a source has
-    // an event that is not yet due, the events of the sources added later wait.
-    Occasion Wait();
+    // A Tick comes when it is due, and at `wakeAt`. A signal comes before a write, and a write
+    // before the events of the sources. While a source has an event that is not yet due, the events
+    // of the sources added later wait.
+    Occasion Wait(std::optional<CIEventSource::Clock::time_point> wakeAt = {});
 
   private:
     using Clock = CIEventSource::Clock;
 
-    [[nodiscard]] int TimeLeft() const;
+    [[nodiscard]] int TimeLeft(std::optional<Clock::time_point> wakeAt) const;
     [[nodiscard]] bool IsReload() const;
 
     const Settings settings_;

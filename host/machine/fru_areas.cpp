@@ -82,6 +82,14 @@ std::size_t endOf(CByteView image, AreaKind kind, std::size_t begin) {
     return length != 0 ? begin + length : nextBegin(image, begin);
 }
 
+// The first byte behind the record. Its last modules can stand behind its stated length.
+std::size_t endOfRecord(CByteView image, const RecordFrame& frame) {
+    CRecordCursor cursor(image, frame);
+    while (cursor.NextModule()) {
+    }
+    return std::max(frame.commonArea + frame.recordLength, cursor.NextOffset());
+}
+
 bool overlap(const FruArea& area, std::size_t begin, std::size_t end) {
     return area.begin < end && begin < area.end;
 }
@@ -114,13 +122,12 @@ std::optional<FruArea> areaInTheWay(const std::vector<FruArea>& areas, CByteView
     const bool isRecord =
         frame.fault == FrameFault::none &&
         std::equal(header.begin(), header.end(), newHeader.begin(), newHeader.end());
+    const std::size_t end = isRecord ? endOfRecord(written, frame) : 0;
     const auto found = std::find_if(areas.begin(), areas.end(), [&](const FruArea& area) {
-        if (!isRecord) {
-            return true;
-        }
-        return overlap(area, frame.internalUseArea,
+        return !isRecord ||
+               overlap(area, frame.internalUseArea,
                        frame.internalUseArea + InternalUseArea::size) ||
-               overlap(area, frame.multirecordHeader, frame.commonArea + frame.recordLength);
+               overlap(area, frame.multirecordHeader, end);
     });
     return found != areas.end() ? std::optional(*found) : std::nullopt;
 }

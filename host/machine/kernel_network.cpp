@@ -117,16 +117,15 @@ void requireNetlink(int result, const std::string& what) {
     }
 }
 
-NetworkSnapshot CKernelNetwork::Take() {
-    const NetlinkSocket socket = openRouteSocket();
+NetworkSnapshot readNetwork(const NetlinkSocket& socket, const CFileTree& files,
+                            CInterfaceControl& control) {
     nl_cache* raw = nullptr;
     requireNetlink(::rtnl_link_alloc_cache(socket.get(), AF_UNSPEC, &raw),
                    "cannot read network interfaces");
     const NetlinkCache cache(raw);
-    CSocketControl control;
     std::map<std::pair<bool, int>, NetworkInterface> interfaces;  // by hasPciDevice and index
     forEach<rtnl_link>(cache, [&](rtnl_link* link) {
-        interfaces.emplace(std::pair(hasPciDevice(files_, ::rtnl_link_get_name(link)),
+        interfaces.emplace(std::pair(hasPciDevice(files, ::rtnl_link_get_name(link)),
                                      ::rtnl_link_get_ifindex(link)),
                            interfaceOf(link, control));
     });
@@ -139,6 +138,11 @@ NetworkSnapshot CKernelNetwork::Take() {
         snapshot.push_back(std::move(interface));
     }
     return snapshot;
+}
+
+NetworkSnapshot CKernelNetwork::Take() {
+    CSocketControl control;
+    return readNetwork(openRouteSocket(), files_, control);
 }
 
 }  // namespace em_pni

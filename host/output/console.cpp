@@ -3,18 +3,23 @@
 namespace em_pni {
 
 void CConsole::Text(std::string_view text) {
+    if (isQuiet_) {
+        return;
+    }
     const CRecursiveLockGuard guard(lock_);
-    output_ << text << std::flush;
+    output_ << fitted(text, outputTerminal_) << std::flush;
 }
 
-void CConsole::Line(std::string_view text) {
+void CConsole::Document(std::string_view document) {
     const CRecursiveLockGuard guard(lock_);
-    output_ << text << '\n' << std::flush;
+    output_ << document << '\n' << std::flush;
 }
 
 void CConsole::Error(std::string_view text) {
+    const std::string line =
+        painted("pni-host:", Color::red, errorTerminal_).append(" ").append(text).append("\n");
     const CRecursiveLockGuard guard(lock_);
-    errors_ << "pni-host: " << text << '\n' << std::flush;
+    errors_ << fitted(line, errorTerminal_) << std::flush;
 }
 
 bool CConsole::AllWritten() {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <ostream>
+#include <string>
 #include <string_view>
 
+#include "host/output/terminal.h"
 #include "platform/recursive_lock.h"
 
 namespace em_pni {
@@ -17,11 +19,23 @@ enum ExitCode : int {
 // Standard output and standard error. Each call is flushed at once. Any thread may write.
 class CConsole {
   public:
-    CConsole(std::ostream& output, std::ostream& errors) : output_(output), errors_(errors) {}
+    CConsole(std::ostream& output, std::ostream& errors, const Terminal& outputTerminal = {},
+             const Terminal& errorTerminal = {}, bool isQuiet = false)
+        : output_(output),
+          errors_(errors),
+          outputTerminal_(outputTerminal),
+          errorTerminal_(errorTerminal),
+          isQuiet_(isQuiet) {}
 
-    // Writes a document without adding a newline.
+    // Lines for people, made to fit the terminal. Not written when only errors are wanted.
     void Text(std::string_view text);
-    void Line(std::string_view text);
+    void Line(std::string_view text) { Text(std::string(text) + '\n'); }
+    // `text` in this color if the terminal of standard output has colors.
+    [[nodiscard]] std::string Painted(std::string_view text, Color color) const {
+        return painted(text, color, outputTerminal_);
+    }
+    // A document for programs, as it is and with a newline.
+    void Document(std::string_view document);
     // Writes a line with the program's name before it to standard error.
     void Error(std::string_view text);
     // False after a write to standard output has failed.
@@ -31,6 +45,9 @@ class CConsole {
     CRecursiveLock lock_;
     std::ostream& output_ PNI_GUARDED_BY(lock_);
     std::ostream& errors_ PNI_GUARDED_BY(lock_);
+    const Terminal outputTerminal_;
+    const Terminal errorTerminal_;
+    const bool isQuiet_;
 };
 
 }  // namespace em_pni

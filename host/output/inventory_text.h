@@ -3,6 +3,8 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
+#include <optional>
 #include <rapidjson/document.h>
 #include <string>
 
@@ -28,6 +30,16 @@ std::string valueText(const rapidjson::Value& value);
 
 // The printable value of the string member `key`; empty when there is no such string.
 std::string textMember(const rapidjson::Value& object, const char* key);
+
+// The non-negative integer member `key`; no value when there is no such number.
+std::optional<std::uint64_t> numberMember(const rapidjson::Value& object, const char* key);
+
+// segment:bus:device.function of a function, as lspci writes it. Empty when all are 0: the record
+// does not know the address.
+std::string pciText(const rapidjson::Value& function);
+
+// "slot 5" or "onboard", as the record says of a module. Empty = another or no place.
+std::string slotText(const rapidjson::Value& module);
 
 // The document as JSON, indented by two blanks.
 std::string prettyJson(const rapidjson::Value& value);

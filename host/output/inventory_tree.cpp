@@ -8,7 +8,6 @@
 
 #include "em_pni/krcp_message.h"
 #include "host/output/inventory_text.h"
-#include "platform/pci_address.h"
 #include "platform/text.h"
 
 namespace em_pni {
@@ -35,12 +34,6 @@ class CFacts {
   private:
     std::string text_;
 };
-
-std::optional<std::uint64_t> numberMember(const Value& object, const char* key) {
-    const Value* const member = krcp::findMember(object, key);
-    return member != nullptr && member->IsUint64() ? std::optional(member->GetUint64())
-                                                   : std::nullopt;
-}
 
 // Only a disabled object is worth a word.
 std::string disabledText(const Value& object) {
@@ -73,23 +66,6 @@ std::string speedText(const Value& function) {
     // A speed of 4 with the unit "10Gb/s" is 40 Gb/s.
     return unit == "10Gb/s" ? std::to_string(*speed) + "0 Gb/s"
                             : std::to_string(*speed) + " " + unit;
-}
-
-// segment:bus:device.function, as lspci writes it. Empty when all are 0: the record does not know
-// the address.
-std::string pciText(const Value& function) {
-    const auto segment = numberMember(function, "PciSegment");
-    const auto bus = numberMember(function, "PciBus");
-    const auto device = numberMember(function, "PciDevice");
-    const auto number = numberMember(function, "PciFunction");
-    if (!bus || !device || !number || *bus > 0xFF || *device > 0x1F || *number > 7 ||
-        segment.value_or(0) > 0xFFFF) {
-        return "";
-    }
-    const PciAddress address{static_cast<std::uint16_t>(segment.value_or(0)),
-                             static_cast<std::uint8_t>(*bus), static_cast<std::uint8_t>(*device),
-                             static_cast<std::uint8_t>(*number)};
-    return address.Packed() == 0 ? "" : pciAddressText(address);
 }
 
 // Empty for an address of zeros, which means that there is no address.

@@ -2,28 +2,30 @@
 
 #include <utility>
 
-#include "host/output/inventory_diff.h"
 #include "host/session/inventory_request.h"
 
 namespace em_pni {
 
-void CInventoryWatch::Look(CModuleSession& session) {
+std::vector<InventoryChange> CInventoryWatch::Look(CModuleSession& session) {
     auto now = std::make_unique<CKrcpMessage>(makeInventoryRequest({}));
     session.Request(*now);
     const rapidjson::Value* const inventory = findInventory(*now);
     valid_ = inventory != nullptr;
     if (!valid_) {
         Complain("the module has no inventory: " + answerText(*now));
-        return;
+        return {};
     }
     complaint_.clear();
+    std::vector<InventoryChange> changes;
     if (last_ != nullptr) {
-        for (const std::string& line : inventoryDifferences(*findInventory(*last_), *inventory)) {
-            console_.Line(line);
-            changed_ = true;
-        }
+        changes = inventoryDifferences(*findInventory(*last_), *inventory);
     }
     last_ = std::move(now);
+    return changes;
+}
+
+const rapidjson::Value* CInventoryWatch::Inventory() const noexcept {
+    return valid_ ? findInventory(*last_) : nullptr;
 }
 
 // Prints a repeated error only once.

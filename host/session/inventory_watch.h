@@ -1,11 +1,14 @@
-// Follows the inventory of a module and prints what changes.
+// Follows the inventory of a module.
 #pragma once
 
 #include <memory>
+#include <rapidjson/document.h>
 #include <string>
+#include <vector>
 
 #include "em_pni/krcp_message.h"
 #include "host/output/console.h"
+#include "host/output/inventory_diff.h"
 #include "host/session/module_session.h"
 
 namespace em_pni {
@@ -15,13 +18,11 @@ class CInventoryWatch {
   public:
     explicit CInventoryWatch(CConsole& console) : console_(console) {}
 
-    // Asks for the inventory. Prints a line for each difference to the last valid one.
-    void Look(CModuleSession& session);
+    // Asks for the inventory. Returns the differences to the last valid one.
+    std::vector<InventoryChange> Look(CModuleSession& session);
 
-    // Whether the last answer had an inventory.
-    [[nodiscard]] bool Valid() const noexcept { return valid_; }
-    // Whether a difference was printed.
-    [[nodiscard]] bool Changed() const noexcept { return changed_; }
+    // The inventory of the last answer; null when it had none.
+    [[nodiscard]] const rapidjson::Value* Inventory() const noexcept;
 
   private:
     void Complain(const std::string& text);
@@ -29,8 +30,7 @@ class CInventoryWatch {
     CConsole& console_;
     std::unique_ptr<CKrcpMessage> last_;  // has an inventory; null before the first one
     std::string complaint_;
-    bool valid_ = false;
-    bool changed_ = false;
+    bool valid_ = false;  // the last answer had an inventory
 };
 
 }  // namespace em_pni

@@ -19,6 +19,7 @@ std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessa
         }
         return 0;
     }
+    lastRequest_ = std::chrono::steady_clock::now();
     std::uint32_t status = krcp::EXEC_FAILED;
     try {
         status = Answer(message, timeoutMs);
@@ -27,6 +28,7 @@ std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessa
     } catch (const std::exception&) {
         status = krcp::EXEC_FAILED;
     }
+    lastRequest_ = std::chrono::steady_clock::now();
     try {
         return krcp::setStatus(message, status) ? 1 : 0;
     } catch (const std::exception&) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -40,6 +41,11 @@ class CPlayedHost final : public CIConfiguringHostInterface {
         return moduleConfig_.empty() ? nullptr : moduleConfig_.c_str();
     }
 
+    // When the module last sent a request or got its answer. Any thread may call.
+    [[nodiscard]] std::chrono::steady_clock::time_point LastRequest() const noexcept {
+        return lastRequest_;
+    }
+
   private:
     std::uint32_t Answer(CKrcpMessage& message, std::uint32_t timeoutMs);
 
@@ -48,6 +54,7 @@ class CPlayedHost final : public CIConfiguringHostInterface {
     CConsole& console_;
     const std::string moduleConfig_;
     std::atomic<bool> hasRefused_{false};
+    std::atomic<std::chrono::steady_clock::time_point> lastRequest_{};
 };
 
 }  // namespace em_pni

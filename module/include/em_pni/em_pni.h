@@ -1,12 +1,10 @@
-// The only header that a host of em_pni.so includes. It needs the headers of RapidJSON. Host and
-// module must use the same version of RapidJSON. The host loads em_pni.so with dlopen and finds the
-// four functions below with dlsym; it links no library. Call them from one
-// thread at a time. They do not throw.
+// The only header that a host of em_pni.so includes. It needs C++20 and the headers of RapidJSON.
+// Host and module must use the same version and settings of RapidJSON; askForTag finds out. The
+// host loads em_pni.so with dlopen and finds the four functions below with dlsym; it links no
+// library. Call them from one thread at a time. They do not throw.
 //
-//     void* library = dlopen("em_pni.so", RTLD_NOW | RTLD_LOCAL);
-//     auto create = reinterpret_cast<em_pni::EM_CreateFunction>(dlsym(library, "EM_Create"));
-//     em_pni::CIExtensionModule* module = nullptr;
-//     if (create(&module, nullptr)) { module->SetCabinetNumber(0); module->Start(&host, 0); ... }
+// docs/host.md describes the life of the module and every document, examples/minimal_host is a
+// small host. `cmake --install` puts both into share/doc/em_pni.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +20,9 @@ extern "C" {
 // created, stores null and returns false. `ignored` may have any value.
 bool EM_Create(em_pni::CIExtensionModule** module, void* ignored);
 
-// Waits for the module's thread and destroys the module object. Returns 1, or 0 when there is no
-// object or its destructor throws.
+// Ends the current update cycle without a further request or write, waits for the module's thread
+// and destroys the module object. Waits as long as the host needs for the request that it is
+// answering. Returns 1, or 0 when there is no object or its destructor throws.
 std::uint32_t EM_Delete();
 
 // Returns "EM_PNI", a static text.
