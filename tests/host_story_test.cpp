@@ -165,6 +165,24 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     EXPECT_TRUE(writes == 5 || writes == 6) << program_->Output();
 }
 
+TEST_F(HostStory, CardsThatChangedWithoutPowerAreEnteredAtTheStart) {
+    const Bytes with = imageOf({onboard_, slot3_, fibre_, card(6)});
+    const test::CTempDirectory folder;
+    const std::string file = folder.Write("a.fru", {with.begin(), with.end()});
+    EXPECT_EQ(CProgram({"diff", file, "--no-cards"}).Wait(), 0);
+    for (const Bytes& expected : {true_, with}) {
+        EXPECT_EQ(CProgram({"diff", file}).Wait(), 1);
+        CProgram run({"run", "--fru", file, "--once", "--cards"});
+        EXPECT_EQ(run.Wait(), 0) << run.Errors();
+        EXPECT_TRUE(test::contentOf(file) == std::string(expected.begin(), expected.end()))
+            << run.Output();
+        EXPECT_EQ(CProgram({"diff", file}).Wait(), 0);
+        if (expected == true_) {
+            server_.Plug({6});
+        }
+    }
+}
+
 TEST_F(HostStory, ANewRecordIsWhatAFirstCycleMakes) {
     // A second interface has the MAC address of the card, as a VLAN on it has.
     std::string lines =

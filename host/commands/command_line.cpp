@@ -86,6 +86,13 @@ void addJsonFlag(CLI::App& command, bool& json, const std::string& description) 
     command.add_flag("--json", json, description);
 }
 
+void addCardsFlag(CLI::App& command, bool& cards) {
+    command.add_flag(
+        "--cards,!--no-cards", cards,
+        "In the first cycle, add new cards in slots and remove\nthose that are gone, or "
+        "do not. Default: --cards");
+}
+
 CLI::Validator oneOf(const std::vector<std::string>& words) {
     return CLI::IsMember(words, CLI::ignore_case).description("");
 }
@@ -226,6 +233,7 @@ void addRun(CLI::App& app, Action& action) {
                 "Print a JSON object in each line: time, event, text\nand what belongs to it");
     command->add_flag("--time,!--no-time", options->style.hasTime,
                       "Begin each line with the local time, or do not.\nDefault: --time");
+    addCardsFlag(*command, options->cards);
     const CLI::Option* const watch =
         command->add_flag("--watch,!--no-watch", options->watch,
                           "Report changes of addresses, links and adapters of\n"
@@ -292,6 +300,7 @@ void addDiff(CLI::App& app, Action& action) {
     addJsonFlag(*command, options->json,
                 "Print a JSON object: changed, and changes with\nchange, module, port, function, "
                 "slot, interface, pci,\nmember, name, before, after");
+    addCardsFlag(*command, options->cards);
     addModuleOption(*command, options->module);
     command->footer(
         "Runs one cycle of the module on a copy. Exit code: 0 it would change nothing, 1 it would\n"

@@ -58,6 +58,7 @@ int createImage(const CreateOptions& options, CConsole& console);
 struct DiffOptions {
     FruSource source;
     std::string module;  // path; empty = the default module
+    bool cards = true;   // add new cards and remove those that are gone
     bool json = false;
 };
 
@@ -98,6 +99,7 @@ struct RunOptions {
     bool once = false;                   // one cycle; else until SIGINT or SIGTERM
     std::optional<std::uint32_t> cycle;  // milliseconds; no value = as the module is configured
     std::uint32_t writeInterval = 5000;  // milliseconds from a write to the next address event
+    bool cards = true;                   // at the start, add new cards and remove missing ones
     bool watch = true;                   // report changes of network and devices; not with `once`
     std::size_t capacity = CFruImage::maxSize;  // of the record, in bytes
     RunLogStyle style;

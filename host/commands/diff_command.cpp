@@ -5,6 +5,7 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/reading.h"
+#include "host/events/host_event.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/change_json.h"
 #include "host/output/host_error.h"
@@ -71,6 +72,10 @@ int showDifference(const DiffOptions& options, CConsole& console) {
     CModuleSession session(library, host);
     session.Start();
     watch.Look(session);
+    if (options.cards) {
+        session.Report(*messageOf(HostEvent::deviceAdded));
+        session.Report(*messageOf(HostEvent::deviceRemoved));
+    }
     session.SwitchStarted();
     session.Stop();
     std::vector<InventoryChange> changes = watch.Look(session);

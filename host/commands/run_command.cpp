@@ -124,7 +124,7 @@ int runModule(const RunOptions& options, CConsole& console) {
     CNetworkAnswers network(kernel, console);
     CPlayedHost host(&controller, network, console, config(options));
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
-    CRunningModule module(library, host, report, log, console);
+    CRunningModule module(library, host, report, log, console, options.cards);
     module.Start();
     if (!module.Valid() && fault) {
         console.Error(fru.Store().Name() + ": no valid record: " + *fault);

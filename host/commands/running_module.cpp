@@ -54,6 +54,10 @@ void CRunningModule::Start() {
     session_->Start();
     log_.Write({.event = "started", .text = "started: " + session_->Description()});
     Look();
+    if (comparesCards_) {
+        deviceEvents_ = {HostEvent::deviceAdded, HostEvent::deviceRemoved};
+    }
+    RepeatDeviceEvents();  // before the first cycle, which does all of the work then
     session_->SwitchStarted();
 }
 
@@ -61,17 +65,16 @@ void CRunningModule::Reload() {
     session_->Stop();
     session_->Delete();
     Start();
-    RepeatDeviceEvents();
 }
 
 void CRunningModule::Restart() {
     log_.Write(
         {.event = "restarted", .text = "restarted: another program has changed the FRU data"});
     session_->SwitchStarted();
-    RepeatDeviceEvents();
+    RepeatDeviceEvents();  // the thread before would still take them
 }
 
-// The module has taken these events to a record that was not written.
+// The module has taken these events to a record that was not written, or none at all.
 void CRunningModule::RepeatDeviceEvents() {
     for (const HostEvent event : deviceEvents_) {
         session_->Report(*messageOf(event));

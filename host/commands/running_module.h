@@ -54,9 +54,16 @@ class CRunningModule {
   public:
     using TimePoint = CIEventSource::Clock::time_point;
 
+    // With `comparesCards`, the first cycle also adds new cards and removes those that are gone:
+    // most cards change while the power is off.
     CRunningModule(const CModuleLibrary& library, CPlayedHost& host, CControllerReport& report,
-                   CRunLog& log, CConsole& console)
-        : library_(library), host_(host), report_(report), log_(log), watch_(console) {}
+                   CRunLog& log, CConsole& console, bool comparesCards)
+        : library_(library),
+          host_(host),
+          report_(report),
+          log_(log),
+          comparesCards_(comparesCards),
+          watch_(console) {}
 
     void Start();
     // The module reads its configuration and the record again.
@@ -87,6 +94,7 @@ class CRunningModule {
     CPlayedHost& host_;
     CControllerReport& report_;
     CRunLog& log_;
+    const bool comparesCards_;
     CInventoryWatch watch_;
     CMachineView machine_;
     std::optional<CModuleSession> session_;

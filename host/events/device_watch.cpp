@@ -30,6 +30,12 @@ std::string_view viewOf(const char* text) noexcept {
     return text != nullptr ? text : std::string_view();
 }
 
+// The kernel tells the class of a PCI function with its event: "20000" is an Ethernet controller.
+bool isNetworkFunction(udev_device* device) {
+    const std::string_view text = viewOf(::udev_device_get_property_value(device, "PCI_CLASS"));
+    return text.size() == 5 && text.starts_with("200");
+}
+
 }  // namespace
 
 std::optional<HostEvent> deviceEventOf(std::string_view subsystem, std::string_view action,
@@ -102,7 +108,11 @@ void CDeviceWatch::Note(udev_device* device, Clock::time_point now) {
                                      viewOf(::udev_device_get_devpath(device)));
     if (event) {
         const std::string_view name = viewOf(::udev_device_get_sysname(device));
-        bursts_.Note(*event, std::string(subsystem) + " " + std::string(name), now);
+        const int interfaces = event != HostEvent::deviceAdded ? 0
+                               : subsystem == netSubsystem     ? -1
+                               : isNetworkFunction(device)     ? 1
+                                                               : 0;
+        bursts_.Note(*event, std::string(subsystem) + " " + std::string(name), now, interfaces);
     }
 }
 

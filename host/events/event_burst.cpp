@@ -10,11 +10,13 @@ constexpr std::size_t maxNames = 4;  // in one report
 
 }  // namespace
 
-void CEventBursts::Note(HostEvent event, const std::string& name, TimePoint now) {
+void CEventBursts::Note(HostEvent event, const std::string& name, TimePoint now, int interfaces) {
     if (events_.empty()) {
         latestEnd_ = now + longest;
+        missingInterfaces_ = 0;
     }
-    end_ = std::min(now + quietTime, latestEnd_);
+    missingInterfaces_ += interfaces;
+    end_ = missingInterfaces_ > 0 ? latestEnd_ : std::min(now + quietTime, latestEnd_);
     Names& names = events_[event];
     if (!name.empty() && names.all.insert(name).second && names.first.size() < maxNames) {
         names.first.push_back(name);

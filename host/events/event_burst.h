@@ -15,17 +15,19 @@
 namespace em_pni {
 
 // Reports one event of each kind when the burst has ended: `quietTime` after its last event,
-// `longest` after its first one at the latest. Removals come first: the module scans the whole
-// machine after each event. Without the removal, a scan would only find that the addresses of a
-// pulled card are gone.
+// `longest` after its first one at the latest. While an added card has no interface yet, the burst
+// lasts `longest`: the module would store it without an address. Removals come first: the module
+// scans the whole machine after each event. Without the removal, a scan would only find that the
+// addresses of a pulled card are gone.
 class CEventBursts {
   public:
     using TimePoint = CIEventSource::Clock::time_point;
     static constexpr std::chrono::milliseconds quietTime{100};
     static constexpr std::chrono::milliseconds longest{500};
 
-    // `name` is the device, for the report; may be empty.
-    void Note(HostEvent event, const std::string& name, TimePoint now);
+    // `name` is the device, for the report; may be empty. `interfaces` is 1 for a device that will
+    // get an interface, -1 for an interface.
+    void Note(HostEvent event, const std::string& name, TimePoint now, int interfaces = 0);
     // Nothing is due before this time.
     void Hold(TimePoint until) { heldUntil_ = until; }
     // No value when there is no burst.
@@ -44,6 +46,7 @@ class CEventBursts {
     TimePoint latestEnd_;  // of the burst, when there is one
     TimePoint end_;        // when no more events come
     TimePoint heldUntil_;
+    int missingInterfaces_ = 0;
     std::map<HostEvent, Names, std::greater<>> events_;  // removed, changed, added
 };
 
