@@ -41,3 +41,5 @@ package_packages=(build-essential cpio debhelper fakeroot lintian lowdown system
 package_test_packages=(debootstrap man-db)
 # For RPM packages, in addition.
 rpm_packages=(rpm)
+# For the test in an emulated server, in addition to those of the build.
+server_packages=(qemu-system-x86 busybox-static cpio kmod e2fsprogs ipmitool strace python3)

@@ -13,7 +13,7 @@ int listStorage(const StorageOptions& options, CConsole& console) {
         report.names.push_back(database.Find(controller.ids));
     }
     if (options.json) {
-        console.Line(storageJson(report));
+        console.Document(storageJson(report));
     } else {
         console.Text(storageTree(report));
     }
