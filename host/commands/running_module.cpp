@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/commands/card_cycles.h"
 #include "platform/text.h"
 
 namespace em_pni {
@@ -55,10 +56,13 @@ void CRunningModule::Start() {
     log_.Write({.event = "started", .text = "started: " + session_->Description()});
     Look();
     if (comparesCards_) {
-        deviceEvents_ = {HostEvent::deviceAdded, HostEvent::deviceRemoved};
+        enterCards(*session_, machine_, [this] {
+            Look();
+            return watch_.Inventory();
+        });
     }
-    RepeatDeviceEvents();  // before the first cycle, which does all of the work then
     session_->SwitchStarted();
+    RepeatDeviceEvents();
 }
 
 void CRunningModule::Reload() {
@@ -74,7 +78,7 @@ void CRunningModule::Restart() {
     RepeatDeviceEvents();  // the thread before would still take them
 }
 
-// The module has taken these events to a record that was not written, or none at all.
+// The module has taken these events to a record that was not written.
 void CRunningModule::RepeatDeviceEvents() {
     for (const HostEvent event : deviceEvents_) {
         session_->Report(*messageOf(event));

@@ -54,8 +54,8 @@ class CRunningModule {
   public:
     using TimePoint = CIEventSource::Clock::time_point;
 
-    // With `comparesCards`, the first cycle also adds new cards and removes those that are gone:
-    // most cards change while the power is off.
+    // With `comparesCards`, Start also adds new cards and removes those that are gone: most cards
+    // change while the power is off.
     CRunningModule(const CModuleLibrary& library, CPlayedHost& host, CControllerReport& report,
                    CRunLog& log, CConsole& console, bool comparesCards)
         : library_(library),
