@@ -28,6 +28,7 @@ void CControllerReport::OnRead(std::size_t bytes) {
 void CControllerReport::OnWritten(std::size_t bytes) {
     bytes_ = bytes;
     ++writes_;
+    writeFailed_ = false;
     waiter_.NotifyWritten();
 }
 
@@ -36,6 +37,7 @@ void CControllerReport::OnReadFailed(const std::string& reason) {
 }
 
 void CControllerReport::OnWriteFailed(const std::string& reason) {
+    ++failures_;
     writeFailed_ = true;
     log_.Write({.event = "not written", .text = "not written: " + reason, .color = Color::red});
     console_.Error(reason);
@@ -95,6 +97,7 @@ void CRunningModule::Deliver(const EventReport& event) {
         settling_ = event;
         deliveredAt_ = CIEventSource::Clock::now();
         writesAtEvent_ = report_.Writes();
+        failuresAtEvent_ = report_.Failures();
         if (event.event != HostEvent::addressChanged) {
             deviceEvents_.insert(event.event);
         }
@@ -152,7 +155,7 @@ void CRunningModule::SettleIfQuiet(TimePoint now) {
         return;
     }
     const EventReport event = *std::exchange(settling_, std::nullopt);
-    if (report_.Writes() == writesAtEvent_) {
+    if (report_.Writes() == writesAtEvent_ && report_.Failures() == failuresAtEvent_) {
         log_.Write(
             {.event = "unchanged",
              .text = "unchanged: the event \"" + textOf(event.event) + "\" changed nothing"});
