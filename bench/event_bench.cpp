@@ -12,7 +12,6 @@
 namespace em_pni::bench {
 namespace {
 
-using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 // A running pni-host, whose record is correct.
@@ -25,7 +24,7 @@ class CRunningHost {
             std::vector<std::string>{"run", "--fru", file_, "--cycle", "4294967295",
                                      "--write-interval", "0"},
             std::vector<std::string>{"QL_LOG_DEBUG_LEVEL=3", "QL_LOG_FILE_DIR=" + folder_.Path()});
-        test::isTrueWithin(5s, [this] {
+        test::isTrueWithin(std::chrono::seconds(5), [this] {
             return test::contentOf(folder_.File("log.EM_PNI")).find("... PNI update done") !=
                    std::string::npos;
         });
@@ -37,10 +36,10 @@ class CRunningHost {
         const std::string before = test::contentOf(file_);
         const Clock::time_point begin = change();
         while (test::contentOf(file_) == before) {
-            if (Clock::now() - begin > 5s) {
+            if (Clock::now() - begin > std::chrono::seconds(5)) {
                 return std::nullopt;
             }
-            std::this_thread::sleep_for(200us);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
         }
         return std::chrono::duration<double>(Clock::now() - begin).count();
     }

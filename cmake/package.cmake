@@ -19,7 +19,7 @@ write_basic_package_version_file(
     ${PROJECT_BINARY_DIR}/em_pniConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES
     ${PROJECT_BINARY_DIR}/em_pniConfig.cmake ${PROJECT_BINARY_DIR}/em_pniConfigVersion.cmake
-    DESTINATION ${em_pni_package_dir})
+    DESTINATION ${em_pni_package_dir} COMPONENT dev)
 
 set(pc_dir ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
 set(em_pni_prefix ${CMAKE_INSTALL_PREFIX})
@@ -29,7 +29,8 @@ cmake_path(RELATIVE_PATH em_pni_prefix BASE_DIRECTORY ${pc_dir})
 cmake_path(RELATIVE_PATH em_pni_include BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
 cmake_path(RELATIVE_PATH em_pni_module BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/em_pni.pc.in ${PROJECT_BINARY_DIR}/em_pni.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/em_pni.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/em_pni.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
-install(FILES docs/host.md docs/record.md TYPE DOC)
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES docs/host.md docs/record.md TYPE DOC COMPONENT dev)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)

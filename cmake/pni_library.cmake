@@ -42,7 +42,8 @@ target_compile_options(pni_build INTERFACE
     # Fortified functions need optimisation. The compiler may define a level of its own: undefine it
     # first.
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>)
-foreach(flag -fstack-clash-protection -fcf-protection)  # only some processors have these
+foreach(flag -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
+    # Only some processors have these.
     string(MAKE_C_IDENTIFIER "EM_PNI_HAS${flag}" has_flag)
     check_cxx_compiler_flag(${flag} ${has_flag})
     if(${has_flag})

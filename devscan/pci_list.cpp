@@ -34,9 +34,8 @@ std::uint32_t acpiNumberOf(const COpenFolder& devices, const std::string& name) 
     return numberIn(devices, name + "/firmware_node/sun").value_or(unknownSlot);
 }
 
-// Adds the facts that are read for adapters only.
-void addAdapterAttributes(const COpenFolder& devices, const std::string& name,
-                          PciFunction& function) {
+// Adds the attributes of one function. They are read for few functions only.
+void addAttributes(const COpenFolder& devices, const std::string& name, PciFunction& function) {
     const auto header = devices.ReadRange(name + "/config", configHeaderType, 1);
     if (header && header->front() != configNoAnswer) {
         function.headerType = static_cast<std::uint8_t>(header->front());
@@ -63,6 +62,19 @@ std::vector<PciBridge> bridgesOf(const COpenFolder& devices, const std::string& 
     return bridges;
 }
 
+// Returns false when the function has vanished (errno set).
+bool addPlace(const COpenFolder& devices, const std::string& name, KnownBridges& known,
+              PciFunction& function) {
+    const auto link = devices.ReadLink(name);
+    if (!link) {
+        return false;
+    }
+    function.bridges = bridgesOf(devices, *link, known);
+    function.onRootBus = function.bridges.empty();
+    addAttributes(devices, name, function);
+    return true;
+}
+
 // One entry of sysfs. Returns no value when it is a virtual function, or has vanished (errno set).
 std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const std::string& name,
                                              const PciAddress& address, KnownBridges& known) {
@@ -79,14 +91,8 @@ std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const s
     if (devices.ReadLink(name + "/physfn")) {
         return std::nullopt;
     }
-    if (wanted) {
-        const auto link = devices.ReadLink(name);
-        if (!link) {
-            return std::nullopt;
-        }
-        function->bridges = bridgesOf(devices, *link, known);
-        function->onRootBus = function->bridges.empty();
-        addAdapterAttributes(devices, name, *function);
+    if (wanted && !addPlace(devices, name, known, *function)) {
+        return std::nullopt;
     }
     return function;
 }
@@ -216,6 +222,13 @@ Functions listPciFunctions(CMachine& machine) {
         }
     }
     return std::nullopt;
+}
+
+void addPciPlace(const CFileTree& files, PciFunction& function) {
+    if (const auto devices = files.OpenFolder(sysfsDirectory)) {
+        KnownBridges known;
+        static_cast<void>(addPlace(*devices, pciAddressText(function.address), known, function));
+    }
 }
 
 }  // namespace em_pni

@@ -37,21 +37,6 @@ const std::vector<ClassDevice>& devicesOf(const ClassDevices& devices, const Pci
     return found == devices.end() ? none : found->second;
 }
 
-MachinePlaces placesOf(CMachine& machine, const std::vector<PciFunction>& functions) {
-    MachinePlaces places;
-    if (const SlotTables* const tables = machine.Slots()) {
-        places.tables = *tables;
-    }
-    places.kernelSlots = readKernelSlots(machine.Files());
-    for (const PciFunction& function : functions) {
-        places.segments.insert(function.address.segment);
-        if (isBridge(function.classCode)) {
-            places.bridges.push_back(function.address);
-        }
-    }
-    return places;
-}
-
 AdapterFacts factsOfList(PciFunction&& function, const CSlotResolver& slots) {
     AdapterFacts facts;
     SlotAnswer slot = slots.Resolve(function);
@@ -72,6 +57,21 @@ AdapterFacts factsOfList(PciFunction&& function, const CSlotResolver& slots) {
 
 }  // namespace
 
+MachinePlaces readMachinePlaces(CMachine& machine, const std::vector<PciFunction>& functions) {
+    MachinePlaces places;
+    if (const SlotTables* const tables = machine.Slots()) {
+        places.tables = *tables;
+    }
+    places.kernelSlots = readKernelSlots(machine.Files());
+    for (const PciFunction& function : functions) {
+        places.segments.insert(function.address.segment);
+        if (isBridge(function.classCode)) {
+            places.bridges.push_back(function.address);
+        }
+    }
+    return places;
+}
+
 std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine) {
     auto functions = listPciFunctions(machine);
     if (!functions) {
@@ -82,7 +82,7 @@ std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine)
     if (std::none_of(functions->begin(), functions->end(), isNetworkOrFc)) {
         return adapters;
     }
-    const CSlotResolver slots(placesOf(machine, *functions));
+    const CSlotResolver slots(readMachinePlaces(machine, *functions));
     auto found = adaptersAmong(std::move(*functions));
     const CFileTree& files = machine.Files();
     const ClassDevices interfaces = listNetInterfaces(files, machine.Interfaces());

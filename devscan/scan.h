@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "devscan/machine.h"
+#include "devscan/pci_function.h"
+#include "devscan/slot_tables.h"
 #include "devscan/system_adapter.h"
 
 namespace em_pni {
@@ -17,5 +19,8 @@ namespace em_pni {
 // stay unknown. Devices that vanish during the scan are left out. Returns an empty list when there
 // are no adapters, and no value when the PCI functions of the machine cannot be read.
 std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine);
+
+// What the slot rule needs to know about the machine. `functions` are all its PCI functions.
+MachinePlaces readMachinePlaces(CMachine& machine, const std::vector<PciFunction>& functions);
 
 }  // namespace em_pni

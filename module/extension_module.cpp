@@ -1,5 +1,7 @@
 #include "module/extension_module.h"
 
+#include <algorithm>
+
 #include "module/krcp_trace.h"
 #include "platform/trace.h"
 
@@ -10,6 +12,10 @@ constexpr std::uint32_t agentlessServiceKind = 5;
 
 // Belongs to the process: a module that is created later has the same number.
 std::atomic<std::int32_t> cabinetNumber{0};
+
+int traceLevel(std::uint32_t level) noexcept {
+    return static_cast<int>(std::min<std::uint32_t>(level, 9));
+}
 
 // The name of a power state notification; null for any other code.
 const char* powerStateName(std::uint32_t code) noexcept {
@@ -31,6 +37,10 @@ const char* powerStateName(std::uint32_t code) noexcept {
 
 }  // namespace
 
+CExtensionModule::~CExtensionModule() {
+    setTraceSink(nullptr, 0);
+}
+
 std::uint32_t CExtensionModule::GetModuleInfo(void*) {
     return 0;
 }
@@ -42,6 +52,9 @@ std::uint32_t CExtensionModule::Init() {
 std::uint32_t CExtensionModule::Start(CIHostInterface* host, std::uint32_t instance) {
     host_ = host;
     instance_ = instance;
+    CIConfiguringHostInterface* const configuring = ConfiguringHost();
+    traceHost_ = configuring;
+    setTraceSink(this, configuring != nullptr ? traceLevel(configuring->GetTraceLevel()) : 0);
     if (trace::isOn(4)) {
         const char* const source = GetHostKind() == agentlessServiceKind
                                        ? "Quillon Agentless Service"
@@ -114,12 +127,21 @@ std::uint32_t CExtensionModule::GetHostKind() {
     return host != nullptr ? host->GetHostKind() : 0;
 }
 
-const char* CExtensionModule::GetModuleConfig() {
+CIConfiguringHostInterface* CExtensionModule::ConfiguringHost() {
     CIHostInterface* const host = host_;
-    if (host == nullptr || host->GetHostKind() != configuringHostKind) {
-        return nullptr;
+    const bool isConfiguring = host != nullptr && host->GetHostKind() == configuringHostKind;
+    return isConfiguring ? static_cast<CIConfiguringHostInterface*>(host) : nullptr;
+}
+
+const char* CExtensionModule::GetModuleConfig() {
+    CIConfiguringHostInterface* const host = ConfiguringHost();
+    return host != nullptr ? host->GetModuleConfig() : nullptr;
+}
+
+void CExtensionModule::OnTraceLine(const char* line) {
+    if (CIConfiguringHostInterface* const host = traceHost_) {
+        host->OnTraceLine(line);
     }
-    return static_cast<CIConfiguringHostInterface*>(host)->GetModuleConfig();
 }
 
 bool CExtensionModule::Accept(CKrcpMessage& message) {

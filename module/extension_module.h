@@ -6,11 +6,14 @@
 
 #include "em_pni/extension_module.h"
 #include "module/krcp_connection.h"
+#include "platform/trace_client.h"
 
 namespace em_pni {
 
-class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
+class CExtensionModule : public CIExtensionModule, protected CKrcpConnection, private CITraceSink {
   public:
+    // Ends the trace to the host.
+    ~CExtensionModule() override;
     std::uint32_t GetModuleInfo(void* block) override;
     std::uint32_t Init() override;
     std::uint32_t Start(CIHostInterface* host, std::uint32_t instance) override;
@@ -56,7 +59,12 @@ class CExtensionModule : public CIExtensionModule, protected CKrcpConnection {
     std::atomic<bool> SwitchShutdown{false};
 
   private:
+    // Null when the host does not configure the module.
+    [[nodiscard]] CIConfiguringHostInterface* ConfiguringHost();
+    void OnTraceLine(const char* line) override;
+
     std::atomic<CIHostInterface*> host_{nullptr};
+    std::atomic<CIConfiguringHostInterface*> traceHost_{nullptr};  // null = no trace lines
     std::atomic<std::uint32_t> instance_{0};  // the host may start the module again while it runs
 };
 

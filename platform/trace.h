@@ -19,8 +19,8 @@ extern std::atomic<int> gate;
 // configuration again when it has changed and a dynamic update interval is set.
 bool admits(int level) noexcept;
 
-// Writes one line, whatever its level. Leading newlines of `format` are skipped.
-void write(const char* format, ...) noexcept __attribute__((format(printf, 1, 2)));
+// Writes one line, which was admitted. Leading newlines of `format` are skipped.
+void write(int level, const char* format, ...) noexcept __attribute__((format(printf, 2, 3)));
 
 inline bool isOn(int level) noexcept {
     return level <= gate.load(std::memory_order_relaxed) && admits(level);
@@ -28,9 +28,9 @@ inline bool isOn(int level) noexcept {
 
 }  // namespace em_pni::trace
 
-#define PNI_TRACE(level, ...)                    \
-    do {                                         \
-        if (::em_pni::trace::isOn(level)) {      \
-            ::em_pni::trace::write(__VA_ARGS__); \
-        }                                        \
+#define PNI_TRACE(level, ...)                           \
+    do {                                                \
+        if (::em_pni::trace::isOn(level)) {             \
+            ::em_pni::trace::write(level, __VA_ARGS__); \
+        }                                               \
     } while (false)

@@ -1,6 +1,8 @@
 #include "platform/trace_client.h"
 
+#include <algorithm>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <pthread.h>
@@ -14,8 +16,12 @@
 namespace em_pni {
 namespace {
 
-std::mutex debugLock;           // held during each call of activeDebug
+constexpr std::size_t maxSinkLine = 2048;  // bytes
+
+std::mutex debugLock;           // held during each call of activeDebug and activeSink
 CDebug* activeDebug = nullptr;  // owned by the active CDebugClient
+CITraceSink* activeSink = nullptr;
+int sinkLevel = 0;  // 0 = no sink
 
 // Postpones the cancellation of the calling thread. Writing to a file is a cancellation point, and
 // unwinding a noexcept function would end the process.
@@ -30,7 +36,43 @@ class CNoCancellation {
     int before_ = PTHREAD_CANCEL_ENABLE;
 };
 
+// debugLock is held.
+void updateGate() noexcept {
+    const int debugGate = activeDebug != nullptr ? activeDebug->Gate() : 0;
+    trace::gate.store(std::max(debugGate, sinkLevel), std::memory_order_relaxed);
+}
+
+// debugLock is held.
+void giveToSink(const char* format, va_list arguments) noexcept {
+    char text[maxSinkLine];
+    while (*format == '\n') {
+        ++format;
+    }
+    const int length = std::vsnprintf(text, sizeof text, format, arguments);
+    if (length < 0) {
+        return;
+    }
+    std::size_t end = std::min<std::size_t>(static_cast<std::size_t>(length), sizeof text - 1);
+    while (end > 0 && text[end - 1] == '\n') {
+        --end;
+    }
+    text[end] = '\0';
+    try {
+        activeSink->OnTraceLine(text);
+    } catch (...) {
+        // A sink that fails loses the line.
+    }
+}
+
 }  // namespace
+
+void setTraceSink(CITraceSink* sink, int level) noexcept {
+    const CNoCancellation noCancellation;
+    const std::lock_guard guard(debugLock);
+    activeSink = level > 0 ? sink : nullptr;
+    sinkLevel = activeSink != nullptr ? level : 0;
+    updateGate();
+}
 
 CDebugClient::CDebugClient(std::string_view moduleName) noexcept
     // The caller of a set-user-id program must not choose the folder of the log file.
@@ -46,7 +88,7 @@ CDebugClient::CDebugClient(std::string_view configDirectory, std::string_view mo
             activeDebug = new CDebug(
                 CDebugTraceConfig(std::string(configDirectory), module, environment), module);
             active_ = true;
-            trace::gate.store(activeDebug->Gate(), std::memory_order_relaxed);
+            updateGate();
         }
     } catch (...) {
         ::syslog(LOG_ERR, "ERROR: Error during initialization of the CDebug instance.\n");
@@ -56,8 +98,8 @@ CDebugClient::CDebugClient(std::string_view configDirectory, std::string_view mo
 CDebugClient::~CDebugClient() {
     if (active_) {
         const std::lock_guard guard(debugLock);
-        trace::gate.store(0, std::memory_order_relaxed);
         delete std::exchange(activeDebug, nullptr);
+        updateGate();
     }
 }
 
@@ -68,23 +110,26 @@ std::atomic<int> gate{0};
 bool admits(int level) noexcept {
     const CNoCancellation noCancellation;
     const std::lock_guard guard(debugLock);
-    if (activeDebug == nullptr) {
-        return false;
-    }
-    const bool admitted = activeDebug->Admits(level);
-    gate.store(activeDebug->Gate(), std::memory_order_relaxed);
-    return admitted;
+    const bool admitted = activeDebug != nullptr && activeDebug->Admits(level);
+    updateGate();
+    return admitted || level <= sinkLevel;
 }
 
-void write(const char* format, ...) noexcept {
+void write(int level, const char* format, ...) noexcept {
     const CNoCancellation noCancellation;
     const std::lock_guard guard(debugLock);
-    if (activeDebug != nullptr) {
-        va_list arguments;
-        va_start(arguments, format);
-        activeDebug->Write(format, arguments);
-        va_end(arguments);
+    va_list arguments;
+    va_start(arguments, format);
+    if (level <= sinkLevel) {
+        va_list copy;
+        va_copy(copy, arguments);
+        giveToSink(format, copy);
+        va_end(copy);
     }
+    if (activeDebug != nullptr && activeDebug->Admits(level)) {
+        activeDebug->Write(format, arguments);
+    }
+    va_end(arguments);
 }
 
 }  // namespace trace

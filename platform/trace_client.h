@@ -24,4 +24,18 @@ class CDebugClient {
     bool active_ = false;
 };
 
+// A receiver of trace lines beside the log file.
+class CITraceSink {
+  public:
+    // `line` has no newline at its end. Called by any thread, one at a time. Must not trace.
+    virtual void OnTraceLine(const char* line) = 0;
+
+  protected:
+    ~CITraceSink() = default;
+};
+
+// Gives the lines up to this level to the sink, whatever the configuration says, also without a
+// CDebugClient. Null or level 0 = no sink. After the call no thread uses the sink from before.
+void setTraceSink(CITraceSink* sink, int level) noexcept;
+
 }  // namespace em_pni

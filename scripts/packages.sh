@@ -26,7 +26,7 @@ ensure_packages() {
 
 # For the build of the module and pni-host.
 build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
-    libnl-3-dev libnl-route-3-dev libudev-dev libsystemd-dev)
+    libnl-3-dev libudev-dev libsystemd-dev libblkid-dev libmount-dev)
 # For the tests, in addition.
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)
 # For the static checks, in addition to those of the tests.
@@ -35,5 +35,11 @@ check_packages=(clang-tidy clang-format cppcheck)
 bench_packages=(libbenchmark-dev)
 # For fuzzing, in addition. llvm-symbolizer names the functions and lines in a stack trace.
 fuzz_packages=(llvm-14)
+# For the Debian packages and the manual pages, in addition to those of the build.
+package_packages=(build-essential cpio debhelper fakeroot lintian lowdown systemd)
+# For their test, in addition.
+package_test_packages=(debootstrap man-db)
+# For RPM packages, in addition.
+rpm_packages=(rpm)
 # For the test in an emulated server, in addition to those of the build.
 server_packages=(qemu-system-x86 busybox-static cpio kmod e2fsprogs ipmitool strace python3)

@@ -5,7 +5,6 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include "host/events/device_watch.h"
 #include "host/events/event_socket.h"
@@ -176,7 +175,7 @@ TEST(HostImageLock, IsForOneProgramOfItsOwner) {
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
+TEST(HostEventSocket, IsForItsOwner) {
     const test::CTempDirectory folder;
     const CFruPlace image({.path = folder.Write("a.fru", "A")}, CFruPlace::Use::write);
     const std::string path = folder.File("a.fru.events");
@@ -196,19 +195,6 @@ TEST(HostEventSocket, IsForItsOwnerAndIgnoresUnknownWords) {
     CEventSocket socket(image, console);
     ::umask(mask);
     EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
-    const CFileDescriptor sender(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(::connect(sender.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    for (const std::string message :
-         {"", "add", "added\n", "\x1B\xFF", "addedaddedaddedaddedaddedaddedadded"}) {
-        ASSERT_GE(::send(sender.Get(), message.data(), message.size(), 0), 0);
-        socket.Take(start);
-        EXPECT_FALSE(socket.NextReport(start)) << message;
-    }
-    EXPECT_NE(errors.str().find("unknown event ignored: \"?\xEF\xBF\xBD\"\n"), std::string::npos)
-        << errors.str();
     if (::geteuid() == 0) {
         ASSERT_EQ(::chown(path.c_str(), 12, 34), 0);
         EXPECT_THROW(deliverEvent(image, HostEvent::deviceAdded), CHostError);

@@ -55,7 +55,7 @@ TEST_F(HostIpmi, ReadsAllBytesInChunksThatTheControllerTakes) {
     EXPECT_EQ(Store().Read(), old_);
     EXPECT_EQ(controller_.commands.size(), 65U);
     for (const std::uint8_t code : Bytes{0xC7, 0xC8, 0xCA}) {
-        for (const std::size_t limit : {16, 8}) {
+        for (const std::size_t limit : {16U, 8U}) {
             controller_.fault = [&](const Message& message) -> std::optional<Bytes> {
                 const bool isLong = message.command == readCommand && message.data[3] > limit;
                 return isLong ? std::optional(Bytes{code}) : std::nullopt;

@@ -96,8 +96,30 @@ struct CConfiguringHost final : CIConfiguringHostInterface {
     std::uint32_t SwitchStartFinished(CIExtensionModule*, std::uint32_t) override { return 0; }
     std::uint32_t GetHostKind() override { return configuringHostKind; }
     const char* GetModuleConfig() override { return text; }
+    std::uint32_t GetTraceLevel() override { return level; }
+    void OnTraceLine(const char* line) override { lines += std::string(line) + '\n'; }
     const char* text = nullptr;
+    std::uint32_t level = 0;
+    std::string lines;
 };
+
+TEST_F(ModuleTest, GivesTraceLinesToTheHostThatWantsThem) {
+    CConfiguringHost host;
+    module_.Start(&host, 0);
+    EXPECT_EQ(host.lines, "");
+    host.level = 2;
+    module_.Start(&host, 0);
+    module_.SetCabinetNumber(7);
+    module_.SetCabinetNumber(-3);
+    EXPECT_NE(host.lines.find("\nEM_PNI              : ## Server cabinet number = 7 ##\n"),
+              std::string::npos)
+        << host.lines;
+    EXPECT_EQ(host.lines.find("Register event log source"), std::string::npos);
+    module_.Start(&host_, 0);
+    const std::string before = host.lines;
+    module_.SetCabinetNumber(-3);
+    EXPECT_EQ(host.lines, before) << "the next host wants no lines";
+}
 
 TEST_F(ModuleTest, PeriodComesFromTheHostBeforeAnyFile) {
     Configure("70000");

@@ -172,6 +172,20 @@ void addAdapters(CLI::App& app, Action& action) {
     setAction(*command, action, options, listAdapters);
 }
 
+void addStorage(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<StorageOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "storage", "List the disks, partitions, volumes and file systems of this machine");
+    CLI::Option* const json =
+        command->add_flag("--json", options->json, "Print a JSON object; null = not known");
+    command->add_flag("--tree", options->tree, "Print a tree from controller to mount. The default")
+        ->excludes(json);
+    command->footer(
+        "Writes nothing and wakes no sleeping disk. Exit code: 0 done, also when a part of the\n"
+        "machine cannot be read.\n\nExample:\n  pni-host storage --json");
+    setAction(*command, action, options, listStorage);
+}
+
 void addCreate(CLI::App& app, Action& action) {
     const auto options = std::make_shared<CreateOptions>();
     CLI::App* const command =
@@ -333,7 +347,7 @@ void addEvent(CLI::App& app, Action& action) {
 
 struct CommonOptions {
     ColorChoice color = ColorChoice::automatic;
-    bool isQuiet = false;
+    ConsoleSettings console;
 };
 
 void addCommonOptions(CLI::App& app, CommonOptions& common) {
@@ -345,7 +359,11 @@ void addCommonOptions(CLI::App& app, CommonOptions& common) {
                                                            {"always", ColorChoice::always},
                                                            {"never", ColorChoice::never}})
                         .description(""));
-    app.add_flag("-q,--quiet", common.isQuiet, "Print only errors and documents for programs");
+    app.add_flag("-q,--quiet", common.console.isQuiet,
+                 "Print only errors and documents for programs");
+    app.add_flag("-v", common.console.traceLevel,
+                 "Show the module's trace on standard error: -v errors,\n-vv also requests and "
+                 "events, up to -vvvvvv locks");
     app.fallthrough();  // these options may also follow the command
 }
 
@@ -372,6 +390,7 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     addBackup(app, action);
     addRestore(app, action);
     addAdapters(app, action);
+    addStorage(app, action);
     addCreate(app, action);
     try {
         app.parse(argc, argv);
@@ -391,7 +410,7 @@ int perform(int argc, const char* const* argv, std::ostream& output, std::ostrea
     CommonOptions common;
     const auto parsed = parse(argc, argv, output, errors, action, common);
     CConsole console(output, errors, findTerminal(STDOUT_FILENO, common.color),
-                     findTerminal(STDERR_FILENO, common.color), common.isQuiet);
+                     findTerminal(STDERR_FILENO, common.color), common.console);
     int result = parsed.value_or(exitUnusable);
     if (!parsed) {
         try {

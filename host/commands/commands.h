@@ -108,4 +108,12 @@ struct RunOptions {
 // Runs the module on FRU data. exitFailed when a write failed or the module has no valid record.
 int runModule(const RunOptions& options, CConsole& console);
 
+struct StorageOptions {
+    bool json = false;
+    bool tree = false;  // the default
+};
+
+// Lists the storage of this machine. What cannot be read is left out or unknown.
+int listStorage(const StorageOptions& options, CConsole& console);
+
 }  // namespace em_pni

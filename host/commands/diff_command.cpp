@@ -66,7 +66,8 @@ int showDifference(const DiffOptions& options, CConsole& console) {
     CFruController controller(*copy, report, CFruController::Access::readWrite);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(&controller, network, console, cycleConfig(onlyAfterEvents));
+    CPlayedHost host(&controller, network, console, cycleConfig(onlyAfterEvents),
+                     console.TraceLevel());
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CInventoryWatch watch(console);
     CModuleSession session(library, host);

@@ -32,7 +32,7 @@ int queryFile(const QueryOptions& options, CConsole& console) {
     CFruController controller(*fru, report, CFruController::Access::readOnly);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(&controller, network, console);
+    CPlayedHost host(&controller, network, console, "", console.TraceLevel());
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CModuleSession session(library, host);
     session.Start();

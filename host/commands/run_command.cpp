@@ -122,7 +122,7 @@ int runModule(const RunOptions& options, CConsole& console) {
                               options.capacity);
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
-    CPlayedHost host(&controller, network, console, config(options));
+    CPlayedHost host(&controller, network, console, config(options), console.TraceLevel());
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
     CRunningModule module(library, host, report, log, console, options.cards);
     module.Start();

@@ -1,17 +1,19 @@
 #include "host/machine/kernel_network.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <linux/if_addr.h>
 #include <linux/rtnetlink.h>
 #include <map>
-#include <netlink/addr.h>
-#include <netlink/cache.h>
+#include <netlink/attr.h>
 #include <netlink/errno.h>
+#include <netlink/handlers.h>
+#include <netlink/msg.h>
 #include <netlink/netlink.h>
-#include <netlink/route/addr.h>
-#include <netlink/route/link.h>
 #include <netlink/socket.h>
 #include <new>
+#include <span>
 
 #include "host/machine/link_facts.h"
 #include "host/machine/link_speed.h"
@@ -22,46 +24,108 @@ namespace em_pni {
 
 namespace {
 
-struct FreeCache {
-    void operator()(nl_cache* cache) const noexcept { ::nl_cache_free(cache); }
+using Bytes = std::vector<std::uint8_t>;
+
+// A callback of libnl, which cannot pass on exceptions.
+int keepMessage(nl_msg* message, void* messages) noexcept {
+    const nlmsghdr* const header = ::nlmsg_hdr(message);
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(header);
+    try {
+        static_cast<std::vector<Bytes>*>(messages)->emplace_back(bytes, bytes + header->nlmsg_len);
+        return NL_OK;
+    } catch (const std::bad_alloc&) {
+        return -NLE_NOMEM;
+    }
+}
+
+// The messages of the kernel's answer, with their headers. Asks again when the kernel says that its
+// list has changed in between. The callers read the few attributes that they need: the link objects
+// of libnl also read all attributes of the kinds of links, and end the program for some bytes.
+std::vector<Bytes> askKernel(const NetlinkSocket& socket, int question, const char* failure) {
+    std::vector<Bytes> messages;
+    requireNetlink(
+        ::nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, keepMessage, &messages),
+        failure);
+    int result = 0;
+    do {
+        messages.clear();
+        rtgenmsg all{.rtgen_family = AF_UNSPEC};
+        requireNetlink(::nl_send_simple(socket.get(), question, NLM_F_DUMP, &all, sizeof all),
+                       failure);
+        result = ::nl_recvmsgs_default(socket.get());
+    } while (result == -NLE_DUMP_INTR);
+    requireNetlink(result, failure);
+    return messages;
+}
+
+// A message about one link or address: a structure and attributes. Refers to its bytes.
+template <class Head>
+class CRouteMessage {
+  public:
+    // Throws a CHostError when the structure is not whole.
+    CRouteMessage(Bytes& message, const char* failure) {
+        auto* const header = reinterpret_cast<nlmsghdr*>(message.data());
+        requireNetlink(
+            ::nlmsg_parse(header, sizeof(Head), attributes_.data(), lastAttribute, nullptr),
+            failure);
+        std::memcpy(&head, ::nlmsg_data(header), sizeof head);
+    }
+
+    // Empty = there is no such attribute.
+    [[nodiscard]] std::span<const std::uint8_t> Attribute(int type) const {
+        const nlattr* const attribute = attributes_.at(static_cast<std::size_t>(type));
+        if (attribute == nullptr) {
+            return {};
+        }
+        const auto* const bytes = static_cast<const std::uint8_t*>(::nla_data(attribute));
+        return {bytes, static_cast<std::size_t>(::nla_len(attribute))};
+    }
+    template <class Number>
+    [[nodiscard]] Number NumberOr(int type, Number otherwise) const {
+        if (const auto bytes = Attribute(type); bytes.size() >= sizeof otherwise) {
+            std::memcpy(&otherwise, bytes.data(), sizeof otherwise);
+        }
+        return otherwise;
+    }
+
+    Head head{};
+
+  private:
+    static constexpr int lastAttribute = IFLA_OPERSTATE;
+
+    std::array<nlattr*, lastAttribute + 1> attributes_{};
 };
-using NetlinkCache = std::unique_ptr<nl_cache, FreeCache>;
 
-// Calls `visit` with each object of the cache, in the order of the kernel.
-template <class Object, class Visit>
-void forEach(const NetlinkCache& cache, Visit visit) {
-    for (nl_object* object = ::nl_cache_get_first(cache.get()); object != nullptr;
-         object = ::nl_cache_get_next(object)) {
-        visit(reinterpret_cast<Object*>(object));
-    }
+using Link = CRouteMessage<ifinfomsg>;
+using Address = CRouteMessage<ifaddrmsg>;
+
+// Empty = the message has no name.
+std::string nameOf(const Link& link) {
+    const auto bytes = link.Attribute(IFLA_IFNAME);
+    return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
 }
 
-std::vector<std::uint8_t> bytesOf(const nl_addr* address) {
-    if (address == nullptr) {
-        return {};
-    }
-    const auto* const bytes = static_cast<const std::uint8_t*>(::nl_addr_get_binary_addr(address));
-    return {bytes, bytes + ::nl_addr_get_len(address)};
-}
-
-NetworkInterface interfaceOf(rtnl_link* link, CInterfaceControl& control) {
+NetworkInterface interfaceOf(const Link& link, const std::string& name,
+                             CInterfaceControl& control) {
+    const auto mac = link.Attribute(IFLA_ADDRESS);
     NetworkInterface interface;
-    interface.linkState = linkStateOf(::rtnl_link_get_operstate(link), ::rtnl_link_get_flags(link));
-    interface.mac = bytesOf(::rtnl_link_get_addr(link));
-    interface.type = interfaceTypeOf(::rtnl_link_get_arptype(link), interface.mac);
-    if (const char* const name = ::rtnl_link_get_name(link); name != nullptr) {
+    interface.linkState =
+        linkStateOf(link.NumberOr(IFLA_OPERSTATE, std::uint8_t{0}), link.head.ifi_flags);
+    interface.mac.assign(mac.begin(), mac.end());
+    interface.type = interfaceTypeOf(link.head.ifi_type, mac);
+    if (!name.empty()) {
         interface.speed = linkSpeedOf(control, name);
     }
     return interface;
 }
 
-using AddressesByIndex = std::map<int, std::vector<InterfaceAddress>>;
+using AddressesByIndex = std::map<unsigned, std::vector<InterfaceAddress>>;
 
-InterfaceAddress addressOf(rtnl_addr* address) {
+InterfaceAddress addressOf(const Address& address, unsigned flags) {
+    const auto local = address.Attribute(IFA_LOCAL);
     InterfaceAddress result;
-    result.ip = IpAddress(bytesOf(::rtnl_addr_get_local(address)));
-    const unsigned flags = ::rtnl_addr_get_flags(address);
-    result.linkLocal = ::rtnl_addr_get_scope(address) >= RT_SCOPE_LINK;
+    result.ip = IpAddress(local.empty() ? address.Attribute(IFA_ADDRESS) : local);
+    result.linkLocal = address.head.ifa_scope >= RT_SCOPE_LINK;
     result.deprecated = (flags & IFA_F_DEPRECATED) != 0;
     // For IPv4 the bit of IFA_F_TEMPORARY marks a secondary address of a network.
     if (result.ip.size() == IpAddress::longSize && (flags & IFA_F_TEMPORARY) != 0) {
@@ -74,24 +138,23 @@ InterfaceAddress addressOf(rtnl_addr* address) {
 
 // Leaves out addresses whose check for duplicates has not ended or has failed.
 AddressesByIndex readAddresses(const NetlinkSocket& socket) {
-    nl_cache* raw = nullptr;
-    requireNetlink(::rtnl_addr_alloc_cache(socket.get(), &raw), "cannot read IP addresses");
-    const NetlinkCache cache(raw);
+    constexpr const char* failure = "cannot read IP addresses";
     AddressesByIndex addresses;
-    forEach<rtnl_addr>(cache, [&addresses](rtnl_addr* address) {
-        const int family = ::rtnl_addr_get_family(address);
-        const bool usable =
-            (::rtnl_addr_get_flags(address) & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
+    for (Bytes& message : askKernel(socket, RTM_GETADDR, failure)) {
+        const Address address(message, failure);
+        const unsigned flags = address.NumberOr(IFA_FLAGS, std::uint32_t{address.head.ifa_flags});
+        const int family = address.head.ifa_family;
+        const bool usable = (flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) == 0;
         if (usable && (family == AF_INET || family == AF_INET6)) {
-            addresses[::rtnl_addr_get_ifindex(address)].push_back(addressOf(address));
+            addresses[address.head.ifa_index].push_back(addressOf(address, flags));
         }
-    });
+    }
     return addresses;
 }
 
-bool hasPciDevice(const CFileTree& files, const char* name) {
+bool hasPciDevice(const CFileTree& files, const std::string& name) {
     const auto link =
-        name != nullptr ? files.ReadLink(joinedPath({"sys/class/net", name})) : std::nullopt;
+        name.empty() ? std::nullopt : files.ReadLink(joinedPath({"sys/class/net", name}));
     return link && pciAddressOfPath(*link);
 }
 
@@ -119,16 +182,15 @@ void requireNetlink(int result, const std::string& what) {
 
 NetworkSnapshot readNetwork(const NetlinkSocket& socket, const CFileTree& files,
                             CInterfaceControl& control) {
-    nl_cache* raw = nullptr;
-    requireNetlink(::rtnl_link_alloc_cache(socket.get(), AF_UNSPEC, &raw),
-                   "cannot read network interfaces");
-    const NetlinkCache cache(raw);
-    std::map<std::pair<bool, int>, NetworkInterface> interfaces;  // by hasPciDevice and index
-    forEach<rtnl_link>(cache, [&](rtnl_link* link) {
-        interfaces.emplace(std::pair(hasPciDevice(files, ::rtnl_link_get_name(link)),
-                                     ::rtnl_link_get_ifindex(link)),
-                           interfaceOf(link, control));
-    });
+    constexpr const char* failure = "cannot read network interfaces";
+    std::map<std::pair<bool, unsigned>, NetworkInterface> interfaces;  // by hasPciDevice and index
+    for (Bytes& message : askKernel(socket, RTM_GETLINK, failure)) {
+        const Link link(message, failure);
+        const std::string name = nameOf(link);
+        interfaces.emplace(
+            std::pair(hasPciDevice(files, name), static_cast<unsigned>(link.head.ifi_index)),
+            interfaceOf(link, name, control));
+    }
     const AddressesByIndex addresses = readAddresses(socket);
     NetworkSnapshot snapshot;
     for (auto& [key, interface] : interfaces) {

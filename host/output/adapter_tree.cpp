@@ -2,6 +2,7 @@
 
 #include "frudata/address_text.h"
 #include "host/output/adapter_report.h"
+#include "host/output/pci_facts.h"
 #include "platform/number.h"
 #include "platform/text.h"
 
@@ -88,21 +89,6 @@ std::string macFact(const AdapterFacts& facts) {
     return macText(facts.activeMac) + " (permanent " + macText(facts.permanentMac) + ")";
 }
 
-std::string joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts) {
-        all += all.empty() ? text : ", " + text;
-    }
-    return all;
-}
-
-std::string slotText(std::uint32_t slot) {
-    if (slot == unknownSlot) {
-        return "slot unknown";
-    }
-    return slot == 0 ? "onboard" : "slot " + std::to_string(slot);
-}
-
 std::string factLines(const AdapterReport& adapter, const std::string& indent) {
     const AdapterFacts& facts = adapter.facts;
     CFactLines lines(indent);
@@ -112,7 +98,7 @@ std::string factLines(const AdapterReport& adapter, const std::string& indent) {
               namedIds(adapter.names.subVendor, facts.ids.subVendor, facts.ids.subDevice));
     lines.Add("class", classFact(adapter));
     lines.Add("driver", facts.driver);
-    lines.Add("interfaces", joined(facts.interfaces));
+    lines.Add("interfaces", joinedFacts(facts.interfaces));
     lines.Add("MAC", macFact(facts));
     lines.Add("WWNN", knownNameText(facts.nodeName));
     lines.Add("WWPN", knownNameText(facts.portName));

@@ -1,9 +1,11 @@
 #include "host/output/console.h"
 
+#include "platform/text.h"
+
 namespace em_pni {
 
 void CConsole::Text(std::string_view text) {
-    if (isQuiet_) {
+    if (settings_.isQuiet) {
         return;
     }
     const CRecursiveLockGuard guard(lock_);
@@ -20,6 +22,11 @@ void CConsole::Error(std::string_view text) {
         painted("pni-host:", Color::red, errorTerminal_).append(" ").append(text).append("\n");
     const CRecursiveLockGuard guard(lock_);
     errors_ << fitted(line, errorTerminal_) << std::flush;
+}
+
+void CConsole::Trace(std::string_view line) {
+    const CRecursiveLockGuard guard(lock_);
+    errors_ << printable(line) << '\n' << std::flush;
 }
 
 bool CConsole::AllWritten() {

@@ -1,6 +1,7 @@
 // The output streams and the exit codes of pni-host.
 #pragma once
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -16,16 +17,21 @@ enum ExitCode : int {
     exitUnusable = 2  // bad arguments, or a file or module that cannot be used
 };
 
+struct ConsoleSettings {
+    bool isQuiet = false;  // only errors and documents
+    std::uint32_t traceLevel = 0;
+};
+
 // Standard output and standard error. Each call is flushed at once. Any thread may write.
 class CConsole {
   public:
     CConsole(std::ostream& output, std::ostream& errors, const Terminal& outputTerminal = {},
-             const Terminal& errorTerminal = {}, bool isQuiet = false)
+             const Terminal& errorTerminal = {}, const ConsoleSettings& settings = {})
         : output_(output),
           errors_(errors),
           outputTerminal_(outputTerminal),
           errorTerminal_(errorTerminal),
-          isQuiet_(isQuiet) {}
+          settings_(settings) {}
 
     // Lines for people, made to fit the terminal. Not written when only errors are wanted.
     void Text(std::string_view text);
@@ -38,6 +44,10 @@ class CConsole {
     void Document(std::string_view document);
     // Writes a line with the program's name before it to standard error.
     void Error(std::string_view text);
+    // Writes a trace line of the module to standard error.
+    void Trace(std::string_view line);
+    // What the user wants of the module's trace, as its level. 0 = nothing.
+    [[nodiscard]] std::uint32_t TraceLevel() const noexcept { return settings_.traceLevel; }
     // False after a write to standard output has failed.
     [[nodiscard]] bool AllWritten();
 
@@ -47,7 +57,7 @@ class CConsole {
     std::ostream& errors_ PNI_GUARDED_BY(lock_);
     const Terminal outputTerminal_;
     const Terminal errorTerminal_;
-    const bool isQuiet_;
+    const ConsoleSettings settings_;
 };
 
 }  // namespace em_pni

@@ -20,13 +20,15 @@ constexpr std::uint32_t onlyAfterEvents = 4294967295U;  // a cycle time
 class CPlayedHost final : public CIConfiguringHostInterface {
   public:
     // All must outlive the host. Null = a host without a controller. `moduleConfig` is the text of
-    // a configuration file; empty = the module looks for its file.
+    // a configuration file; empty = the module looks for its file. Trace lines
+    // of the module up to `traceLevel` go to standard error.
     CPlayedHost(CFruController* controller, CNetworkAnswers& network, CConsole& console,
-                std::string moduleConfig = {})
+                std::string moduleConfig = {}, std::uint32_t traceLevel = 0)
         : controller_(controller),
           network_(network),
           console_(console),
-          moduleConfig_(std::move(moduleConfig)) {}
+          moduleConfig_(std::move(moduleConfig)),
+          traceLevel_(traceLevel) {}
 
     // Returns 0 when the message has no command that can hold the answer. Refuses a message with
     // another tag; the console gets one error for all of them.
@@ -46,6 +48,9 @@ class CPlayedHost final : public CIConfiguringHostInterface {
         return lastRequest_;
     }
 
+    std::uint32_t GetTraceLevel() override { return traceLevel_; }
+    void OnTraceLine(const char* line) override { console_.Trace(line); }
+
   private:
     std::uint32_t Answer(CKrcpMessage& message, std::uint32_t timeoutMs);
 
@@ -53,6 +58,7 @@ class CPlayedHost final : public CIConfiguringHostInterface {
     CNetworkAnswers& network_;
     CConsole& console_;
     const std::string moduleConfig_;
+    const std::uint32_t traceLevel_;
     std::atomic<bool> hasRefused_{false};
     std::atomic<std::chrono::steady_clock::time_point> lastRequest_{};
 };

@@ -46,6 +46,12 @@ class CIConfiguringHostInterface : public CIHostInterface {
     // The module looks in its file for a property that the text does not have. Null = no text. The
     // module calls this during Start and does not keep the pointer.
     virtual const char* GetModuleConfig() = 0;
+    // The trace lines that the host wants: those of this level and of the levels below it. 0 = no
+    // lines. Start calls it.
+    virtual std::uint32_t GetTraceLevel() = 0;
+    // One trace line without a newline at its end; valid during the call. Any thread of the module
+    // calls it, one at a time, until EM_Delete has returned. Do not call the module from it.
+    virtual void OnTraceLine(const char* line) = 0;
 
   protected:
     ~CIConfiguringHostInterface() = default;

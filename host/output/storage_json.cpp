@@ -1,0 +1,209 @@
+#include "host/output/adapter_report.h"
+#include "host/output/json_members.h"
+#include "host/output/pci_facts.h"
+#include "host/output/storage_report.h"
+#include "platform/number.h"
+
+namespace em_pni {
+
+namespace {
+
+const char* nameOf(BlockKind kind) {
+    switch (kind) {
+        case BlockKind::disk:
+            return "disk";
+        case BlockKind::optical:
+            return "optical";
+        case BlockKind::partition:
+            return "partition";
+        case BlockKind::volume:
+            break;
+    }
+    return "volume";
+}
+
+class CStorageDocument {
+  public:
+    explicit CStorageDocument(const StorageReport& report)
+        : report_(report), storage_(report.storage) {
+        writer_.SetIndent(' ', 2);
+        writer_.StartObject();
+        members_.Objects("Controllers", storage_.controllers,
+                         [this](const StorageController& one) { Write(one); });
+        members_.Objects("NvmeControllers", storage_.nvmeControllers,
+                         [this](const NvmeController& one) { Write(one); });
+        members_.Objects("Devices", storage_.devices,
+                         [this](const BlockDevice& one) { Write(one); });
+        members_.Objects("SwapFiles", storage_.swapFiles,
+                         [this](const SwapArea& one) { Write(one); });
+        members_.Texts("Unanswered", storage_.unanswered);
+        writer_.EndObject();
+    }
+
+    [[nodiscard]] std::string Text() const { return {text_.GetString(), text_.GetSize()}; }
+
+  private:
+    void Write(const StorageController& one) {
+        const auto index = static_cast<std::size_t>(&one - storage_.controllers.data());
+        members_.Text("PciAddress", one.pciAddress);
+        members_.Number("Slot", one.slot.number, unknownSlot);
+        members_.Text("SlotDesignation", one.slot.designation);
+        members_.Text("SlotSource", em_pni::nameOf(one.slot.source));
+        members_.Text("ClassCode", one.classCode == 0 ? "" : lowerHex(one.classCode, 4));
+        writePciIds(members_, one.ids, report_.names.at(index));
+        members_.Text("Driver", one.driver);
+    }
+
+    void Write(const NvmeController& one) {
+        members_.Text("Name", one.name);
+        members_.Text("PciAddress", one.pciName);
+        members_.Text("Transport", one.transport);
+        members_.Text("Address", one.address);
+        members_.Text("State", one.state);
+        members_.Text("Subsystem", one.subsystem);
+        members_.Text("Model", one.model);
+        members_.Text("SerialNumber", one.serial);
+        members_.Text("FirmwareVersion", one.firmware);
+        members_.Text("TargetWWPN", knownNameText(one.targetPort));
+    }
+
+    void Write(const BlockDevice& one) {
+        members_.Text("Name", one.name);
+        members_.Text("Path", one.path);
+        members_.Text("Kind", nameOf(one.kind));
+        members_.Text("Type", one.type);
+        members_.Text("DeviceNumber", std::to_string(one.major) + ":" + std::to_string(one.minor));
+        members_.Texts("Parents", NamesOf(one.parents));
+        members_.Texts("Children", NamesOf(one.children));
+        members_.Texts("Links", one.links);
+        members_.Text("SysfsPath", one.sysfsPath);
+        members_.Number("Size", one.size);
+        members_.Bool("ReadOnly", one.readOnly);
+        members_.Number("LogicalBlockSize", one.logicalBlock, 0);
+        members_.Number("PhysicalBlockSize", one.physicalBlock, 0);
+        one.rotational ? members_.Bool("Rotational", *one.rotational) : members_.Null("Rotational");
+        WriteKind(one);
+        members_.Object("Content", [&] { Write(one.content); });
+        if (one.space) {
+            members_.Object("Space", [&] {
+                members_.Number("Size", one.space->size);
+                members_.Number("Used", one.space->used);
+                members_.Number("Available", one.space->available);
+            });
+        } else {
+            members_.Null("Space");
+        }
+        members_.Objects("Mounts", one.mounts, [this](const Mount& mount) { Write(mount); });
+        members_.Objects("Swaps", one.swaps, [this](const SwapArea& swap) { Write(swap); });
+    }
+
+    void WriteKind(const BlockDevice& one) {
+        if (one.kind == BlockKind::partition) {
+            members_.Object("Partition", [&] { Write(one.partition); });
+        } else if (one.kind == BlockKind::volume) {
+            members_.Object("Volume", [&] { Write(one.volume); });
+        } else {
+            members_.Object("Disk", [&] { Write(one.disk); });
+        }
+    }
+
+    void Write(const Disk& disk) {
+        members_.Text("Transport", disk.transport);
+        members_.Text("Vendor", disk.vendor);
+        members_.Text("Model", disk.model);
+        members_.Text("SerialNumber", disk.serial);
+        members_.Text("FirmwareVersion", disk.firmware);
+        members_.Text("WWN", disk.wwn);
+        members_.Text("NGUID", disk.nguid);
+        members_.Text("EUI64", disk.eui64);
+        members_.Number("NamespaceId", disk.namespaceId, 0);
+        members_.Bool("Removable", disk.removable);
+        members_.Text("State", disk.state);
+        members_.Text("ScsiAddress", disk.scsiAddress);
+        members_.Text("TargetWWPN", knownNameText(disk.targetPort));
+        std::vector<std::string> controllers;
+        for (const std::size_t controller : disk.controllers) {
+            controllers.push_back(storage_.controllers.at(controller).pciAddress);
+        }
+        members_.Texts("Controllers", controllers);
+        members_.Objects("Paths", disk.paths, [this](const NvmePath& path) {
+            members_.Text("Controller", storage_.nvmeControllers.at(path.controller).name);
+            members_.Text("State", path.state);
+        });
+    }
+
+    void Write(const Partition& partition) {
+        members_.Number("Number", partition.number, 0);
+        members_.Number("Start", partition.start);
+        members_.Text("Scheme", partition.scheme);
+        members_.Text("Type", partition.type);
+        members_.Text("UUID", partition.uuid);
+        members_.Text("Label", partition.label);
+        members_.Text("Flags", partition.flags);
+    }
+
+    void Write(const Volume& volume) {
+        members_.Text("Name", volume.name);
+        members_.Text("UUID", volume.uuid);
+        members_.Text("Group", volume.group);
+        members_.Text("LogicalVolume", volume.logicalVolume);
+        members_.Text("State", volume.state);
+        members_.Text("CacheMode", volume.cacheMode);
+        members_.Text("BackingFile", volume.backingFile);
+        members_.Number("Places", volume.places, 0);
+        members_.Number("DegradedPlaces", std::uint64_t{volume.degraded});
+        members_.Objects("Members", volume.members, [this](const VolumeMember& member) {
+            members_.Text("Name", member.name);
+            members_.Text("Place", member.place);
+            members_.Text("State", member.state);
+        });
+    }
+
+    void Write(const Content& content) {
+        members_.Text("Usage", content.usage);
+        members_.Text("Type", content.type);
+        members_.Text("Version", content.version);
+        members_.Text("Label", content.label);
+        members_.Text("UUID", content.uuid);
+        members_.Text("PartitionTable", content.tableType);
+        members_.Text("PartitionTableUUID", content.tableUuid);
+    }
+
+    void Write(const Mount& mount) {
+        members_.Text("Target", mount.target);
+        members_.Text("Type", mount.type);
+        members_.Text("Root", mount.root);
+        members_.Text("Options", mount.options);
+        members_.Bool("Bind", mount.bind);
+        members_.Bool("Covered", mount.covered);
+    }
+
+    void Write(const SwapArea& swap) {
+        members_.Text("Path", swap.path);
+        members_.Number("Size", swap.size);
+        members_.Number("Used", swap.used);
+        members_.Integer("Priority", swap.priority);
+    }
+
+    [[nodiscard]] std::vector<std::string> NamesOf(const std::vector<std::size_t>& indexes) const {
+        std::vector<std::string> names;
+        for (const std::size_t index : indexes) {
+            names.push_back(storage_.devices.at(index).name);
+        }
+        return names;
+    }
+
+    const StorageReport& report_;
+    const StorageInventory& storage_;
+    rapidjson::StringBuffer text_;
+    CJsonMembers::Writer writer_{text_};
+    CJsonMembers members_{writer_};
+};
+
+}  // namespace
+
+std::string storageJson(const StorageReport& report) {
+    return CStorageDocument(report).Text();
+}
+
+}  // namespace em_pni

@@ -1,0 +1,145 @@
+#include "storage/bounded_questions.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <string_view>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/file.h"
+
+namespace em_pni {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// An answer in the pipe is its length and its text.
+using Length = std::uint32_t;
+constexpr Length maxAnswer = 65536;
+
+// Runs in the child. A child that hangs must not keep the output of this program open.
+[[noreturn]] void answer(const std::vector<Question>& questions, std::size_t first, int pipe) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        ::dup2(null, stream);
+    }
+    try {
+        for (std::size_t i = first; i < questions.size(); ++i) {
+            const std::string text = questions[i]();
+            const auto length = static_cast<Length>(text.size());
+            std::string frame(sizeof(length), '\0');
+            std::memcpy(frame.data(), &length, sizeof(length));
+            if (text.size() > maxAnswer || !writeAll(pipe, frame + text)) {
+                break;
+            }
+        }
+    } catch (...) {  // NOLINT(bugprone-empty-catch): the end of the pipe tells it
+    }
+    ::_exit(0);
+}
+
+class CAnsweringChild {
+  public:
+    CAnsweringChild(const std::vector<Question>& questions, std::size_t first) {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+            return;
+        }
+        input_ = CFileDescriptor(ends[0]);
+        const CFileDescriptor output(ends[1]);
+        child_ = ::fork();
+        if (child_ == 0) {
+            answer(questions, first, output.Get());
+        }
+    }
+    ~CAnsweringChild() {
+        if (child_ <= 0) {
+            return;
+        }
+        ::kill(child_, SIGKILL);
+        // The pipe ends when the child dies. One that hangs in the kernel dies later or never.
+        constexpr std::chrono::milliseconds dying{200};
+        const Clock::time_point end = Clock::now() + dying;
+        while (Fill(end)) {
+        }
+        ::waitpid(child_, nullptr, isEnded_ ? 0 : WNOHANG);
+    }
+    CAnsweringChild(const CAnsweringChild&) = delete;
+    CAnsweringChild& operator=(const CAnsweringChild&) = delete;
+
+    [[nodiscard]] bool IsRunning() const noexcept { return child_ > 0; }
+
+    // Returns no value when the child ends or `end` comes before the answer.
+    std::optional<std::string> Next(Clock::time_point end) {
+        for (;;) {
+            Length length = 0;
+            if (bytes_.size() >= sizeof(length)) {
+                std::memcpy(&length, bytes_.data(), sizeof(length));
+                if (bytes_.size() - sizeof(length) >= length) {
+                    std::string text = bytes_.substr(sizeof(length), length);
+                    bytes_.erase(0, sizeof(length) + length);
+                    return text;
+                }
+            }
+            if (length > maxAnswer || !Fill(end)) {
+                return std::nullopt;
+            }
+        }
+    }
+
+  private:
+    // Waits for bytes. Returns false at `end` and at the end of the pipe.
+    bool Fill(Clock::time_point end) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        pollfd input{input_.Get(), POLLIN, 0};
+        const int wait = static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
+        if (const int ready = ::poll(&input, 1, wait); ready <= 0) {
+            return ready < 0 && errno == EINTR;
+        }
+        std::array<char, 4096> block;
+        const ssize_t got = ::read(input_.Get(), block.data(), block.size());
+        if (got <= 0) {
+            isEnded_ = got == 0;
+            return got < 0 && errno == EINTR;
+        }
+        bytes_.append(block.data(), static_cast<std::size_t>(got));
+        return true;
+    }
+
+    CFileDescriptor input_;
+    pid_t child_ = -1;
+    std::string bytes_;  // not yet taken
+    bool isEnded_ = false;
+};
+
+}  // namespace
+
+std::vector<std::optional<std::string>> askBounded(const std::vector<Question>& questions,
+                                                   const TimeLimits& limits) {
+    std::vector<std::optional<std::string>> answers(questions.size());
+    const Clock::time_point end = Clock::now() + limits.total;
+    std::size_t next = 0;
+    while (next < questions.size() && Clock::now() < end) {
+        CAnsweringChild child(questions, next);
+        if (!child.IsRunning()) {
+            break;
+        }
+        while (next < questions.size()) {
+            answers[next] = child.Next(std::min(end, Clock::now() + limits.each));
+            if (!answers[next++]) {
+                break;
+            }
+        }
+    }
+    return answers;
+}
+
+}  // namespace em_pni

@@ -1,0 +1,638 @@
+// Storage: scans of made-up trees, their tree and JSON, and comparison with lsblk.
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+#include <set>
+#include <thread>
+#include <unistd.h>
+
+#include "host/output/storage_report.h"
+#include "platform/text.h"
+#include "storage/attributes.h"
+#include "storage/block_devices.h"
+#include "storage/storage_resolver.h"
+#include "tests/storage_fake_disks.h"
+
+namespace em_pni {
+namespace {
+
+using test::CFakeDisks;
+using test::deviceNamed;
+using test::namesOf;
+using Names = std::vector<std::string>;
+using namespace std::chrono_literals;
+
+constexpr const char* hba = "pci0000:80/0000:80:01.0/0000:81:00.0";
+constexpr const char* ahci = "pci0000:00/0000:00:17.0";
+
+// A SATA disk and a drive, a shelf behind an expander, an array with LVM, and an encrypted root.
+void buildServer(CFakeDisks& disks) {
+    disks.Pci(ahci, 0x8086, 0xA282, 0x0106, "ahci");
+    disks.Bridge("pci0000:80/0000:80:01.0");
+    disks.Pci(hba, 0x1000, 0x0097, 0x0107, "mpt3sas");
+    disks.Smbios(smbiosSlot(4, {0, 0x81, 0, 0}, {.designation = "PCIe Slot 4"}));
+    disks.File("sys/class/scsi_host/host0/proc_name", "ahci\n");
+    const std::string sata = std::string(ahci) + "/ata1/host0/target0:0:0/0:0:0:0";
+    disks.Block(
+        sata + "/block/sda",
+        {.number = "8:0",
+         .sectors = 1000215216,
+         .files = {{"queue/rotational", "0"}},
+         .device = {{"vendor", "ATA     "},
+                    {"model", "Samsung SSD 860 "},
+                    {"rev", "4B6Q"},
+                    {"state", "running"},
+                    {"type", "0"}},
+         .properties = {{"ID_BUS", "ata"},
+                        {"ID_MODEL", "Samsung_SSD_860_EVO_512GB"},
+                        {"ID_MODEL_ENC", "Samsung\\x20SSD\\x20860\\x20EVO\\x20512GB\\x20"},
+                        {"ID_REVISION", "RVT04B6Q"},
+                        {"ID_SERIAL_SHORT", "S4BENG0K"},
+                        {"ID_WWN", "0x5002538e40a1b2c3"},
+                        {"ID_PART_TABLE_TYPE", "gpt"},
+                        {"ID_PART_TABLE_UUID", "5d4a"}},
+         .links = {"disk/by-path/pci-0000:00:17.0-ata-1", "disk/by-id/wwn-0x5002538e40a1b2c3",
+                   "disk/by-id/ata-Samsung_SSD_860_EVO_512GB_S4BENG0K"}});
+    disks.Block(sata + "/block/sda/sda1",
+                {.number = "8:1",
+                 .sectors = 1048576,
+                 .files = {{"partition", "1"}, {"start", "2048"}},
+                 .properties = {{"ID_FS_TYPE", "vfat"},
+                                {"ID_FS_USAGE", "filesystem"},
+                                {"ID_FS_UUID", "1A2B-3C4D"},
+                                {"ID_FS_UUID_ENC", "1A2B-3C4D"},
+                                {"ID_FS_LABEL", "EFI_1"},
+                                {"ID_FS_LABEL_ENC", "EFI\\x201"},
+                                {"ID_PART_ENTRY_SCHEME", "gpt"},
+                                {"ID_PART_ENTRY_TYPE", "c12a7328-f81f-11d2-ba4b-00a0c93ec93b"},
+                                {"ID_PART_ENTRY_UUID", "0a1b"},
+                                {"ID_PART_ENTRY_NAME", "EFI\\x20System"},
+                                {"ID_PART_ENTRY_FLAGS", "0x1"}}});
+    disks.Block(sata + "/block/sda/sda2",
+                {.number = "8:2",
+                 .files = {{"partition", "2"}, {"start", "1050624"}},
+                 .properties = {{"ID_FS_TYPE", "crypto_LUKS"}, {"ID_FS_USAGE", "crypto"}}});
+    disks.Block("virtual/block/dm-0",
+                {.number = "253:0",
+                 .files = {{"dm/name", "root"},
+                           {"dm/uuid", "CRYPT-LUKS2-0a1b2c-root"},
+                           {"dm/suspended", "0"},
+                           {"queue/rotational", "0"}},
+                 .properties = {{"ID_FS_TYPE", "ext4"}, {"ID_FS_UUID_ENC", "77aa"}},
+                 .links = {"mapper/root", "disk/by-uuid/77aa"}});
+    disks.Slaves("virtual/block/dm-0", {"sda2"});
+    disks.Block(std::string(ahci) + "/ata2/host0/target0:0:1/0:0:1:0/block/sr0",
+                {.number = "11:0",
+                 .sectors = 2097151,
+                 .files = {{"removable", "1"}},
+                 .device = {{"vendor", "TSSTcorp"}, {"model", "DVD"}, {"type", "5"}},
+                 .properties = {{"ID_CDROM", "1"}}});
+    for (int i = 0; i < 2; ++i) {
+        const std::string n = std::to_string(i);
+        disks.Block(
+            std::string(hba) + "/host1/port-1:0/expander-1:0/port-1:0:" + n +
+                "/end_device-1:0:" + n + "/target1:0:" + n + "/1:0:" + n + ":0/block/sd" + "bc" [i],
+            {
+                .number = "8:" + std::to_string(16 + 16 * i),
+                .device = {{"vendor", "SEAGATE "}, {"model", "ST4000NM0025    "}, {"type", "0"}},
+                .properties = {
+                    {"ID_FS_TYPE", "linux_raid_member"},
+                    {"ID_FS_USAGE", "raid"}
+                }
+            });
+    }
+    disks.Block("virtual/block/md0", {.number = "9:0",
+                                      .files = {{"md/level", "raid1"},
+                                                {"md/array_state", "clean"},
+                                                {"md/raid_disks", "2"},
+                                                {"md/degraded", "1"},
+                                                {"md/dev-sdb/slot", "0"},
+                                                {"md/dev-sdb/state", "in_sync"},
+                                                {"md/dev-sdc/slot", "none"},
+                                                {"md/dev-sdc/state", "faulty"}},
+                                      .properties = {{"ID_FS_TYPE", "LVM2_member"}}});
+    disks.Slaves("virtual/block/md0", {"sdb", "sdc"});
+    disks.Block("virtual/block/dm-1",
+                {.number = "253:1",
+                 .files = {{"dm/name", "vg--data-srv--1"}, {"dm/uuid", "LVM-abcdef"}},
+                 .properties = {{"ID_FS_TYPE", "xfs"}, {"ID_FS_USAGE", "filesystem"}},
+                 .links = {"mapper/vg--data-srv--1", "vg-data/srv-1"}});
+    disks.Slaves("virtual/block/dm-1", {"md0"});
+    disks.Block("virtual/block/dm-2",
+                {.number = "253:2",
+                 .files = {{"dm/name", "vg--data-swap"}, {"dm/uuid", "LVM-x"}},
+                 .properties = {{"ID_FS_TYPE", "swap"}},
+                 .links = {"mapper/vg--data-swap"}});
+    disks.Slaves("virtual/block/dm-2", {"md0"});
+    disks.File("proc/self/mountinfo",
+               "21 1 253:0 / / rw,relatime shared:1 - ext4 /dev/mapper/root rw,errors=remount-ro\n"
+               "bad line\n"
+               "22 21 8:1 / /boot/efi rw - vfat /dev/sda1 rw\n"
+               "23 21 253:1 / /srv rw - xfs /dev/mapper/vg--data-srv--1 rw\n"
+               "24 21 253:1 /home /home rw - xfs /dev/mapper/vg--data-srv--1 rw\n"
+               "25 21 253:1 / /mnt/a\\040b ro - xfs /dev/mapper/vg--data-srv--1 rw\n"
+               "26 21 0:50 / /net rw - nfs4 192.0.2.1:/x rw\n"
+               "27 21 0:51 / /srv rw - tmpfs tmpfs rw\n");
+    disks.File("proc/swaps",
+               "Filename\tType Size Used Priority\n"
+               "/dev/dm-2 partition 2048 1024 -2\n/swapfile file 4 0 5\n");
+}
+
+TEST(Storage, AServerWithAShelfAnArrayAndAnEncryptedRoot) {
+    CFakeDisks disks;
+    buildServer(disks);
+    const StorageInventory storage = disks.ScanStorage();
+    EXPECT_EQ(storage.devices.size(), 10U);
+    ASSERT_EQ(storage.controllers.size(), 2U);
+    EXPECT_EQ(storage.controllers[0].slot.number, 0U);
+    EXPECT_EQ(storage.controllers[1].slot.number, 4U);
+    EXPECT_EQ(storage.controllers[1].slot.designation, "PCIe Slot 4");
+    EXPECT_EQ(storage.controllers[1].driver, "mpt3sas");
+
+    const BlockDevice& sda = deviceNamed(storage, "sda");
+    EXPECT_EQ(sda.disk.transport, "sata");
+    EXPECT_EQ(sda.disk.model, "Samsung SSD 860 EVO 512GB");
+    EXPECT_EQ(sda.disk.firmware, "RVT04B6Q") << "sysfs has a part only";
+    EXPECT_EQ(sda.links.size(), 2U);
+    EXPECT_EQ(namesOf(storage, sda.children), (Names{"sda1", "sda2"}));
+    EXPECT_EQ(deviceNamed(storage, "sda1").partition.label, "EFI System");
+    EXPECT_EQ(deviceNamed(storage, "sda1").partition.start, 1048576U);
+    EXPECT_EQ(deviceNamed(storage, "sr0").size, 0U) << "no medium";
+    const BlockDevice& sdc = deviceNamed(storage, "sdc");
+    EXPECT_EQ(sdc.disk.transport, "sas");
+    EXPECT_EQ(sdc.disk.scsiAddress, "1:0:1:0");
+    EXPECT_EQ(sdc.disk.controllers, std::vector<std::size_t>{1});
+    EXPECT_EQ(sdc.disk.model, "ST4000NM0025");
+
+    const BlockDevice& array = deviceNamed(storage, "md0");
+    EXPECT_EQ(namesOf(storage, array.parents), (Names{"sdb", "sdc"}));
+    EXPECT_EQ(array.volume.members.at(1).place, "none");
+    const BlockDevice& srv = deviceNamed(storage, "dm-1");
+    EXPECT_EQ(srv.volume.group + "/" + srv.volume.logicalVolume, "vg-data/srv-1");
+    ASSERT_EQ(srv.mounts.size(), 3U);
+    EXPECT_TRUE(srv.mounts[0].covered && !srv.mounts[0].bind);
+    EXPECT_TRUE(srv.mounts[1].bind && srv.mounts[1].root == "/home");
+    EXPECT_TRUE(srv.mounts[2].bind && srv.mounts[2].target == "/mnt/a b");
+    EXPECT_EQ(storage.swapFiles.at(0).path, "/swapfile");
+    EXPECT_TRUE(storage.unanswered.empty());
+
+    StorageReport report{storage, std::vector<AdapterNames>(2)};
+    for (BlockDevice& device : report.storage.devices) {
+        device.space.reset();
+        if (device.name == "sda") {
+            device.space = SpaceUsage{4096, 1024, 2048};
+            device.disk.serial = "\033[2J\xFF";
+        }
+    }
+    EXPECT_EQ(storageTree(report), R"(10 block devices
+├─ 0000:00:17.0 onboard, ahci
+│  ├─ sda disk, 476.9 GiB, sata, solid state, ATA Samsung SSD 860 EVO 512GB, serial ?[2J)"
+                                   "\xEF\xBF\xBD"
+                                   R"(, firmware RVT04B6Q, SCSI 0:0:0:0, 25% of 4.0 KiB used
+│  │  ├─ sda1 part, 512.0 MiB, "EFI System", vfat, "EFI 1"
+│  │  │  └─ /boot/efi mount, rw
+│  │  └─ sda2 part, 32.0 KiB, crypto_LUKS
+│  │     └─ dm-0 crypt, 32.0 KiB, root, ext4
+│  │        └─ / mount, rw,relatime,errors=remount-ro
+│  └─ sr0 rom, no medium, sata, TSSTcorp DVD, SCSI 0:0:1:0, removable
+├─ 0000:81:00.0 slot 4, PCIe Slot 4, mpt3sas
+│  ├─ sdb disk, 32.0 KiB, sas, rotational, SEAGATE ST4000NM0025, SCSI 1:0:0:0, linux_raid_member
+│  │  └─ md0 raid1, 32.0 KiB, clean, 1 of 2 members in sync, degraded, LVM2_member
+│  │     ├─ dm-1 lvm, 32.0 KiB, vg--data-srv--1, xfs
+│  │     │  ├─ /srv mount, rw, covered
+│  │     │  ├─ /home bind mount, of /home, rw
+│  │     │  └─ /mnt/a b bind mount, ro
+│  │     └─ dm-2 lvm, 32.0 KiB, vg--data-swap, swap
+│  │        └─ swap 2.0 MiB, 1.0 MiB used, priority -2
+│  └─ sdc disk, 32.0 KiB, sas, rotational, SEAGATE ST4000NM0025, SCSI 1:0:1:0, linux_raid_member
+│     └─ md0 (see above)
+└─ no PCI controller
+   └─ swap /swapfile, 4.0 KiB, 0 B used, priority 5
+)");
+}
+
+TEST(Storage, TheJsonIsValidForAnyText) {
+    CFakeDisks disks;
+    buildServer(disks);
+    StorageReport report{disks.ScanStorage(), std::vector<AdapterNames>(2)};
+    for (BlockDevice& device : report.storage.devices) {
+        device.disk.model = "\xFF\"\n";
+    }
+    const std::string json = storageJson(report);
+    rapidjson::Document document;
+    document.Parse<rapidjson::kParseValidateEncodingFlag>(json.data(), json.size());
+    ASSERT_TRUE(document.IsObject());
+    EXPECT_EQ(document["Controllers"][1]["Slot"].GetUint(), 4U);
+    const rapidjson::Value& array = document["Devices"][0];
+    EXPECT_STREQ(array["Name"].GetString(), "md0");
+    EXPECT_STREQ(array["Parents"][1].GetString(), "sdc");
+    EXPECT_STREQ(array["Volume"]["Members"][1]["State"].GetString(), "faulty");
+    const rapidjson::Value& disk = document["Devices"][1]["Disk"];
+    EXPECT_STREQ(disk["Model"].GetString(), "\xEF\xBF\xBD\"\n");
+    EXPECT_STREQ(disk["Controllers"][0].GetString(), "0000:00:17.0");
+    EXPECT_TRUE(disk["NGUID"].IsNull());
+}
+
+TEST(Storage, NamespacesOfSeveralControllersAreOneDevice) {
+    CFakeDisks disks;
+    const std::string bus = "pci0000:00/0000:00:0";
+    const std::string subsystem = "virtual/nvme-subsystem/nvme-subsys0/nvme0n";
+    const auto controller = [&disks](const std::string& folder, const std::string& name,
+                                     const std::string& transport, const std::string& address) {
+        for (const auto& [file, text] : {std::pair("transport", transport),
+                                         {"address", address},
+                                         {"state", "live"},
+                                         {"model", "Fast NVMe   "},
+                                         {"serial", "S1"},
+                                         {"firmware_rev", "F1"}}) {
+            disks.File("sys/devices/" + folder + "/" + name + "/" + file, text + "\n");
+        }
+        disks.Link("sys/class/nvme/" + name, "../../devices/" + folder + "/" + name);
+    };
+    for (const std::string n : {"1", "2"}) {
+        disks.Bridge(bus + n + ".0", n);
+        disks.Pci(bus + n + ".0/0000:0" + n + ":00.0", 0x144D, 0xA80A, 0x0108, "nvme");
+        const std::string folder = bus + n + ".0/0000:0" + n + ":00.0/nvme";
+        const std::string name = "nvme" + std::to_string(n[0] - '1');
+        controller(folder, name, "pcie", "0000:0" + n + ":00.0");
+        for (const std::string space : {"1", "2"}) {
+            disks.Block(folder + "/" + name + "/nvme0c" + name.substr(4) + "n" + space,
+                        {.number = "", .files = {{"ana_state", "optimized"}}, .hasRecord = false});
+        }
+    }
+    for (const std::string space : {"1", "2"}) {
+        disks.Block(subsystem + space,
+                    {.number = "259:" + space,
+                     .files = {{"queue/rotational", "0"},
+                               {"nsid", space},
+                               {"wwid", "eui.0025385b71b00f5f"},
+                               {"eui", "00 25 38 5b 71 b0 0f 5f"},
+                               {"nguid", "36344630-5280-0001-0025-385300000001"}}});
+    }
+    const std::string far = "virtual/nvme-fabrics/ctl";
+    controller(far, "nvme3", "fc",
+               "traddr=nn-0x200400a098d8580e:pn-0x200600a098d8580e,host_traddr=nn-0x1:pn-0x2");
+    disks.FcHost(bus + "1.0/0000:05:00.0", "host5", "0x1", "0x2");
+    disks.Block(far + "/nvme3/nvme3n1", {.number = "259:9"});
+    const std::string vmd = "pci0000:3a/0000:3a:05.5/pci10000:00/10000:00:02.0/10000:01:00.0/nvme";
+    controller(vmd, "nvme4", "pcie", "10000:01:00.0");
+    disks.Block(vmd + "/nvme4/nvme4n1", {.number = "259:10"});
+
+    const StorageInventory storage = disks.ScanStorage();
+    EXPECT_EQ(storage.devices.size(), 4U) << "paths are not devices";
+    const BlockDevice& second = deviceNamed(storage, "nvme0n2");
+    EXPECT_EQ(second.disk.transport, "nvme-pcie");
+    EXPECT_EQ(second.disk.model + "/" + second.disk.serial + "/" + second.disk.firmware,
+              "Fast NVMe/S1/F1");
+    EXPECT_EQ(second.disk.eui64, "0025385b71b00f5f");
+    EXPECT_EQ(second.disk.nguid, "36344630528000010025385300000001");
+    EXPECT_EQ(second.disk.namespaceId, 2U);
+    EXPECT_EQ(second.disk.controllers, (std::vector<std::size_t>{0, 1}));
+    ASSERT_EQ(second.disk.paths.size(), 2U);
+    EXPECT_EQ(storage.nvmeControllers[second.disk.paths[1].controller].name, "nvme1");
+    EXPECT_EQ(second.disk.paths[1].state, "optimized");
+    ASSERT_EQ(storage.controllers.size(), 4U);
+    EXPECT_EQ(storage.controllers[1].slot.number, 2U);
+    EXPECT_EQ(storage.controllers[3].pciAddress, "10000:01:00.0");
+    EXPECT_EQ(storage.controllers[3].slot.number, unknownSlot);
+    const BlockDevice& remote = deviceNamed(storage, "nvme3n1");
+    EXPECT_EQ(remote.disk.transport, "nvme-fc");
+    EXPECT_EQ(remote.disk.targetPort, 0x200600a098d8580eU);
+    EXPECT_EQ(storage.controllers.at(remote.disk.controllers.at(0)).pciAddress, "0000:05:00.0");
+    EXPECT_EQ(deviceNamed(storage, "nvme4n1").disk.controllers, std::vector<std::size_t>{3});
+}
+
+TEST(Storage, TransportsAndDisksWithoutAttributes) {
+    struct Case {
+        const char* path;
+        const char* transport;
+        const char* scsiAddress;
+        const char* pciName;
+    };
+    const std::vector<Case> cases{
+        {"pci0000:00/0000:00:14.0/usb2/2-1/2-1:1.0/host6/target6:0:0/6:0:0:0/block/sda", "usb",
+         "6:0:0:0", "0000:00:14.0"},
+        {"pci0000:00/0000:00:02.0/0000:05:00.0/host7/rport-7:0-2/target7:0:0/7:0:0:1/block/sdb",
+         "fc", "7:0:0:1", "0000:05:00.0"},
+        {"platform/host8/session1/target8:0:0/8:0:0:0/block/sdc", "iscsi", "8:0:0:0", ""},
+        {"pci0000:00/0000:00:04.0/virtio2/host2/target2:0:0/2:0:0:0/block/sdd", "virtio", "2:0:0:0",
+         "0000:00:04.0"},
+        {"pci0000:00/0000:00:01.1/ata1/host3/target3:0:0/3:0:0:0/block/sde", "ata", "3:0:0:0",
+         "0000:00:01.1"},
+        {"pci0000:00/0000:00:02.2/0000:02:00.0/host0/target0:2:0/0:2:0:0/block/sdf", "", "0:2:0:0",
+         "0000:02:00.0"},
+        {"pci0000:00/0000:00:05.0/virtio1/block/vda", "virtio", "", "0000:00:05.0"},
+        {"pci0000:00/0000:00:1a.0/mmc_host/mmc0/mmc0:0001/block/mmcblk0", "mmc", "",
+         "0000:00:1a.0"},
+        {"platform/x/cciss!c0d0", "", "", ""},
+    };
+    CFakeDisks disks;
+    disks.File("sys/class/scsi_host/host3/proc_name", "ata_piix\n");
+    disks.File(
+        "sys/devices/pci0000:00/0000:00:02.0/0000:05:00.0/host7/rport-7:0-2/fc_remote_ports/"
+        "rport-7:0-2/port_name",
+        "0x500601643ea0abcd\n");
+    int minor = 0;
+    for (const Case& one : cases) {
+        const std::string path = one.path;
+        const std::string name = path.substr(path.rfind('/') + 1);
+        disks.File("sys/devices/" + path + "/uevent",
+                   "MAJOR=250\nMINOR=" + std::to_string(minor++) + "\n");
+        disks.File("sys/devices/" + path + "/size", "2\n");
+        disks.Link("sys/class/block/" + name, "../../devices/" + path);
+    }
+    // Left out: memory disks, an unused loop device, sizes that are no number, a device that is
+    // gone.
+    disks.Block("virtual/block/ram0", {.number = "1:0"});
+    disks.Block("virtual/block/loop0", {.number = "7:0", .sectors = 0});
+    disks.Block("virtual/block/sdx",
+                {.number = "8:7", .files = {{"size", "99999999999999999999"}}});
+    disks.Link("sys/class/block/sdy", "../../devices/gone/sdy");
+    const StorageInventory storage = disks.ScanStorage();
+    ASSERT_EQ(storage.devices.size(), cases.size());
+    for (const Case& one : cases) {
+        const std::string path = one.path;
+        const BlockDevice& device = deviceNamed(storage, path.substr(path.rfind('/') + 1));
+        EXPECT_EQ(device.disk.transport, one.transport) << path;
+        EXPECT_EQ(device.disk.scsiAddress, one.scsiAddress) << path;
+        EXPECT_EQ(device.disk.pciName, one.pciName) << path;
+        EXPECT_EQ(device.size, 1024U);
+        EXPECT_FALSE(device.rotational);
+    }
+    EXPECT_EQ(deviceNamed(storage, "sdb").disk.targetPort, 0x500601643ea0abcdU);
+    EXPECT_EQ(deviceNamed(storage, "cciss!c0d0").path, "/dev/cciss/c0d0");
+}
+
+TEST(Storage, VolumesOfEachKindAndLoopsOfThem) {
+    CFakeDisks disks;
+    const auto volume = [&disks](const std::string& name, const std::string& number,
+                                 const test::Texts& files, const Names& slaves) {
+        disks.Block("virtual/block/" + name, {.number = number, .files = files});
+        disks.Slaves("virtual/block/" + name, slaves);
+    };
+    volume("dm-0", "253:0", {{"dm/name", "mpatha"}, {"dm/uuid", "mpath-3600"}},
+           {"sda", "sdb", "gone"});
+    volume("dm-1", "253:1", {{"dm/name", "mpatha1"}, {"dm/uuid", "part1-mpath-3600"}}, {"dm-0"});
+    volume("bcache0", "252:0",
+           {{"bcache/state", "dirty"}, {"bcache/cache_mode", "writethrough [writeback] none"}},
+           {"sda", "sdb"});
+    volume("loop3", "7:3", {{"loop/backing_file", "/srv/a.img"}}, {});
+    // Each is made of the other, and of itself.
+    volume("md1", "9:1", {{"md/level", "raid0"}}, {"md2", "md1"});
+    volume("md2", "9:2", {}, {"md1"});
+    disks.Block("x/host0/target0:0:0/0:0:0:0/block/sda", {.number = "8:0"});
+    disks.Block("x/host1/target1:0:0/1:0:0:0/block/sdb", {.number = "8:16"});
+    const StorageInventory storage = disks.ScanStorage();
+    const BlockDevice& multipath = deviceNamed(storage, "dm-0");
+    EXPECT_EQ(multipath.type, "mpath");
+    EXPECT_EQ(namesOf(storage, multipath.parents), (Names{"sda", "sdb"}));
+    EXPECT_EQ(deviceNamed(storage, "dm-1").type, "part");
+    const Volume& cache = deviceNamed(storage, "bcache0").volume;
+    EXPECT_EQ(cache.state + "/" + cache.cacheMode, "dirty/writeback");
+    EXPECT_EQ(deviceNamed(storage, "loop3").volume.backingFile, "/srv/a.img");
+    EXPECT_EQ(deviceNamed(storage, "md2").type, "md");
+    EXPECT_NE(storageTree({storage, {}}).find("md1 raid0"), std::string::npos);
+    for (std::size_t i = 0; i < storage.devices.size(); ++i) {
+        EXPECT_FALSE(isSafeToOpen(storage, i)) << storage.devices[i].name;
+    }
+}
+
+// A swap area with a label and a UUID.
+std::string swapImage() {
+    std::string image(std::size_t{1} << 20U, '\0');
+    image.replace(1024, 8, std::string("\1\0\0\0\xFF\0\0\0", 8));
+    image.replace(1024 + 12, 16, "0123456789abcdef");
+    image.replace(1024 + 28, 6, "swap 1");
+    image.replace(4096 - 10, 10, "SWAPSPACE2");
+    return image;
+}
+
+TEST(Storage, WithoutUdevdOnlyDevicesThatCannotSleepAreOpened) {
+    CFakeDisks disks;
+    const test::Texts solid{{"queue/rotational", "0"}};
+    const auto disk = [&disks](char letter, const test::Texts& files, const test::Texts& device) {
+        const std::string n(1, static_cast<char>('0' + letter - 'a'));
+        disks.Block("x/host" + n + "/target0:0:0/0:0:0:" + n + "/block/sd" + letter,
+                    {.number = "8:" + n, .files = files, .device = device, .hasRecord = false});
+        disks.File(std::string("dev/sd") + letter, swapImage());
+    };
+    disk('a', solid,
+         {{"model", "Solid State"},
+          {"rev", "1"},
+          {"wwid", "naa.5000c500a1b2c3d4"},
+          {"vpd_pg80", std::string("\0\x80\0\x08 SERIAL1", 12)}});
+    disk('b', {}, {});
+    disk('c', solid, {{"state", "offline"}});
+    disk('d', solid, {{"power/runtime_status", "suspended"}});
+    disks.Block("x/host9/target9:0:0/9:0:0:0/block/sr0",
+                {.number = "11:0", .files = solid, .hasRecord = false});
+    disks.File("dev/sr0", swapImage());
+    disks.Block("pci0000:00/0000:00:05.0/virtio1/block/vda",
+                {.number = "254:0", .files = {{"serial", "virtio-serial"}}, .hasRecord = false});
+    disks.File("dev/vda", "not a file system");
+    disks.Block("virtual/block/dm-0", {.number = "253:0",
+                                       .files = {{"dm/suspended", "1"}, {"queue/rotational", "0"}},
+                                       .hasRecord = false});
+    disks.Slaves("virtual/block/dm-0", {"sda"});
+    disks.File("dev/dm-0", swapImage());
+    disks.File("proc/swaps", "Filename\tType Size Used Priority\n/dev/sdb partition 4 0 -2\n");
+    const StorageInventory storage = disks.ScanStorage();
+    const BlockDevice& solidState = deviceNamed(storage, "sda");
+    EXPECT_EQ(solidState.content.type, "swap");
+    EXPECT_EQ(solidState.content.label, "swap 1");
+    EXPECT_EQ(solidState.content.uuid, "30313233-3435-3637-3839-616263646566");
+    EXPECT_EQ(solidState.disk.serial, "SERIAL1");
+    EXPECT_EQ(solidState.disk.wwn, "0x5000c500a1b2c3d4");
+    EXPECT_EQ(deviceNamed(storage, "sdb").content.type, "swap") << "in use";
+    EXPECT_EQ(deviceNamed(storage, "sdb").content.label, "");
+    for (const char* const closed : {"sdc", "sdd", "sr0", "dm-0"}) {
+        EXPECT_EQ(deviceNamed(storage, closed).content.type, "") << closed;
+    }
+    EXPECT_EQ(deviceNamed(storage, "vda").disk.serial, "virtio-serial");
+    EXPECT_TRUE(storage.unanswered.empty());
+}
+
+TEST(Storage, AQuestionWithoutAnAnswerDoesNotDisturbTheOthers) {
+    const std::string big(65536, 'x');
+    const std::vector<Question> questions{
+        [] { return "a"; },
+        []() -> std::string {
+            ::pause();
+            return "";
+        },
+        [] { return "c"; },
+        []() -> std::string { ::_exit(1); },
+        []() -> std::string { throw std::bad_alloc(); },
+        [&big] { return big; },
+        [&big] { return big + "x"; },
+        [] {
+            std::printf("lost\n");
+            return std::string();
+        },
+    };
+    const auto answers = askBounded(questions, {1s, 60s});
+    const std::vector<std::optional<std::string>> expected{
+        "a", std::nullopt, "c", std::nullopt, std::nullopt, big, std::nullopt, ""};
+    EXPECT_EQ(answers, expected);
+    const auto start = std::chrono::steady_clock::now();
+    const std::vector<Question> hanging(50, questions[1]);
+    EXPECT_EQ(askBounded(hanging, {30ms, 100ms}).size(), 50U);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+}
+
+TEST(Storage, ADiskThatVanishesDuringTheScanIsWholeOrLeftOut) {
+    CFakeDisks disks;
+    const std::string folder = "x/host0/target0:0:0/0:0:0:0/block";
+    for (const char* const name : {"sda", "sdb"}) {
+        disks.Block(folder + "/" + name,
+                    {.number = std::string("8:") + name[2], .files = {{"serial", "x"}}});
+        disks.File("sys/devices/" + folder + "/" + name + "/uevent", "MAJOR=8\nMINOR=1\n");
+    }
+    const std::string disk = disks.Path("sys/devices/" + folder + "/sdb");
+    std::atomic<bool> ends = false;
+    std::thread plugging([&] {
+        while (!ends) {
+            ::rename(disk.c_str(), (disk + ".gone").c_str());
+            ::rename((disk + ".gone").c_str(), disk.c_str());
+        }
+    });
+    std::set<std::size_t> counts;
+    for (int i = 0; i < 20000 && counts.size() < 2; ++i) {
+        const FoundDevices found = findBlockDevices(disks.Machine().Files());
+        counts.insert(found.devices.size());
+        for (const FoundDevice& one : found.devices) {
+            EXPECT_EQ(one.device.size, 64U * 512);
+            EXPECT_EQ(one.device.physicalBlock, 4096U);
+        }
+    }
+    ends = true;
+    plugging.join();
+    EXPECT_EQ(counts, (std::set<std::size_t>{1, 2}));
+}
+
+// The output of a command, as JSON.
+rapidjson::Document jsonOf(const std::string& command) {
+    std::string text;
+    if (std::FILE* const pipe = ::popen((command + " 2>/dev/null").c_str(), "r")) {
+        char block[4096];
+        for (std::size_t got = 0; (got = std::fread(block, 1, sizeof(block), pipe)) > 0;) {
+            text.append(block, got);
+        }
+        ::pclose(pipe);
+    }
+    rapidjson::Document document;
+    document.Parse(text.data(), text.size());
+    return document;
+}
+
+std::string memberText(const rapidjson::Value& object, const char* key) {
+    const auto found = object.FindMember(key);
+    if (found == object.MemberEnd() || found->value.IsNull()) {
+        return "";
+    }
+    if (found->value.IsString()) {
+        return singleBlanks(found->value.GetString());
+    }
+    return found->value.IsBool() ? (found->value.GetBool() ? "true" : "false")
+                                 : std::to_string(found->value.GetUint64());
+}
+
+// What lsblk says, unless the text is empty: lsblk reads less of a tree than of its machine.
+void expectLikeLsblk(const StorageInventory& storage, const rapidjson::Value& theirs,
+                     std::set<std::string>& seen) {
+    const std::string name = memberText(theirs, "kname");
+    const BlockDevice& ours = deviceNamed(storage, name);
+    seen.insert(name);
+    std::set<std::string> targets;
+    for (const Mount& mount : ours.mounts) {
+        targets.insert(mount.target);
+    }
+    for (const SwapArea& swap : ours.swaps) {
+        targets.insert(swap.size > 0 ? "[SWAP]" : "");
+    }
+    for (const rapidjson::Value& one : theirs["mountpoints"].GetArray()) {
+        EXPECT_TRUE(one.IsNull() || targets.count(one.GetString()) == 1) << name;
+    }
+    const bool isPartition = ours.kind == BlockKind::partition;
+    const auto flag = [](bool value) { return std::string(value ? "true" : "false"); };
+    const std::vector<std::pair<const char*, std::string>> expected{
+        {"maj:min", std::to_string(ours.major) + ":" + std::to_string(ours.minor)},
+        {"type", ours.type == "zram" ? "disk" : ours.type},
+        {"ro", flag(ours.readOnly)},
+        {"size", ours.type == "rom" ? "" : std::to_string(ours.size)},
+        {"rota", isPartition ? "" : flag(ours.rotational.value_or(false))},
+        {"log-sec", isPartition ? "" : std::to_string(ours.logicalBlock)},
+        {"phy-sec", isPartition ? "" : std::to_string(ours.physicalBlock)},
+        {"rm", ours.kind == BlockKind::disk ? flag(ours.disk.removable) : ""},
+        {"vendor", ours.disk.vendor},
+        {"serial", ours.disk.serial},
+        {"wwn", isPartition ? "" : ours.disk.wwn},
+        {"hctl", ours.disk.scsiAddress},
+        {"tran", ours.disk.transport},
+        {"start", isPartition ? std::to_string(ours.partition.start / 512) : ""},
+        {"fstype", ours.content.type},
+        {"label", ours.content.label},
+        {"uuid", ours.content.uuid},
+        {"parttype", ours.partition.type},
+        {"partuuid", ours.partition.uuid},
+        {"partlabel", ours.partition.label},
+        {"partflags", ours.partition.flags},
+        {"pttype", isPartition ? "" : ours.content.tableType}};
+    for (const auto& [key, text] : expected) {
+        const std::string other = memberText(theirs, key);
+        EXPECT_TRUE(other.empty() || text.empty() || other == text)
+            << name << " " << key << ": " << other << ", not " << text;
+    }
+    if (theirs.HasMember("children")) {
+        for (const rapidjson::Value& child : theirs["children"].GetArray()) {
+            EXPECT_EQ(namesOf(storage, ours.children).empty(), false) << name;
+            expectLikeLsblk(storage, child, seen);
+        }
+    }
+}
+
+void expectLikeLsblk(const StorageInventory& storage, const std::string& options,
+                     const Names& names) {
+    const rapidjson::Document theirs = jsonOf("lsblk --json --bytes -O " + options);
+    if (!theirs.IsObject() || !theirs.HasMember("blockdevices")) {
+        GTEST_SKIP() << "no lsblk with option -O here";
+    }
+    std::set<std::string> seen;
+    for (const rapidjson::Value& one : theirs["blockdevices"].GetArray()) {
+        expectLikeLsblk(storage, one, seen);
+    }
+    for (const std::string& name : names) {
+        EXPECT_EQ(seen.count(name), 1U) << name;
+    }
+}
+
+TEST(Storage, LsblkSaysTheSameOfAMadeUpServer) {
+    CFakeDisks disks;
+    buildServer(disks);
+    expectLikeLsblk(disks.ScanStorage(), "--sysroot " + disks.Path(""),
+                    {"sda", "sda1", "sda2", "dm-0", "sdb", "sdc", "md0", "dm-1", "dm-2"});
+}
+
+TEST(Storage, LsblkSaysTheSameOfThisMachineWithALoopDevice) {
+    const test::CTempDirectory folder;
+    const std::string file = folder.Write("image", swapImage());
+    const rapidjson::Document attached = jsonOf("losetup --find --nooverlap " + file +
+                                                " && losetup --json --list --associated " + file);
+    if (!attached.IsObject()) {
+        GTEST_SKIP() << "this machine does not allow loop devices";
+    }
+    const std::string device = attached["loopdevices"][0]["name"].GetString();
+    EXPECT_TRUE(jsonOf(EM_PNI_BINARY_DIR "/pni-host storage --json")["Devices"].IsArray());
+    CMachine machine;
+    const StorageInventory storage = scanStorage(machine, {});
+    EXPECT_EQ(std::system(("losetup --detach " + device).c_str()), 0);
+    const BlockDevice& loop = deviceNamed(storage, device.substr(5));
+    EXPECT_EQ(loop.volume.backingFile, file);
+    EXPECT_EQ(loop.size, std::size_t{1} << 20U);
+    expectLikeLsblk(storage, "", {});
+}
+
+}  // namespace
+}  // namespace em_pni
