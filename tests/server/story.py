@@ -19,12 +19,14 @@ ONE_PORT = module(4, [[mac(4, 1)]])
 OTHER_ONE_PORT = module(4, [[mac(4, 9)]])
 LAN = mac(0, 0)
 CARDS = {3: [PORT3, mac(3, 2)], 4: [mac(4, 1)]}
+NEW_CARD = module(6, [[mac(6, 1)], [mac(6, 2)]])
 OTHER_CARDS = {**CARDS, 4: [mac(4, 9)]}
+MORE_CARDS = {**OTHER_CARDS, 6: [mac(6, 1), mac(6, 2)]}
 
 
 def record(lan, *cards):
     """The modules of the server, with these addresses at its first onboard card."""
-    return onboard(0, *lan), onboard(1), TWO_PORTS, *(cards or [ONE_PORT])
+    return (onboard(0, *lan), onboard(1), TWO_PORTS, *(cards or [ONE_PORT]))
 
 
 def set_addresses(scene, *lan):
@@ -134,18 +136,18 @@ def shut_down(scene):
     return image
 
 
-def exchange_card(scene, image):
+def exchange_cards(scene, image):
     """Returns the image that the controller has afterwards."""
-    scene.boot(image, OTHER_CARDS)
+    scene.boot(image, MORE_CARDS)
     set_addresses(scene, "192.0.2.10/24", "2001:db8::99/64")
     scene.start_service()
-    image = scene.becomes(record(["192.0.2.10", "2001:db8::99"], OTHER_ONE_PORT))
-    scene.ok("another card in slot 4 after the power was off")
+    image = scene.becomes(record(["192.0.2.10", "2001:db8::99"], OTHER_ONE_PORT, NEW_CARD))
+    scene.ok("another card in slot 4, a card in slot 6 after the power was off")
     return image
 
 
 def cut_power_in_a_write(scene, image):
-    after = record(["192.0.2.10"], OTHER_ONE_PORT)
+    after = record(["192.0.2.10"], OTHER_ONE_PORT, NEW_CARD)
     scene.slow_down_service()
     scene.address("del", "2001:db8::99/64", LAN)
     scene.wait_for_half_a_write()
@@ -155,9 +157,9 @@ def cut_power_in_a_write(scene, image):
     scene.boot(scene.server.fru(), OTHER_CARDS)
     set_addresses(scene, "192.0.2.10/24")
     scene.start_service()
-    scene.becomes(after)
+    scene.becomes(record(["192.0.2.10"], OTHER_ONE_PORT))
     scene.end_service()
-    scene.ok("the next start completes the write")
+    scene.ok("the next start completes the write and removes the card that is gone from slot 6")
     scene.server.shut_down()
 
 
@@ -169,7 +171,7 @@ def tell(scene):
     plug_cards(scene, image)
     kill_in_a_write(scene, image)
     image = shut_down(scene)
-    image = exchange_card(scene, image)
+    image = exchange_cards(scene, image)
     cut_power_in_a_write(scene, image)
 
 
