@@ -106,7 +106,8 @@ TEST_F(HostFault, OfDisks) {
 
 TEST_F(HostFault, OfDescriptors) {
     Restore(image_);
-    const std::string run = "exec '" EM_PNI_BINARY_DIR "/pni-host' run --once --no-cards --fru " + image_;
+    const std::string run =
+        "exec '" EM_PNI_BINARY_DIR "/pni-host' run --once --no-cards --fru " + image_;
     EXPECT_EQ(std::system((run + " <&- >&- 2>&-").c_str()), 0);
     EXPECT_EQ(contentOf(image_), new_);
     int done = 0;
