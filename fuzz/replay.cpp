@@ -22,9 +22,12 @@ void run(const Input& input) {
     LLVMFuzzerTestOneInput(input.data(), input.size());
 }
 
+constexpr std::size_t longFile = 32768;  // bytes
+
 // Runs of a long file take longer: fewer of them.
 std::size_t fewer(const Input& whole) {
-    return whole.size() > std::size_t{32} * 1024 ? 8 : 1;
+    const bool isLong = whole.size() > longFile;
+    return isLong ? 8 : 1;
 }
 
 // Cuts a short file at every length, and a long one at some.

@@ -27,7 +27,10 @@ LocalTime localTime() {
     std::strftime(offset, sizeof offset, "%z", &parts);
     std::string digits = std::to_string(thousandths);
     digits.insert(0, 3 - digits.size(), '0');
-    return {std::string(text) + '.' + digits, std::string(offset).insert(3, ":")};
+    LocalTime time{text, offset};
+    time.text.append(".").append(digits);
+    time.offset.insert(3, ":");
+    return time;
 }
 
 Color colorOf(InventoryChange::Kind kind) {
