@@ -42,7 +42,13 @@ target_compile_options(pni_build INTERFACE
     # Fortified functions need optimisation. The compiler may define a level of its own: undefine it
     # first.
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>)
-foreach(flag -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
+# clang accepts the flags of other processors with a warning.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+    set(control_flow_protection -mbranch-protection=standard)
+else()
+    set(control_flow_protection -fcf-protection)
+endif()
+foreach(flag -fstack-clash-protection ${control_flow_protection})
     # Only some processors have these.
     string(MAKE_C_IDENTIFIER "EM_PNI_HAS${flag}" has_flag)
     check_cxx_compiler_flag(${flag} ${has_flag})

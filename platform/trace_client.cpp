@@ -42,8 +42,9 @@ void updateGate() noexcept {
     trace::gate.store(std::max(debugGate, sinkLevel), std::memory_order_relaxed);
 }
 
-// debugLock is held.
-void giveToSink(const char* format, va_list arguments) noexcept {
+// debugLock is held, and there is a sink.
+__attribute__((format(printf, 1, 0))) void giveToSink(const char* format,
+                                                      va_list arguments) noexcept {
     char text[maxSinkLine];
     while (*format == '\n') {
         ++format;

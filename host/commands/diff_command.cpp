@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "host/commands/card_cycles.h"
 #include "host/commands/commands.h"
 #include "host/commands/reading.h"
-#include "host/events/host_event.h"
 #include "host/machine/kernel_network.h"
 #include "host/output/change_json.h"
 #include "host/output/host_error.h"
@@ -73,9 +73,13 @@ int showDifference(const DiffOptions& options, CConsole& console) {
     CModuleSession session(library, host);
     session.Start();
     watch.Look(session);
+    CMachineView machine;
     if (options.cards) {
-        session.Report(*messageOf(HostEvent::deviceAdded));
-        session.Report(*messageOf(HostEvent::deviceRemoved));
+        CInventoryWatch cards(console);
+        enterCards(session, machine, [&] {
+            cards.Look(session);
+            return cards.Inventory();
+        });
     }
     session.SwitchStarted();
     session.Stop();
@@ -87,7 +91,6 @@ int showDifference(const DiffOptions& options, CConsole& console) {
         return exitUnusable;
     }
     const bool isChanged = copy->Read() != before;
-    CMachineView machine;
     machine.Refresh();
     machine.Complete(changes);
     if (options.json) {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/commands/card_cycles.h"
 #include "platform/text.h"
 
 namespace em_pni {
@@ -27,6 +28,7 @@ void CControllerReport::OnRead(std::size_t bytes) {
 void CControllerReport::OnWritten(std::size_t bytes) {
     bytes_ = bytes;
     ++writes_;
+    writeFailed_ = false;
     waiter_.NotifyWritten();
 }
 
@@ -35,6 +37,7 @@ void CControllerReport::OnReadFailed(const std::string& reason) {
 }
 
 void CControllerReport::OnWriteFailed(const std::string& reason) {
+    ++failures_;
     writeFailed_ = true;
     log_.Write({.event = "not written", .text = "not written: " + reason, .color = Color::red});
     console_.Error(reason);
@@ -55,10 +58,13 @@ void CRunningModule::Start() {
     log_.Write({.event = "started", .text = "started: " + session_->Description()});
     Look();
     if (comparesCards_) {
-        deviceEvents_ = {HostEvent::deviceAdded, HostEvent::deviceRemoved};
+        enterCards(*session_, machine_, [this] {
+            Look();
+            return watch_.Inventory();
+        });
     }
-    RepeatDeviceEvents();  // before the first cycle, which does all of the work then
     session_->SwitchStarted();
+    RepeatDeviceEvents();
 }
 
 void CRunningModule::Reload() {
@@ -74,7 +80,7 @@ void CRunningModule::Restart() {
     RepeatDeviceEvents();  // the thread before would still take them
 }
 
-// The module has taken these events to a record that was not written, or none at all.
+// The module has taken these events to a record that was not written.
 void CRunningModule::RepeatDeviceEvents() {
     for (const HostEvent event : deviceEvents_) {
         session_->Report(*messageOf(event));
@@ -91,6 +97,7 @@ void CRunningModule::Deliver(const EventReport& event) {
         settling_ = event;
         deliveredAt_ = CIEventSource::Clock::now();
         writesAtEvent_ = report_.Writes();
+        failuresAtEvent_ = report_.Failures();
         if (event.event != HostEvent::addressChanged) {
             deviceEvents_.insert(event.event);
         }
@@ -148,7 +155,7 @@ void CRunningModule::SettleIfQuiet(TimePoint now) {
         return;
     }
     const EventReport event = *std::exchange(settling_, std::nullopt);
-    if (report_.Writes() == writesAtEvent_) {
+    if (report_.Writes() == writesAtEvent_ && report_.Failures() == failuresAtEvent_) {
         log_.Write(
             {.event = "unchanged",
              .text = "unchanged: the event \"" + textOf(event.event) + "\" changed nothing"});

@@ -35,7 +35,9 @@ class CControllerReport final : public CIFruListener {
     [[nodiscard]] unsigned Writes() const noexcept { return writes_; }
     // Of the last write.
     [[nodiscard]] std::size_t Bytes() const noexcept { return bytes_; }
+    // Whether the last write failed.
     [[nodiscard]] bool WriteFailed() const noexcept { return writeFailed_; }
+    [[nodiscard]] unsigned Failures() const noexcept { return failures_; }
     // True once for each time.
     [[nodiscard]] bool TakeChangedByOthers() noexcept { return changedByOthers_.exchange(false); }
 
@@ -45,6 +47,7 @@ class CControllerReport final : public CIFruListener {
     CRunWaiter& waiter_;
     std::atomic<unsigned> writes_{0};
     std::atomic<std::size_t> bytes_{0};
+    std::atomic<unsigned> failures_{0};
     std::atomic<bool> writeFailed_{false};
     std::atomic<bool> changedByOthers_{false};
 };
@@ -54,8 +57,8 @@ class CRunningModule {
   public:
     using TimePoint = CIEventSource::Clock::time_point;
 
-    // With `comparesCards`, the first cycle also adds new cards and removes those that are gone:
-    // most cards change while the power is off.
+    // With `comparesCards`, Start also adds new cards and removes those that are gone: most cards
+    // change while the power is off.
     CRunningModule(const CModuleLibrary& library, CPlayedHost& host, CControllerReport& report,
                    CRunLog& log, CConsole& console, bool comparesCards)
         : library_(library),
@@ -102,6 +105,7 @@ class CRunningModule {
     std::optional<EventReport> settling_;  // the last event, until the module is quiet
     TimePoint deliveredAt_;
     unsigned writesAtEvent_ = 0;
+    unsigned failuresAtEvent_ = 0;
     unsigned writesSeen_ = 0;
     bool changed_ = false;
 };

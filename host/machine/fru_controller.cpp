@@ -8,6 +8,22 @@
 
 namespace em_pni {
 
+namespace {
+
+// Ends the time of a write.
+class CWriteMark {
+  public:
+    explicit CWriteMark(std::atomic<bool>& flag) : flag_(flag) {}
+    ~CWriteMark() { flag_ = false; }
+    CWriteMark(const CWriteMark&) = delete;
+    CWriteMark& operator=(const CWriteMark&) = delete;
+
+  private:
+    std::atomic<bool>& flag_;
+};
+
+}  // namespace
+
 CFruController::~CFruController() {
     Finish();
 }
@@ -59,11 +75,14 @@ std::uint32_t CFruController::WriteFru(const CKrcpMessage& message,
         listener_.OnWriteFailed(store_.Name() + ": the record to write is not an array of bytes");
         return krcp::INVALID_SET_VALUE;
     }
+    isWriting_ = true;
     try {
         write_ = std::async(std::launch::async, [this, record = std::move(bytes)]() mutable {
+            const CWriteMark mark(isWriting_);
             return ReplaceRecord(std::move(record));
         });
     } catch (const std::system_error&) {
+        isWriting_ = false;
         listener_.OnWriteFailed(store_.Name() + ": cannot start a thread for the write");
         return krcp::EXEC_FAILED;
     }

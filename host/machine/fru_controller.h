@@ -1,6 +1,7 @@
 // The management controller as the module sees it: answers requests for the FRU data.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -56,6 +57,8 @@ class CFruController {
 
     // Waits for a write that goes on.
     void Finish();
+    // Any thread may call.
+    [[nodiscard]] bool IsWriting() const noexcept { return isWriting_; }
 
   private:
     // Each returns the status of the answer.
@@ -73,6 +76,7 @@ class CFruController {
     const Access access_;
     const std::size_t capacity_;       // in bytes
     std::vector<std::uint8_t> known_;  // as last read or written; empty = not yet
+    std::atomic<bool> isWriting_{false};
     std::future<std::uint32_t> write_ PNI_GUARDED_BY(lock_);
 };
 

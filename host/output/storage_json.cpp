@@ -187,6 +187,7 @@ class CStorageDocument {
 
     [[nodiscard]] std::vector<std::string> NamesOf(const std::vector<std::size_t>& indexes) const {
         std::vector<std::string> names;
+        names.reserve(indexes.size());
         for (const std::size_t index : indexes) {
             names.push_back(storage_.devices.at(index).name);
         }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 #include "host/output/adapter_report.h"
@@ -85,8 +86,8 @@ std::string contentFacts(const BlockDevice& device) {
     if (device.space && device.space->size > 0) {
         const double percent = 100.0 * static_cast<double>(device.space->used) /
                                static_cast<double>(device.space->size);
-        space = std::to_string(static_cast<int>(percent + 0.5)) + "% of " +
-                sizeText(device.space->size) + " used";
+        space =
+            std::to_string(std::lround(percent)) + "% of " + sizeText(device.space->size) + " used";
     }
     return joinedFacts({content.type, quoted(content.label), space});
 }

@@ -5,6 +5,8 @@
 
 #include "devscan/scan.h"
 #include "em_pni/krcp_message.h"
+#include "frudata/address_text.h"
+#include "host/output/adapter_report.h"
 #include "host/output/inventory_text.h"
 
 namespace em_pni {
@@ -13,15 +15,17 @@ namespace {
 
 using rapidjson::Value;
 
-void collectAddresses(const Value& node, std::size_t depth, std::set<std::string>& addresses) {
+// Calls `visit(module, function)` for each function of the inventory.
+template <class Visit>
+void forEachFunction(const Value& node, std::size_t depth, const Value* module, Visit& visit) {
     if (depth == inventoryLevels.size()) {
-        addresses.insert(pciText(node));
+        visit(*module, node);
         return;
     }
     const Value* const list = krcp::findMember(node, inventoryLevels[depth].list);
     if (list != nullptr && list->IsArray()) {
         for (const Value& below : list->GetArray()) {
-            collectAddresses(below, depth + 1, addresses);
+            forEachFunction(below, depth + 1, depth == 0 ? &below : module, visit);
         }
     }
 }
@@ -78,9 +82,31 @@ void CMachineView::Complete(std::vector<InventoryChange>& changes) const {
     }
 }
 
+bool CMachineView::HasOtherCards(const Value& inventory) const {
+    std::set<std::string> entered;
+    auto collect = [&entered](const Value& module, const Value& function) {
+        if (textMember(module, "ModuleType") == "PCI-AddIn") {
+            entered.insert(textMember(function, "ActiveMAC") + textMember(function, "ActiveWWPN"));
+        }
+    };
+    forEachFunction(inventory, 0, nullptr, collect);
+    std::set<std::string> there;
+    for (const CSystemAdapter& adapter : adapters_) {
+        const AdapterFacts& facts = adapter.Facts();
+        const std::string address = macText(facts.activeMac) + knownNameText(facts.portName);
+        if (facts.slot != 0 && facts.slot != unknownSlot && !address.empty()) {
+            there.insert(address);
+        }
+    }
+    return entered != there;
+}
+
 std::vector<std::string> CMachineView::NotEntered(const Value& inventory) const {
     std::set<std::string> entered;
-    collectAddresses(inventory, 0, entered);
+    auto collect = [&entered](const Value& /*module*/, const Value& function) {
+        entered.insert(pciText(function));
+    };
+    forEachFunction(inventory, 0, nullptr, collect);
     std::vector<std::string> lines;
     for (const CSystemAdapter& adapter : adapters_) {
         const std::string address = pciAddressText(adapter.Address());

@@ -19,6 +19,9 @@ class CMachineView {
     // Adds the interface names, and the slots that the machine knows.
     void Complete(std::vector<InventoryChange>& changes) const;
 
+    // Whether the cards in slots have other addresses than the add-in modules of the inventory.
+    [[nodiscard]] bool HasOtherCards(const rapidjson::Value& inventory) const;
+
     // A line for each adapter that the inventory does not have:
     // "0000:05:00.0 (ens5): its slot is not known".
     [[nodiscard]] std::vector<std::string> NotEntered(const rapidjson::Value& inventory) const;

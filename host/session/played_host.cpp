@@ -19,7 +19,7 @@ std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessa
         }
         return 0;
     }
-    lastRequest_ = std::chrono::steady_clock::now();
+    ++openRequests_;
     std::uint32_t status = krcp::EXEC_FAILED;
     try {
         status = Answer(message, timeoutMs);
@@ -29,11 +29,17 @@ std::uint32_t CPlayedHost::SendRequest(CIExtensionModule* /*module*/, CKrcpMessa
         status = krcp::EXEC_FAILED;
     }
     lastRequest_ = std::chrono::steady_clock::now();
+    --openRequests_;
     try {
         return krcp::setStatus(message, status) ? 1 : 0;
     } catch (const std::exception&) {
         return 0;
     }
+}
+
+std::chrono::steady_clock::time_point CPlayedHost::LastRequest() const noexcept {
+    const bool isBusy = openRequests_ > 0 || (controller_ != nullptr && controller_->IsWriting());
+    return isBusy ? std::chrono::steady_clock::now() : lastRequest_.load();
 }
 
 std::uint32_t CPlayedHost::Answer(CKrcpMessage& message, std::uint32_t timeoutMs) {

@@ -43,10 +43,9 @@ class CPlayedHost final : public CIConfiguringHostInterface {
         return moduleConfig_.empty() ? nullptr : moduleConfig_.c_str();
     }
 
-    // When the module last sent a request or got its answer. Any thread may call.
-    [[nodiscard]] std::chrono::steady_clock::time_point LastRequest() const noexcept {
-        return lastRequest_;
-    }
+    // When the last request of the module ended; now while one is being answered, or a write goes
+    // on. Any thread may call.
+    [[nodiscard]] std::chrono::steady_clock::time_point LastRequest() const noexcept;
 
     std::uint32_t GetTraceLevel() override { return traceLevel_; }
     void OnTraceLine(const char* line) override { console_.Trace(line); }
@@ -60,6 +59,7 @@ class CPlayedHost final : public CIConfiguringHostInterface {
     const std::string moduleConfig_;
     const std::uint32_t traceLevel_;
     std::atomic<bool> hasRefused_{false};
+    std::atomic<int> openRequests_{0};
     std::atomic<std::chrono::steady_clock::time_point> lastRequest_{};
 };
 
