@@ -6,6 +6,7 @@ import fru
 from server import FRU_SIZE, Server, Slot
 
 PROGRAM = "/usr/local/bin/pni-host"
+UNIT = "/usr/local/lib/systemd/system/pni-host.service"
 DEVICE = "/dev/ipmi0"
 PATIENCE = 60  # seconds, until an event has reached the controller
 SLOW = 40000   # microseconds, that each call to the slowed driver takes longer
@@ -102,9 +103,10 @@ class Scene:
         self.server.run(f"ip addr {change} {ip} dev {self.interface(of_mac)}")
 
     def save_logs(self):
-        """Keeps the files of the services beside those of QEMU."""
+        """Keeps the files of the services beside those of QEMU. Returns the last lines of output."""
         _, text = self.server.try_run("cd /var/log; tail -n 2000 */output */log.EM_PNI; dmesg")
         (self.folder / f"boot{self.boots}/service-logs").write_text(text)
+        return self.server.try_run(f"tail -n 5 {self.log}/output")[1] if self.log else ""
 
     # The program.
 
@@ -114,12 +116,13 @@ class Scene:
             raise StepFailed(f"pni-host {arguments}: exit code {status}\n{output}")
 
     def start_service(self):
-        """Starts `pni-host run`."""
+        """Starts the command of the systemd unit, without capabilities as there."""
         self.services += 1
         self.log = f"/var/log/service{self.services}"
         self.server.run(
             f"mkdir -p {self.log}; cd /; export QL_LOG_DEBUG_LEVEL=3 QL_LOG_FILE_DIR={self.log}; "
-            f"(setsid {PROGRAM} run --fru {DEVICE} >{self.log}/output 2>&1; "
+            "(setsid /usr/bin/setpriv --bounding-set=-all --no-new-privs "
+            f"$(sed -n s/^ExecStart=//p {UNIT}) >{self.log}/output 2>&1; "
             f"echo $? >{self.log}/status) &")
 
     def count(self, file, text):
@@ -134,11 +137,7 @@ class Scene:
                   lambda: self.server.try_run(f"test -s {self.log}/status")[0] == 0)
         status = int(self.server.run(f"cat {self.log}/status"))
         if status != code:
-            raise StepFailed(f"the service has ended with {status}, not {code}\n"
-                             + self.last_words())
-
-    def last_words(self):
-        return "output of the service:\n" + self.server.try_run(f"tail -n 5 {self.log}/output")[1]
+            raise StepFailed(f"the service has ended with {status}, not {code}")
 
     def end_service(self):
         self.signal_service("TERM")
@@ -173,7 +172,7 @@ class Scene:
             now = self.read_controller()
             raise StepFailed(f"{failure}\n{fru.differences(image, now)}" if image else
                              f"{failure}\nexpected:\n{fru.text(modules)}\n"
-                             f"found:\n{fru.text_of_image(now)}\n{self.last_words()}") from None
+                             f"found:\n{fru.text_of_image(now)}") from None
         found = self.read_controller()
         if not self.has(modules) or image not in (None, found):
             raise StepFailed("the record has changed again")

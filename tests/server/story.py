@@ -182,11 +182,12 @@ def main():
     try:
         tell(scene)
     except (StepFailed, ServerError, fru.BadImage, OSError) as failure:
-        print(f"FAILED: {failure}\nlogs: {scene.folder}/boot{scene.boots}", file=sys.stderr)
+        print(f"FAILED: {failure}", file=sys.stderr)
         try:
-            scene.save_logs()
+            print(f"output of the service:\n{scene.save_logs()}", file=sys.stderr)
         except (AttributeError, ServerError, OSError):
             pass  # the server is off
+        print(f"logs: {scene.folder}/boot{scene.boots}", file=sys.stderr)
         return 1
     finally:
         if scene.server is not None:
