@@ -23,8 +23,8 @@ inside() {
 # Files that apt and dpkg keep about all packages, and caches, do not count.
 files() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./var/lib/dpkg -o -path ./var/lib/apt \
-        -o -path ./var/cache -o -path ./var/log \) -prune -o -print | sort
-     cd "$root" && find ./var/log -mindepth 1 -not -path './var/log/apt*' -not -name dpkg.log | sort)
+        -o -path ./var/cache -o -path ./var/log \) -prune -o -print
+     cd "$root" && find ./var/log -mindepth 1 -not -path './var/log/apt*' -not -name dpkg.log) | sort
 }
 
 echo "== new system"
@@ -54,6 +54,17 @@ verified=$(systemd-analyze verify --man=no --root="$root" pni-host.service 2>&1)
 score=$(systemd-analyze security --offline=yes --threshold=25 --no-pager --root="$root" pni-host.service) ||
     fail "$score"
 tail -n 1 <<<"$score"
+
+echo "== service"
+umount "$root/proc"
+booted=$work/booted
+cp -a "$root" "$booted"
+mount -t proc proc "$root/proc"
+cp "$top/tests/service_test.sh" "$booted/root"
+printf '%s\n' '[Unit]' SuccessAction=exit FailureAction=exit '[Service]' Type=oneshot \
+    ExecStart=/root/service_test.sh StandardError=file:/root/log >"$booted/etc/systemd/system/run.service"
+timeout 120 systemd-nspawn --quiet --register=no --keep-unit -D "$booted" --boot -- --unit=run.service \
+    </dev/null >"$work/console" 2>&1 || fail "$(tail -n 40 "$booted/root/log")"
 
 echo "== manual and completion"
 for page in man5/em_pni.ini.5 man7/em_pni-record.7 man8/pni-host.8; do
