@@ -77,7 +77,7 @@ _pni_host() {
         done
     done < <(_pni_host_entries <<<"$help")
 
-    type= words=
+    type='' words=''
     if [[ $previous == -* && -n ${types[$previous]-} ]]; then
         type=${types[$previous]}
         words=${words_of[$previous]}

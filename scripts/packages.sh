@@ -38,7 +38,7 @@ fuzz_packages=(llvm-14)
 # For the Debian packages and the manual pages, in addition to those of the build.
 package_packages=(build-essential cpio debhelper fakeroot lintian lowdown systemd)
 # For their test, in addition.
-package_test_packages=(debootstrap man-db)
+package_test_packages=(debootstrap man-db systemd-container)
 # For RPM packages, in addition.
 rpm_packages=(rpm)
 # For the test in an emulated server, in addition to those of the build.

@@ -26,14 +26,18 @@ same completion "$(offered '' | tr ' ' '\n')" "$commands"
 same manual "$(sed -n 's/^\.SS pni\\-host //p' "$manual")" "$commands"
 
 for command in '' $commands; do
-    options=$("$program" $command --help | grep -oE '^  -[^ ]+' | sed 's/{[^}]*}//g' | tr -d ' ' | tr , '\n')
-    same "completion of $command" "$(offered $command - | tr ' ' '\n')" "$options"
+    options=$("$program" ${command:+"$command"} --help | grep -oE '^  -[^ ]+' |
+        sed 's/{[^}]*}//g' | tr -d ' ' | tr , '\n')
+    same "completion of $command" "$(offered ${command:+"$command"} - | tr ' ' '\n')" "$options"
     [ -z "$command" ] || options=$(grep -vxE -- '-h|--help' <<<"$options" || true)
     same "manual of $command" "$(tr -d '\\' <"$manual" | awk -v command="$command" '
         /^[.]SH/ { part = $0 == ".SH OPTIONS" ? "" : "none" }
         /^[.]SS/ { part = $2 == "pni-host" ? $3 : "none" }
-        tagged && part == command { gsub(/f[BRI]/, ""); for (i = 1; i <= NF; ++i) if ($i ~ /^-/) { sub(/,$/, "", $i); print $i } }
-        { tagged = $0 == ".TP" }' )" "$options"
+        tagged && part == command {
+            gsub(/f[BRI]|,/, "")
+            for (i = 1; i <= NF; ++i) if ($i ~ /^-/) print $i
+        }
+        { tagged = $0 == ".TP" }')" "$options"
 done
 
 same "words of event" "$(offered event '')" "added changed removed address shutdown"

@@ -18,13 +18,14 @@ fail() {
     exit 1
 }
 inside() {
-    chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
+    chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 \
+        DEBIAN_FRONTEND=noninteractive "$@"
 }
 # Files that apt and dpkg keep about all packages, and caches, do not count.
 files() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./var/lib/dpkg -o -path ./var/lib/apt \
-        -o -path ./var/cache -o -path ./var/log \) -prune -o -print | sort
-     cd "$root" && find ./var/log -mindepth 1 -not -path './var/log/apt*' -not -name dpkg.log | sort)
+        -o -path ./var/cache -o -path ./var/log \) -prune -o -print
+     cd "$root" && find ./var/log -mindepth 1 -not -path './var/log/apt*' -not -name dpkg.log) | sort
 }
 
 echo "== new system"
@@ -55,10 +56,22 @@ score=$(systemd-analyze security --offline=yes --threshold=25 --no-pager --root=
     fail "$score"
 tail -n 1 <<<"$score"
 
+echo "== service"
+umount "$root/proc"
+booted=$work/booted
+cp -a "$root" "$booted"
+mount -t proc proc "$root/proc"
+cp "$top/tests/service_test.sh" "$booted/root"
+printf '%s\n' '[Unit]' SuccessAction=exit FailureAction=exit '[Service]' Type=oneshot \
+    ExecStart=/root/service_test.sh StandardError=file:/root/log >"$booted/etc/systemd/system/run.service"
+timeout 120 systemd-nspawn --quiet --register=no --keep-unit -D "$booted" --boot -- --unit=run.service \
+    </dev/null >"$work/console" 2>&1 || fail "$(tail -n 40 "$booted/root/log")"
+
 echo "== manual and completion"
 for page in man5/em_pni.ini.5 man7/em_pni-record.7 man8/pni-host.8; do
     gunzip "$root/usr/share/man/$page.gz" -c >"$work/${page##*/}"
-    warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$work/${page##*/}" 2>&1 >"$work/text")
+    warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$work/${page##*/}" \
+        2>&1 >"$work/text")
     [ -z "$warnings" ] || fail "$page: $warnings"
     grep -x NAME "$work/text" >/dev/null || fail "$page has no text"
 done
@@ -81,6 +94,7 @@ echo "== remove"
 mkdir -p "$root/var/lib/pni-host" "$root/var/log/qlagent"  # as the service leaves them
 touch "$root/var/lib/pni-host/ipmi0-fru0.lock" "$root/var/log/qlagent/log.EM_PNI"
 rm -r "$root/root/data" "$root/root/manual_test.sh" "$root/root/pni-host.8"
-inside apt-get purge -y -qq --autoremove pni-host em-pni-dev >"$work/purge.log" 2>&1 || fail "$(tail "$work/purge.log")"
+inside apt-get purge -y -qq --autoremove pni-host em-pni-dev >"$work/purge.log" 2>&1 ||
+    fail "$(tail "$work/purge.log")"
 diff <(echo "$before") <(files) || fail "these files stay"
 echo "all passed"
