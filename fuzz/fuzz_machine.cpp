@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (uncollected != nullptr) {
                 *uncollected = missed;
             }
-            return adapters;
+            return std::vector<LocalPniAdapterHandle>(adapters);
         };
         const bool isUpdated =
             UpdateInventoryStructure(record, {.deviceAdded = true, .deviceRemoved = true}, collect);

@@ -17,15 +17,15 @@ using rapidjson::Value;
 
 // Calls `visit(module, function)` for each function of the inventory.
 template <class Visit>
-void forEachFunction(const Value& node, std::size_t depth, const Value* module, Visit& visit) {
+void forEachFunction(const Value& node, std::size_t depth, const Value& module, Visit& visit) {
     if (depth == inventoryLevels.size()) {
-        visit(*module, node);
+        visit(module, node);
         return;
     }
     const Value* const list = krcp::findMember(node, inventoryLevels[depth].list);
     if (list != nullptr && list->IsArray()) {
         for (const Value& below : list->GetArray()) {
-            forEachFunction(below, depth + 1, depth == 0 ? &below : module, visit);
+            forEachFunction(below, depth + 1, depth == 0 ? below : module, visit);
         }
     }
 }
@@ -89,7 +89,7 @@ bool CMachineView::HasOtherCards(const Value& inventory) const {
             entered.insert(textMember(function, "ActiveMAC") + textMember(function, "ActiveWWPN"));
         }
     };
-    forEachFunction(inventory, 0, nullptr, collect);
+    forEachFunction(inventory, 0, inventory, collect);
     std::set<std::string> there;
     for (const CSystemAdapter& adapter : adapters_) {
         const AdapterFacts& facts = adapter.Facts();
@@ -106,7 +106,7 @@ std::vector<std::string> CMachineView::NotEntered(const Value& inventory) const 
     auto collect = [&entered](const Value& /*module*/, const Value& function) {
         entered.insert(pciText(function));
     };
-    forEachFunction(inventory, 0, nullptr, collect);
+    forEachFunction(inventory, 0, inventory, collect);
     std::vector<std::string> lines;
     for (const CSystemAdapter& adapter : adapters_) {
         const std::string address = pciAddressText(adapter.Address());
