@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <numeric>
 #include <poll.h>
 #include <string_view>
 #include <sys/prctl.h>
@@ -25,15 +26,16 @@ using Length = std::uint32_t;
 constexpr Length maxAnswer = 65536;
 
 // Runs in the child. A child that hangs must not keep the output of this program open.
-[[noreturn]] void answer(const std::vector<Question>& questions, std::size_t first, int pipe) {
+[[noreturn]] void answer(const std::vector<Question>& questions,
+                         const std::vector<std::size_t>& pending, int pipe) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         ::dup2(null, stream);
     }
     try {
-        for (std::size_t i = first; i < questions.size(); ++i) {
-            const std::string text = questions[i]();
+        for (const std::size_t question : pending) {
+            const std::string text = questions[question].ask();
             const auto length = static_cast<Length>(text.size());
             std::string frame(sizeof(length), '\0');
             std::memcpy(frame.data(), &length, sizeof(length));
@@ -48,7 +50,8 @@ constexpr Length maxAnswer = 65536;
 
 class CAnsweringChild {
   public:
-    CAnsweringChild(const std::vector<Question>& questions, std::size_t first) {
+    CAnsweringChild(const std::vector<Question>& questions,
+                    const std::vector<std::size_t>& pending) {
         std::array<int, 2> ends{};
         if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
             return;
@@ -57,7 +60,7 @@ class CAnsweringChild {
         const CFileDescriptor output(ends[1]);
         child_ = ::fork();
         if (child_ == 0) {
-            answer(questions, first, output.Get());
+            answer(questions, pending, output.Get());
         }
     }
     ~CAnsweringChild() {
@@ -126,18 +129,24 @@ std::vector<std::optional<std::string>> askBounded(const std::vector<Question>& 
                                                    const TimeLimits& limits) {
     std::vector<std::optional<std::string>> answers(questions.size());
     const Clock::time_point end = Clock::now() + limits.total;
-    std::size_t next = 0;
-    while (next < questions.size() && Clock::now() < end) {
-        CAnsweringChild child(questions, next);
+    std::vector<std::size_t> pending(questions.size());
+    std::iota(pending.begin(), pending.end(), std::size_t{0});
+    while (!pending.empty() && Clock::now() < end) {
+        CAnsweringChild child(questions, pending);
         if (!child.IsRunning()) {
             break;
         }
-        while (next < questions.size()) {
-            answers[next] = child.Next(std::min(end, Clock::now() + limits.each));
-            if (!answers[next++]) {
-                break;
-            }
+        const auto missed = std::find_if(pending.begin(), pending.end(), [&](std::size_t question) {
+            answers[question] = child.Next(std::min(end, Clock::now() + limits.each));
+            return !answers[question];
+        });
+        if (missed == pending.end()) {
+            break;
         }
+        const std::size_t group = questions[*missed].group;
+        pending.erase(pending.begin(), missed + 1);
+        std::erase_if(pending,
+                      [&](std::size_t question) { return questions[question].group == group; });
     }
     return answers;
 }

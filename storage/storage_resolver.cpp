@@ -205,4 +205,12 @@ bool isSafeToOpen(const StorageInventory& storage, std::size_t device) {
     return hasLowest;
 }
 
+std::size_t lowestDevice(const StorageInventory& storage, std::size_t device) {
+    std::set<std::size_t> seen;
+    while (seen.insert(device).second && !storage.devices[device].parents.empty()) {
+        device = storage.devices[device].parents.front();
+    }
+    return device;
+}
+
 }  // namespace em_pni

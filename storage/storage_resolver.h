@@ -29,4 +29,7 @@ StorageInventory resolveStorage(StorageFacts facts);
 // one that does not rotate, because the kernel does not know.
 bool isSafeToOpen(const StorageInventory& storage, std::size_t device);
 
+// The first of the lowest devices that a device is made of. In a loop, one of the loop.
+std::size_t lowestDevice(const StorageInventory& storage, std::size_t device);
+
 }  // namespace em_pni

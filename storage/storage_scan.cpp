@@ -55,7 +55,8 @@ class CQuestions {
                                         [](const Mount& one) { return !one.covered; });
         if (mount != device.mounts.end()) {
             Add(
-                mount->target, [path = files_.FullPath(mount->target)] { return readSpace(path); },
+                device, mount->target,
+                [path = files_.FullPath(mount->target)] { return readSpace(path); },
                 [&device](const std::string& text) { device.space = parseSpace(text); });
         }
     }
@@ -63,7 +64,7 @@ class CQuestions {
     // The kernel asks a virtio disk for its serial number at each reading.
     void AskSerial(BlockDevice& device) {
         Add(
-            device.path,
+            device, device.path,
             [this, path = joinedPath({"sys", device.sysfsPath, "serial"})] {
                 return files_.ReadAttribute(path).value_or("");
             },
@@ -73,7 +74,7 @@ class CQuestions {
     void AskContent(BlockDevice& device) {
         const dev_t number = ::gnu_dev_makedev(device.major, device.minor);
         Add(
-            device.path,
+            device, device.path,
             [path = files_.FullPath(device.path), number] { return probeContent(path, number); },
             [&device](const std::string& text) { addContent(CUdevRecord(text), device); });
     }
@@ -95,8 +96,11 @@ class CQuestions {
         std::function<void(const std::string&)> take;
     };
 
-    void Add(std::string about, Question question, std::function<void(const std::string&)> take) {
-        questions_.push_back(std::move(question));
+    // One disk that hangs must cost one time limit only.
+    void Add(const BlockDevice& device, std::string about, std::function<std::string()> ask,
+             std::function<void(const std::string&)> take) {
+        const auto index = static_cast<std::size_t>(&device - storage_.devices.data());
+        questions_.push_back({lowestDevice(storage_, index), std::move(ask)});
         receivers_.push_back({std::move(about), std::move(take)});
     }
 
