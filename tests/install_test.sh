@@ -13,7 +13,7 @@ fail() {
     exit 1
 }
 
-snippet=$(sed -n '/^## Loading the module/,/^## Configuration/s/^    //p' "$source/README.md")
+snippet=$(sed -n '/^## Loading the module/,/^## Building by hand/s/^    //p' "$source/README.md")
 [[ $snippet == *dlopen* && $(grep . "$example/minimal_host.cpp") == *"$snippet"* ]] ||
     fail "the code in README.md is not a part of minimal_host.cpp"
 

@@ -111,6 +111,16 @@ inline const BlockDevice& deviceNamed(const StorageInventory& storage, const std
     return none;
 }
 
+// A swap area with a label and a UUID.
+inline std::string swapImage() {
+    std::string image(std::size_t{1} << 20U, '\0');
+    image.replace(1024, 8, std::string("\1\0\0\0\xFF\0\0\0", 8));
+    image.replace(1024 + 12, 16, "0123456789abcdef");
+    image.replace(1024 + 28, 6, "swap 1");
+    image.replace(4096 - 10, 10, "SWAPSPACE2");
+    return image;
+}
+
 inline std::vector<std::string> namesOf(const StorageInventory& storage,
                                         const std::vector<std::size_t>& indexes) {
     std::vector<std::string> names;

@@ -1,4 +1,4 @@
-// Storage: scans of made-up trees, their tree and JSON, and comparison with lsblk.
+// Storage: scans of made-up trees, their tree and JSON.
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
@@ -13,132 +13,20 @@
 #include "storage/attributes.h"
 #include "storage/block_devices.h"
 #include "storage/storage_resolver.h"
-#include "tests/storage_fake_disks.h"
+#include "tests/storage_made_up_server.h"
 
 namespace em_pni {
 namespace {
 
+using test::ahci;
+using test::buildServer;
 using test::CFakeDisks;
 using test::deviceNamed;
+using test::hba;
 using test::namesOf;
+using test::swapImage;
 using Names = std::vector<std::string>;
 using namespace std::chrono_literals;
-
-constexpr const char* hba = "pci0000:80/0000:80:01.0/0000:81:00.0";
-constexpr const char* ahci = "pci0000:00/0000:00:17.0";
-
-// A SATA disk and a drive, a shelf behind an expander, an array with LVM, and an encrypted root.
-void buildServer(CFakeDisks& disks) {
-    disks.Pci(ahci, 0x8086, 0xA282, 0x0106, "ahci");
-    disks.Bridge("pci0000:80/0000:80:01.0");
-    disks.Pci(hba, 0x1000, 0x0097, 0x0107, "mpt3sas");
-    disks.Smbios(smbiosSlot(4, {0, 0x81, 0, 0}, {.designation = "PCIe Slot 4"}));
-    disks.File("sys/class/scsi_host/host0/proc_name", "ahci\n");
-    const std::string sata = std::string(ahci) + "/ata1/host0/target0:0:0/0:0:0:0";
-    disks.Block(
-        sata + "/block/sda",
-        {.number = "8:0",
-         .sectors = 1000215216,
-         .files = {{"queue/rotational", "0"}},
-         .device = {{"vendor", "ATA     "},
-                    {"model", "Samsung SSD 860 "},
-                    {"rev", "4B6Q"},
-                    {"state", "running"},
-                    {"type", "0"}},
-         .properties = {{"ID_BUS", "ata"},
-                        {"ID_MODEL", "Samsung_SSD_860_EVO_512GB"},
-                        {"ID_MODEL_ENC", "Samsung\\x20SSD\\x20860\\x20EVO\\x20512GB\\x20"},
-                        {"ID_REVISION", "RVT04B6Q"},
-                        {"ID_SERIAL_SHORT", "S4BENG0K"},
-                        {"ID_WWN", "0x5002538e40a1b2c3"},
-                        {"ID_PART_TABLE_TYPE", "gpt"},
-                        {"ID_PART_TABLE_UUID", "5d4a"}},
-         .links = {"disk/by-path/pci-0000:00:17.0-ata-1", "disk/by-id/wwn-0x5002538e40a1b2c3",
-                   "disk/by-id/ata-Samsung_SSD_860_EVO_512GB_S4BENG0K"}});
-    disks.Block(sata + "/block/sda/sda1",
-                {.number = "8:1",
-                 .sectors = 1048576,
-                 .files = {{"partition", "1"}, {"start", "2048"}},
-                 .properties = {{"ID_FS_TYPE", "vfat"},
-                                {"ID_FS_USAGE", "filesystem"},
-                                {"ID_FS_UUID", "1A2B-3C4D"},
-                                {"ID_FS_UUID_ENC", "1A2B-3C4D"},
-                                {"ID_FS_LABEL", "EFI_1"},
-                                {"ID_FS_LABEL_ENC", "EFI\\x201"},
-                                {"ID_PART_ENTRY_SCHEME", "gpt"},
-                                {"ID_PART_ENTRY_TYPE", "c12a7328-f81f-11d2-ba4b-00a0c93ec93b"},
-                                {"ID_PART_ENTRY_UUID", "0a1b"},
-                                {"ID_PART_ENTRY_NAME", "EFI\\x20System"},
-                                {"ID_PART_ENTRY_FLAGS", "0x1"}}});
-    disks.Block(sata + "/block/sda/sda2",
-                {.number = "8:2",
-                 .files = {{"partition", "2"}, {"start", "1050624"}},
-                 .properties = {{"ID_FS_TYPE", "crypto_LUKS"}, {"ID_FS_USAGE", "crypto"}}});
-    disks.Block("virtual/block/dm-0",
-                {.number = "253:0",
-                 .files = {{"dm/name", "root"},
-                           {"dm/uuid", "CRYPT-LUKS2-0a1b2c-root"},
-                           {"dm/suspended", "0"},
-                           {"queue/rotational", "0"}},
-                 .properties = {{"ID_FS_TYPE", "ext4"}, {"ID_FS_UUID_ENC", "77aa"}},
-                 .links = {"mapper/root", "disk/by-uuid/77aa"}});
-    disks.Slaves("virtual/block/dm-0", {"sda2"});
-    disks.Block(std::string(ahci) + "/ata2/host0/target0:0:1/0:0:1:0/block/sr0",
-                {.number = "11:0",
-                 .sectors = 2097151,
-                 .files = {{"removable", "1"}},
-                 .device = {{"vendor", "TSSTcorp"}, {"model", "DVD"}, {"type", "5"}},
-                 .properties = {{"ID_CDROM", "1"}}});
-    for (int i = 0; i < 2; ++i) {
-        const std::string n = std::to_string(i);
-        disks.Block(
-            std::string(hba) + "/host1/port-1:0/expander-1:0/port-1:0:" + n +
-                "/end_device-1:0:" + n + "/target1:0:" + n + "/1:0:" + n + ":0/block/sd" + "bc" [i],
-            {
-                .number = "8:" + std::to_string(16 + 16 * i),
-                .device = {{"vendor", "SEAGATE "}, {"model", "ST4000NM0025    "}, {"type", "0"}},
-                .properties = {
-                    {"ID_FS_TYPE", "linux_raid_member"},
-                    {"ID_FS_USAGE", "raid"}
-                }
-            });
-    }
-    disks.Block("virtual/block/md0", {.number = "9:0",
-                                      .files = {{"md/level", "raid1"},
-                                                {"md/array_state", "clean"},
-                                                {"md/raid_disks", "2"},
-                                                {"md/degraded", "1"},
-                                                {"md/dev-sdb/slot", "0"},
-                                                {"md/dev-sdb/state", "in_sync"},
-                                                {"md/dev-sdc/slot", "none"},
-                                                {"md/dev-sdc/state", "faulty"}},
-                                      .properties = {{"ID_FS_TYPE", "LVM2_member"}}});
-    disks.Slaves("virtual/block/md0", {"sdb", "sdc"});
-    disks.Block("virtual/block/dm-1",
-                {.number = "253:1",
-                 .files = {{"dm/name", "vg--data-srv--1"}, {"dm/uuid", "LVM-abcdef"}},
-                 .properties = {{"ID_FS_TYPE", "xfs"}, {"ID_FS_USAGE", "filesystem"}},
-                 .links = {"mapper/vg--data-srv--1", "vg-data/srv-1"}});
-    disks.Slaves("virtual/block/dm-1", {"md0"});
-    disks.Block("virtual/block/dm-2",
-                {.number = "253:2",
-                 .files = {{"dm/name", "vg--data-swap"}, {"dm/uuid", "LVM-x"}},
-                 .properties = {{"ID_FS_TYPE", "swap"}},
-                 .links = {"mapper/vg--data-swap"}});
-    disks.Slaves("virtual/block/dm-2", {"md0"});
-    disks.File("proc/self/mountinfo",
-               "21 1 253:0 / / rw,relatime shared:1 - ext4 /dev/mapper/root rw,errors=remount-ro\n"
-               "bad line\n"
-               "22 21 8:1 / /boot/efi rw - vfat /dev/sda1 rw\n"
-               "23 21 253:1 / /srv rw - xfs /dev/mapper/vg--data-srv--1 rw\n"
-               "24 21 253:1 /home /home rw - xfs /dev/mapper/vg--data-srv--1 rw\n"
-               "25 21 253:1 / /mnt/a\\040b ro - xfs /dev/mapper/vg--data-srv--1 rw\n"
-               "26 21 0:50 / /net rw - nfs4 192.0.2.1:/x rw\n"
-               "27 21 0:51 / /srv rw - tmpfs tmpfs rw\n");
-    disks.File("proc/swaps",
-               "Filename\tType Size Used Priority\n"
-               "/dev/dm-2 partition 2048 1024 -2\n/swapfile file 4 0 5\n");
-}
 
 TEST(Storage, AServerWithAShelfAnArrayAndAnEncryptedRoot) {
     CFakeDisks disks;
@@ -399,16 +287,6 @@ TEST(Storage, VolumesOfEachKindAndLoopsOfThem) {
     }
 }
 
-// A swap area with a label and a UUID.
-std::string swapImage() {
-    std::string image(std::size_t{1} << 20U, '\0');
-    image.replace(1024, 8, std::string("\1\0\0\0\xFF\0\0\0", 8));
-    image.replace(1024 + 12, 16, "0123456789abcdef");
-    image.replace(1024 + 28, 6, "swap 1");
-    image.replace(4096 - 10, 10, "SWAPSPACE2");
-    return image;
-}
-
 TEST(Storage, WithoutUdevdOnlyDevicesThatCannotSleepAreOpened) {
     CFakeDisks disks;
     const test::Texts solid{{"queue/rotational", "0"}};
@@ -512,128 +390,6 @@ TEST(Storage, ADiskThatVanishesDuringTheScanIsWholeOrLeftOut) {
     ends = true;
     plugging.join();
     EXPECT_EQ(counts, (std::set<std::size_t>{1, 2}));
-}
-
-// The output of a command, as JSON.
-rapidjson::Document jsonOf(const std::string& command) {
-    std::string text;
-    if (std::FILE* const pipe = ::popen((command + " 2>/dev/null").c_str(), "r")) {
-        char block[4096];
-        for (std::size_t got = 0; (got = std::fread(block, 1, sizeof(block), pipe)) > 0;) {
-            text.append(block, got);
-        }
-        ::pclose(pipe);
-    }
-    rapidjson::Document document;
-    document.Parse(text.data(), text.size());
-    return document;
-}
-
-std::string memberText(const rapidjson::Value& object, const char* key) {
-    const auto found = object.FindMember(key);
-    if (found == object.MemberEnd() || found->value.IsNull()) {
-        return "";
-    }
-    if (found->value.IsString()) {
-        return singleBlanks(found->value.GetString());
-    }
-    return found->value.IsBool() ? (found->value.GetBool() ? "true" : "false")
-                                 : std::to_string(found->value.GetUint64());
-}
-
-// What lsblk says, unless the text is empty: lsblk reads less of a tree than of its machine.
-void expectLikeLsblk(const StorageInventory& storage, const rapidjson::Value& theirs,
-                     std::set<std::string>& seen) {
-    const std::string name = memberText(theirs, "kname");
-    const BlockDevice& ours = deviceNamed(storage, name);
-    seen.insert(name);
-    std::set<std::string> targets;
-    for (const Mount& mount : ours.mounts) {
-        targets.insert(mount.target);
-    }
-    for (const SwapArea& swap : ours.swaps) {
-        targets.insert(swap.size > 0 ? "[SWAP]" : "");
-    }
-    for (const rapidjson::Value& one : theirs["mountpoints"].GetArray()) {
-        EXPECT_TRUE(one.IsNull() || targets.count(one.GetString()) == 1) << name;
-    }
-    const bool isPartition = ours.kind == BlockKind::partition;
-    const auto flag = [](bool value) { return std::string(value ? "true" : "false"); };
-    const std::vector<std::pair<const char*, std::string>> expected{
-        {"maj:min", std::to_string(ours.major) + ":" + std::to_string(ours.minor)},
-        {"type", ours.type == "zram" ? "disk" : ours.type},
-        {"ro", flag(ours.readOnly)},
-        {"size", ours.type == "rom" ? "" : std::to_string(ours.size)},
-        {"rota", isPartition ? "" : flag(ours.rotational.value_or(false))},
-        {"log-sec", isPartition ? "" : std::to_string(ours.logicalBlock)},
-        {"phy-sec", isPartition ? "" : std::to_string(ours.physicalBlock)},
-        {"rm", ours.kind == BlockKind::disk ? flag(ours.disk.removable) : ""},
-        {"vendor", ours.disk.vendor},
-        {"serial", ours.disk.serial},
-        {"wwn", isPartition ? "" : ours.disk.wwn},
-        {"hctl", ours.disk.scsiAddress},
-        {"tran", ours.disk.transport},
-        {"start", isPartition ? std::to_string(ours.partition.start / 512) : ""},
-        {"fstype", ours.content.type},
-        {"label", ours.content.label},
-        {"uuid", ours.content.uuid},
-        {"parttype", ours.partition.type},
-        {"partuuid", ours.partition.uuid},
-        {"partlabel", ours.partition.label},
-        {"partflags", ours.partition.flags},
-        {"pttype", isPartition ? "" : ours.content.tableType}};
-    for (const auto& [key, text] : expected) {
-        const std::string other = memberText(theirs, key);
-        EXPECT_TRUE(other.empty() || text.empty() || other == text)
-            << name << " " << key << ": " << other << ", not " << text;
-    }
-    if (theirs.HasMember("children")) {
-        for (const rapidjson::Value& child : theirs["children"].GetArray()) {
-            EXPECT_EQ(namesOf(storage, ours.children).empty(), false) << name;
-            expectLikeLsblk(storage, child, seen);
-        }
-    }
-}
-
-void expectLikeLsblk(const StorageInventory& storage, const std::string& options,
-                     const Names& names) {
-    const rapidjson::Document theirs = jsonOf("lsblk --json --bytes -O " + options);
-    if (!theirs.IsObject() || !theirs.HasMember("blockdevices")) {
-        GTEST_SKIP() << "no lsblk with option -O here";
-    }
-    std::set<std::string> seen;
-    for (const rapidjson::Value& one : theirs["blockdevices"].GetArray()) {
-        expectLikeLsblk(storage, one, seen);
-    }
-    for (const std::string& name : names) {
-        EXPECT_EQ(seen.count(name), 1U) << name;
-    }
-}
-
-TEST(Storage, LsblkSaysTheSameOfAMadeUpServer) {
-    CFakeDisks disks;
-    buildServer(disks);
-    expectLikeLsblk(disks.ScanStorage(), "--sysroot " + disks.Path(""),
-                    {"sda", "sda1", "sda2", "dm-0", "sdb", "sdc", "md0", "dm-1", "dm-2"});
-}
-
-TEST(Storage, LsblkSaysTheSameOfThisMachineWithALoopDevice) {
-    const test::CTempDirectory folder;
-    const std::string file = folder.Write("image", swapImage());
-    const rapidjson::Document attached = jsonOf("losetup --find --nooverlap " + file +
-                                                " && losetup --json --list --associated " + file);
-    if (!attached.IsObject()) {
-        GTEST_SKIP() << "this machine does not allow loop devices";
-    }
-    const std::string device = attached["loopdevices"][0]["name"].GetString();
-    EXPECT_TRUE(jsonOf(EM_PNI_BINARY_DIR "/pni-host storage --json")["Devices"].IsArray());
-    CMachine machine;
-    const StorageInventory storage = scanStorage(machine, {});
-    EXPECT_EQ(std::system(("losetup --detach " + device).c_str()), 0);
-    const BlockDevice& loop = deviceNamed(storage, device.substr(5));
-    EXPECT_EQ(loop.volume.backingFile, file);
-    EXPECT_EQ(loop.size, std::size_t{1} << 20U);
-    expectLikeLsblk(storage, "", {});
 }
 
 }  // namespace

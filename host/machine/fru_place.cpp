@@ -35,19 +35,14 @@ PathParts placeOfController(const FruSource& source) {
     return {folder, device + "-fru" + std::to_string(source.fruId)};
 }
 
-CFileDescriptor openStateFolder(const std::string& path, CFruPlace::Use use) {
-    if (use == CFruPlace::Use::write) {
-        std::error_code error;
-        std::filesystem::create_directories(path, error);
-        if (error) {
-            throw CHostError(path + ": cannot create the state folder: " + error.message());
-        }
+CFileDescriptor openStateFolder(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) {
+        throw CHostError(path + ": cannot create the state folder: " + error.message());
     }
     CFileDescriptor folder = openFolder(path);
     if (!folder) {
-        if (use == CFruPlace::Use::read && errno == ENOENT) {
-            return folder;
-        }
         throw CHostError(systemErrorText(path + ": cannot open the state folder", errno));
     }
     struct stat status {};
@@ -56,6 +51,11 @@ CFileDescriptor openStateFolder(const std::string& path, CFruPlace::Use use) {
         throw CHostError(path + ": other users can write to the state folder");
     }
     return folder;
+}
+
+// A reader that may not enter the folder does without it.
+CFileDescriptor openFolderOfController(const std::string& path, CFruPlace::Use use) {
+    return use == CFruPlace::Use::write ? openStateFolder(path) : openFolder(path);
 }
 
 CFileDescriptor openImageFolder(const std::string& name, const std::string& path) {
@@ -86,7 +86,7 @@ CFruPlace::CFruPlace(const FruSource& source, Use use)
       name_(isController_ ? source.path + " (FRU " + std::to_string(source.fruId) + ')'
                           : source.path),
       place_(isController_ ? placeOfController(source) : splitPath(resolveLinks(source.path))),
-      folder_(isController_ ? openStateFolder(place_.folder, use)
+      folder_(isController_ ? openFolderOfController(place_.folder, use)
                             : openImageFolder(name_, place_.folder)) {}
 
 }  // namespace em_pni

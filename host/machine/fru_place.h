@@ -28,8 +28,8 @@ class CFruPlace {
 
     // Resolves symbolic links and opens the folder once: all files are reached through this
     // descriptor, also when the path leads to another folder later. With `write`, creates a missing
-    // state folder. Without it, there may be no folder for a controller. Throws a CHostError, also
-    // when another user could write to the state folder.
+    // state folder, and refuses one that another user could write to. With `read`, there is no
+    // folder for a controller when it cannot be opened. Throws a CHostError.
     CFruPlace(const FruSource& source, Use use);
 
     [[nodiscard]] bool IsController() const noexcept { return isController_; }
