@@ -173,7 +173,7 @@ class HostNetworkNamespace : public testing::Test {
         }
         ASSERT_TRUE(CNetworkNamespace::Ip("link set v1 up\nlink set v0 up"));
         // The kernel reports a new carrier with a delay.
-        ASSERT_TRUE(test::isTrueWithin(std::chrono::seconds(5), [this] {
+        ASSERT_TRUE(test::isTrueWithin(std::chrono::seconds(20), [this] {
             asker_.Clear();
             return asker_.Number(krcp::linkState, asker_.NumberOf(CNetworkNamespace::Mac(0))) ==
                    krcp::linkIsUp;
@@ -196,7 +196,7 @@ TEST_F(HostNetworkNamespace, AnswersWithTheAddressesOfAnInterface) {
                               "addr add 2001:db8::7/64 dev v0"));
     const std::uint32_t number = asker_.NumberOf(CNetworkNamespace::Mac(0));
     const Texts primary{"192.0.2.7", "2001:db8::7", "192.0.2.8", "203.0.113.1"};
-    test::isTrueWithin(std::chrono::seconds(5), [&] {  // the kernel first checks IPv6 addresses
+    test::isTrueWithin(std::chrono::seconds(20), [&] {  // the kernel first checks IPv6 addresses
         asker_.Clear();
         return asker_.Addresses(krcp::primaryAddress, number) == primary;
     });

@@ -95,7 +95,7 @@ class CMadeUpServer {
         return CNetworkNamespace::Ip("link add name " + one + mac + "1 type veth peer name " +
                                      other + mac + "2\nlink set " + one + " up\nlink set " + other +
                                      " up") &&
-               isTrueWithin(std::chrono::seconds(5), [&] { return IsUp(one) && IsUp(other); });
+               isTrueWithin(std::chrono::seconds(20), [&] { return IsUp(one) && IsUp(other); });
     }
     void BuildTree() {
         buildSampleMachine(machine_);

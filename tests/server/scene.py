@@ -3,6 +3,7 @@ import subprocess
 import time
 
 import fru
+import storage
 from server import FRU_SIZE, Server, Slot
 
 PROGRAM = "/usr/local/bin/pni-host"
@@ -48,6 +49,7 @@ class Scene:
         self.disk.write_bytes(b"")
         subprocess.run(["truncate", "-s", "16M", self.disk], check=True)
         subprocess.run(["mkfs.ext4", "-q", "-F", self.disk], check=True)
+        self.disks = storage.make_disks(folder)
         self.server = None
         self.boots = 0
         self.services = 0
@@ -85,7 +87,8 @@ class Scene:
         self.server = None
         self.begin_step()
         self.server = Server(self.folder / f"boot{self.boots}", self.folder, self.disk, image, SLOTS,
-                             [mac(0, index) for index in range(len(ONBOARD_DEVICES))], cards)
+                             [mac(0, index) for index in range(len(ONBOARD_DEVICES))], cards,
+                             self.disks)
         self.server.wait_until_up()
         self.neighbours = fru.neighbours(image)
         self.printed = self.server.run("ipmitool fru print 0")
@@ -124,6 +127,13 @@ class Scene:
             "(setsid /usr/bin/setpriv --bounding-set=-all --no-new-privs "
             f"$(sed -n s/^ExecStart=//p {UNIT}) >{self.log}/output 2>&1; "
             f"echo $? >{self.log}/status) &")
+
+    def compare_storage(self):
+        lines = storage.differences(self.server.run(f"{PROGRAM} storage --json"),
+                                    self.server.run("lsblk --json --bytes -O"))
+        if lines:
+            raise StepFailed("\n".join(lines))
+        self.ok("pni-host storage and lsblk say the same of NVMe, SATA and virtio disks")
 
     def count(self, file, text):
         """The lines with the text in a file of the service."""

@@ -65,9 +65,10 @@ def functions_of(number, macs):
 
 class Server:
     """`guest` is the folder of make-guest. `onboard` has the MAC addresses of the onboard cards,
-    `cards` those of the ports of the card in each slot in use."""
+    `cards` those of the ports of the card in each slot in use. `disks` has arguments for more
+    disks."""
 
-    def __init__(self, folder, guest, disk, fru, slots, onboard, cards):
+    def __init__(self, folder, guest, disk, fru, slots, onboard, cards, disks):
         folder.mkdir(parents=True, exist_ok=True)
         self.first_fru = fru
         (folder / "fru").write_bytes(fru)
@@ -94,7 +95,7 @@ class Server:
             "-device", "isa-ipmi-kcs,bmc=bmc",
             "-trace", "memory_region_ops_write", "-D", folder / "trace",
             # The kernel plugs the cards, not ACPI, as on real servers.
-            "-global", "ICH9-LPC.acpi-pci-hotplug-with-bridge-support=off"]
+            "-global", "ICH9-LPC.acpi-pci-hotplug-with-bridge-support=off", *disks]
         for index, mac in enumerate(onboard):
             # e1000e does not tell the kernel when its link goes down.
             arguments += ["-device", f"e1000,id=lan{index},mac={mac},addr={index + 2:x}.0,romfile=",

@@ -165,6 +165,7 @@ def cut_power_in_a_write(scene, image):
 
 def tell(scene):
     scene.boot(fru.empty_image(FRU_SIZE), CARDS)
+    scene.compare_storage()
     image = create_and_restore(scene)
     start(scene)
     change_addresses(scene, image)
