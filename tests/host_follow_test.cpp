@@ -31,7 +31,8 @@ class HostFollow : public testing::Test {
                PNI_SUCCESS;
     }
     // True when the image gets these bytes within the limit.
-    [[nodiscard]] bool Gains(const std::string& bytes, std::chrono::milliseconds limit = 20s) const {
+    [[nodiscard]] bool Gains(const std::string& bytes,
+                             std::chrono::milliseconds limit = 20s) const {
         return test::isTrueWithin(
             limit, [&] { return contentOf(image_).find(bytes) != std::string::npos; });
     }
