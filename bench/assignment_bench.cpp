@@ -1,6 +1,7 @@
 // Assignment of an IP address to the last function of a record: finds the function, writes the
 // address and corrects the checksum. The floor is the sum of the bytes of the record.
 #include "bench/records.h"
+#include "bench/sums.h"
 #include "frudata/pni_fru_data.h"
 
 namespace em_pni::bench {

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "bench/records.h"
+#include "bench/sums.h"
 #include "pni/hotplug_update.h"
 #include "pni/ip_update.h"
 #include "pni/physical_check.h"

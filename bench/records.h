@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "bench/table.h"
-#include "platform/bytes.h"
 #include "tests/record_builder.h"
 
 namespace em_pni::bench {
@@ -40,17 +39,6 @@ inline Bytes recordOf(std::uint8_t modules) {
         areas.push_back(test::module(m % 64, m + 1 == modules, 3, ports));
     }
     return test::recordImage(12, areas);
-}
-
-// The floor of operations that read each byte of a record: the sum of the bytes.
-inline void sumOfBytes(benchmark::State& state) {
-    const Bytes image = recordOf(moduleCount(state));
-    for (auto _ : state) {
-        CByteView view(image.data(), image.size());
-        benchmark::DoNotOptimize(view);
-        benchmark::DoNotOptimize(view.Sum(0, image.size()));
-    }
-    state.SetLabel("sum of bytes");
 }
 
 }  // namespace em_pni::bench

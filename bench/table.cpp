@@ -9,6 +9,16 @@ namespace {
 
 constexpr std::string_view floorPrefix = "floor of ";
 
+// Google Benchmark 1.8 has another name for the text of a failed run.
+template <class Run>
+std::string errorOf(const Run& run) {
+    if constexpr (requires { run.skip_message; }) {
+        return run.skip_message;
+    } else {
+        return run.error_message;
+    }
+}
+
 std::string numberText(double value) {
     char text[64];
     static_cast<void>(std::snprintf(text, sizeof text, "%.2f", value));
@@ -64,7 +74,7 @@ void CTable::Add(const Run& run) {
         measured = {run.run_name.function_name,
                     run.run_name.args,
                     run.report_label,
-                    run.error_message,
+                    errorOf(run),
                     time,
                     run.counters};
     }

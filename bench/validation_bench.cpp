@@ -1,7 +1,6 @@
-// Validation of a record. The floor is the sum of its bytes, which the checksum needs.
-#include <numeric>
-
+// Validation of a record. The floor is the sum of its bytes and the walk from length to length.
 #include "bench/records.h"
+#include "bench/sums.h"
 #include "frudata/pni_fru.h"
 
 namespace em_pni::bench {
@@ -19,18 +18,9 @@ void validation(benchmark::State& state) {
     state.counters[aim] = 2;
 }
 
-// For comparison: the sum with std::accumulate.
-void plainSum(benchmark::State& state) {
-    const Bytes image = recordOf(moduleCount(state));
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(std::accumulate(image.begin(), image.end(), 0U));
-        benchmark::ClobberMemory();
-    }
-    state.counters[elements] = moduleCount(state);
-}
-
 BENCHMARK(validation)->Apply(recordSizes);
-BENCHMARK(sumOfBytes)->Name("floor of validation")->Apply(recordSizes);
+BENCHMARK(sumAndLengths)->Name("floor of validation")->Apply(recordSizes);
+// For comparison.
 BENCHMARK(plainSum)->Name("plain sum of bytes")->Apply(recordSizes);
 
 }  // namespace
