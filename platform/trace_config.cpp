@@ -123,11 +123,13 @@ void CDebugTraceConfig::Update() {
         sameTime(moduleChanged, moduleFile_.changed)) {
         return;
     }
-    if ((globalFile_.changed && !globalChanged) || (moduleFile_.changed && !moduleChanged)) {
+    const bool isGlobalGone = globalFile_.changed && !globalChanged;
+    const bool isModuleGone = moduleFile_.changed && !moduleChanged;
+    if (isGlobalGone || isModuleGone) {
         // A file is missing, perhaps only while an editor replaces it. The settings stay as they
-        // are. When the file is back, that counts as a change.
-        globalFile_.changed = globalChanged;
-        moduleFile_.changed = moduleChanged;
+        // are. When the file is back, that counts as a change. The next update reads a change of
+        // the other file.
+        (isGlobalGone ? globalFile_ : moduleFile_).changed.reset();
         entries_.clear();
         return;
     }

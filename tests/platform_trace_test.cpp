@@ -14,6 +14,8 @@
 namespace em_pni::test {
 namespace {
 
+using namespace std::chrono_literals;
+
 std::vector<std::string> linesOf(const std::string& text) {
     std::istringstream stream(text);
     std::vector<std::string> lines;
@@ -84,26 +86,6 @@ TEST(Trace, WrapsBehindTheHeader) {
                    ", CurrentByteCnt=" + size + " \\(MaxCnt=4000\\)$")));
 }
 
-TEST(Trace, LinesOfEightThreadsStayWhole) {
-    const CTraceCapture trace(1);
-    std::vector<std::thread> threads;
-    for (char c = 'a'; c < 'a' + 8; ++c) {
-        threads.emplace_back([c] {
-            for (int i = 0; i < 500; ++i) {
-                PNI_TRACE(1, "<%s>", std::string(200, c).c_str());
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    const auto lines = linesOf(trace.Lines());
-    ASSERT_EQ(lines.size(), 4000U);
-    for (const auto& line : lines) {
-        ASSERT_TRUE(line.ends_with("<" + std::string(200, line.end()[-2]) + ">")) << line;
-    }
-}
-
 TEST(Trace, ReadsItsConfigurationFiles) {
     const CTempDirectory directory;
     directory.Write("config/a_other.ini", "[OTHER]\nFileDebugLevel=9\n");
@@ -121,26 +103,6 @@ TEST(Trace, ReadsItsConfigurationFiles) {
     EXPECT_EQ(log.find("four"), std::string::npos);
 }
 
-TEST(Trace, NonsenseInTheConfigurationLeavesTheDefaults) {
-    const CTempDirectory directory;
-    directory.Write("global_trace.ini", std::string("[GlobalDebugSettings]\nDynamicUpdate=soon\n"));
-    directory.Write("m.ini",
-                    "[EM_PNI]\nFileDebugLevel=-1\nTraceFlags=0xZZ\nRingBufferSizeFactor=\n"
-                    "NoHeaderToStderr=99999999999999999999\n[EM_PNI\n\0\xff\n=\n");
-    directory.Write("huge.ini", std::string(2 * 1024 * 1024, '['));
-    ASSERT_EQ(::mkfifo(directory.File("a_pipe.ini").c_str(), 0600), 0);
-    const CDebugTraceConfig config(directory.Path(), "EM_PNI", [](const char* name) -> const char* {
-        return std::string(name) == "QL_LOG_FILE_DIR" ? nullptr : "-5";
-    });
-    const TraceSettings& settings = config.Settings();
-    EXPECT_EQ(settings.debugLevel, 0);
-    EXPECT_EQ(settings.dynamicUpdate, 0U);
-    EXPECT_EQ(settings.logMaxSize, 20971520U);
-    EXPECT_EQ(settings.traceFlags, std::nullopt);
-    EXPECT_TRUE(settings.noHeaderToStderr);
-    EXPECT_EQ(settings.logDirectory, "/var/log/qlagent");
-}
-
 TEST(Trace, FollowsTheConfigurationWhileRunning) {
     const CTempDirectory directory;
     directory.Write("global_trace.ini", "[GlobalDebugSettings]\nDynamicUpdate=1\n");
@@ -149,11 +111,25 @@ TEST(Trace, FollowsTheConfigurationWhileRunning) {
     const CDebugClient client(directory.Path(), "EM_PNI", &noVariable);
     PNI_TRACE(2, "before");
     directory.Write("m.ini", ini + "FileDebugLevel=2\n");
-    std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+    std::this_thread::sleep_for(2100ms);
     PNI_TRACE(2, "after");
     const std::string log = contentOf(directory.File("log.EM_PNI"));
     EXPECT_EQ(log.find("before"), std::string::npos);
     EXPECT_NE(log.find("after"), std::string::npos);
+}
+
+TEST(Trace, AMissingFileHidesNoChangeOfTheOther) {
+    const CTempDirectory directory;
+    const std::string global = directory.Write("global_trace.ini", "");
+    const std::string own = directory.Write("m.ini", "[EM_PNI]\nFileDebugLevel=1\n");
+    CDebugTraceConfig config(directory.Path(), "EM_PNI", &noVariable);
+    std::filesystem::remove(global);
+    directory.Write("m.ini", "[EM_PNI]\nFileDebugLevel=3\n");
+    std::filesystem::last_write_time(own, std::filesystem::file_time_type::clock::now() - 1h);
+    config.Update();
+    EXPECT_EQ(config.Settings().debugLevel, 1) << "perhaps the file is only being replaced";
+    config.Update();
+    EXPECT_EQ(config.Settings().debugLevel, 3);
 }
 
 TEST(Trace, ALogThatIsNotItsOwnIsLeftAlone) {
