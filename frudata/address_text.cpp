@@ -40,7 +40,7 @@ std::string hexPairs(std::span<const std::uint8_t> bytes, const char* separator)
 }
 
 std::string macText(std::span<const std::uint8_t> mac, const char* separator) {
-    return mac.size() == 6 || mac.size() == 8 ? hexPairs(mac, separator) : std::string();
+    return MacAddress(mac).IsEmpty() ? std::string() : hexPairs(mac, separator);
 }
 
 std::optional<std::vector<std::uint8_t>> bytesOfHex(std::span<const std::uint8_t> characters) {

@@ -40,8 +40,8 @@ std::optional<std::string> readSmallFile(const std::string& path, std::size_t li
 std::optional<std::string> readSmallFile(int folder, const std::string& name, std::size_t limit);
 
 // Opens the regular file at `path` for writing and creates it with mode `newMode`. Does not change
-// the content. Returns an empty descriptor and sets errno when this fails. Refuses with EPERM what
-// another user could have put in place: a link, another kind of file, or a file of another user.
+// the content. Returns an empty descriptor and sets errno when this fails. Refuses what another
+// user could have put in place: a link, another kind of file, or a file of another user.
 CFileDescriptor openOwnFile(const std::string& path, unsigned newMode) noexcept;
 
 // Writes all of `bytes`. On failure returns false and sets errno.

@@ -19,7 +19,7 @@ const char* nameIn(const std::array<const char*, N>& names, std::uint8_t code,
     return nullptr;
 }
 
-constexpr std::uint8_t firstVersion = 10;
+using Header = layout::OEM_PNI_MULTIRECORD_HEADER;
 
 }  // namespace
 
@@ -55,10 +55,10 @@ const char* wolBehaviorName(std::uint8_t code, std::uint8_t formatVersion) {
     constexpr std::uint8_t acpiControlled = 3;
     constexpr const char* complaint =
         "CPNI_Data::GetWolBehaviorString  Failed to assign - unknown wolbeh";
-    if (formatVersion < firstVersion) {
+    if (formatVersion < Header::firstVersion) {
         return nullptr;
     }
-    if (formatVersion < layout::OEM_PNI_MULTIRECORD_HEADER::firstVersionWithCodes) {
+    if (formatVersion < Header::firstVersionWithCodes) {
         return nameIn(byDriver, code, complaint);
     }
     // Code 3 has a name and is traced as unknown too. This is intended.

@@ -54,9 +54,9 @@ enum Opcode : std::uint16_t {
     // Request to the host: read the network interfaces again. The reply must hold data of any kind.
     clearNetworkSnapshot = 0x1722,
     // Request to the module for its inventory. "CA" must be the cabinet number. "DA" may be a
-    // filter:
-    // a JSON text as a string or as raw bytes. The reply holds the inventory as an object.
+    // filter, a JSON text as a string or as raw bytes:
     // {"Filter": {"ModuleFilter": {"TechnologyType": "FC"}, "ResultFilter": ["Speed", ...]}}
+    // The reply holds the inventory as an object.
     readPniData = 0x1740,
 
     // Requests to the host about its network interfaces. "OI" is the number of the interface, from
