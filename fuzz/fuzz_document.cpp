@@ -1,6 +1,8 @@
-// Any JSON text as a command document: as a request, as an event, and as the host's answer.
+// Any JSON text as a command document: as a request, as an event, and as the host's answer. Also
+// any text as the configuration. All messages are traced.
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "fuzz/fuzz_input.h"
 #include "pni/pni_ext_module.h"
@@ -9,7 +11,7 @@ using namespace em_pni;
 
 namespace {
 
-class CEchoHost final : public CIHostInterface {
+class CEchoHost final : public CIConfiguringHostInterface {
   public:
     explicit CEchoHost(const std::string& text) : text_(text) {}
     std::uint32_t SendRequest(CIExtensionModule*, CKrcpMessage& message, std::uint32_t) override {
@@ -17,7 +19,12 @@ class CEchoHost final : public CIHostInterface {
         return 1;
     }
     std::uint32_t SwitchStartFinished(CIExtensionModule*, std::uint32_t) override { return 1; }
-    std::uint32_t GetHostKind() override { return 0; }
+    std::uint32_t GetHostKind() override { return configuringHostKind; }
+    const char* GetModuleConfig() override { return text_.c_str(); }
+    std::uint32_t GetTraceLevel() override { return 2; }
+    void OnTraceLine(const char* line) override {
+        fuzz::require(!std::string_view(line).ends_with('\n'), "a line has no newline at its end");
+    }
 
   private:
     const std::string& text_;
@@ -38,9 +45,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         message.document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
         module.ModuleReply(message);
         module.ModuleRequest(message);
-        em_pni::fuzz::require(krcp::findCommand(message, index) == nullptr ||
-                                  krcp::status(message) <= krcp::OBJ_WRITEONLY,
-                              "a request gets a status of its own");
+        fuzz::require(krcp::findCommand(message, index) == nullptr ||
+                          krcp::status(message) <= krcp::OBJ_WRITEONLY,
+                      "a request gets a status of its own");
     }
     return 0;
 }

@@ -24,10 +24,10 @@ using namespace em_pni::fuzz;
 
 namespace {
 
-// The parts of the input, one for each question of libnl. Static, because the callbacks of libnl
+// The parts of the input, one for each request of libnl. Static, because the callbacks of libnl
 // have no room for a pointer.
 std::vector<Bytes> theParts;
-std::size_t thePart = 0;  // from 1; 0 = before the first question
+std::size_t thePart = 0;  // from 1; 0 = before the first request
 bool isPartSent = false;
 
 int takeQuestion(nl_sock* /*socket*/, nl_msg* /*question*/) {

@@ -1,6 +1,7 @@
 // The input is a profile file.
-#include <cstdint>
+#include <string>
 
+#include "fuzz/fuzz_input.h"
 #include "platform/number.h"
 #include "platform/profile_file.h"
 
@@ -10,9 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(data, data + size);
     const CProfileText profile(text);
     for (const auto& [key, value] : profile.Entries("EM_PNI")) {
-        if (!profile.Find("em_pni", key)) {
-            __builtin_trap();  // a listed key must be found
-        }
+        fuzz::require(profile.Find("em_pni", key).has_value(), "a listed key is found");
         (void)parseNumber(value);
     }
     return 0;

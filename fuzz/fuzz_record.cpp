@@ -139,6 +139,12 @@ class CNavigation {
                 "the names need 64 bytes");
         require(code == PNI_SUCCESS || buffer == Bytes(buffer.size(), 0xEE),
                 "a failed read leaves the buffer as it is");
+        Bytes block(buffer.size());
+        const auto read = CByteView(data_, size_)
+                              .Inside(function.Offset() + function.U8(2).value_or(0),
+                                      std::min({function.Size(), std::size_t{96}, block.size()}));
+        std::copy(read.begin(), read.end(), block.begin());
+        require(code != PNI_SUCCESS || buffer == block, "the block is copied, then zeros");
     }
 
     // Indices that the record does not have.

@@ -1,8 +1,8 @@
 // The input is a registry file. A tree that was read must be the same after writing and reading it
 // again.
-#include <cstdint>
 #include <string_view>
 
+#include "fuzz/fuzz_input.h"
 #include "platform/registry_format.h"
 
 using namespace em_pni;
@@ -12,9 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (const auto tree = parseRegistry(text)) {
         const std::string written = formatRegistry(*tree);
         const auto again = parseRegistry(written);
-        if (!again || formatRegistry(*again) != written) {
-            __builtin_trap();
-        }
+        fuzz::require(again && formatRegistry(*again) == written,
+                      "a written tree is read again as it was");
     }
     return 0;
 }

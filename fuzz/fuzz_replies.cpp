@@ -1,10 +1,10 @@
 // Any answers of a host during an update cycle on the sample machine: the record stays valid, and
 // the same answers lead to the same bytes.
 //
-// Input: a line per answer, the opcode in hexadecimal digits and JSON: an object of members for the
-// command, or a whole document. Questions with one opcode get its answers in turn; without any the
-// controller holds the sample record, and the host knows no interface. "141E 0" tells of a card
-// that has come, "141E 2" takes all cards but the onboard adapter out of the machine.
+// Input: a line for each answer, the opcode in hexadecimal digits and JSON: an object of members
+// for the command, or a whole document. The requests with one opcode get its answers in turn.
+// Without an answer in the input, the controller holds the sample record and the host knows no
+// interface. "141E 0" reports a new card. "141E 2" removes all cards but the onboard adapter.
 #include <map>
 
 #include "adapters/device_to_adapters_map.h"
@@ -22,7 +22,7 @@ using namespace em_pni::fuzz;
 
 namespace {
 
-constexpr std::uint64_t maxInterfaces = 2;  // that are told of; each takes a dozen questions
+constexpr std::uint64_t maxInterfaces = 2;  // each takes a dozen requests
 
 class CAnsweringHost final : public CIHostInterface, public CKrcpConnection {
   public:
@@ -35,7 +35,7 @@ class CAnsweringHost final : public CIHostInterface, public CKrcpConnection {
         }
     }
 
-    // The next question with each opcode gets the first answer again.
+    // The next request with each opcode gets the first answer again.
     void Rewind() { asked_.clear(); }
     [[nodiscard]] HotplugFlags Events() {
         HotplugFlags flags;

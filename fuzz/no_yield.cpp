@@ -1,5 +1,5 @@
-// Events give up the processor when they change; on a busy machine that would be most of the
-// fuzzer's time, and there is no other thread to let in.
+// A change of an event calls sched_yield. On a busy machine this would take most of the fuzzer's
+// time, and no other thread needs the processor.
 #include <sched.h>
 
 extern "C" int sched_yield() noexcept {

@@ -119,30 +119,6 @@ TEST(Addresses, WhatDoesNotFitIsRefusedAndChangesNothing) {
     EXPECT_TRUE(refusesIpv6(full, 0)) << "the image would become too long";
 }
 
-TEST(Addresses, InsideTheCommonFieldsAreNeverWritten) {
-    const auto isChanged = [](unsigned version, unsigned technology, std::uint8_t offset) {
-        Bytes bytes = function(0, true, technology, Bytes(100));
-        bytes[2] = offset;
-        put(bytes, offset, nicAddresses(1, ipv4, 1));
-        if (version == 10) {
-            put(bytes, 14, textBytes(technology == 0 ? "NIC" : "FC", 4));
-        }
-        const Bytes image = functionImage(bytes, version);
-        CPniFruData record(image);
-        record.AssignIpv4Address(activeMac(1), otherIpv4);
-        record.ClearIpAddresses();
-        record.AssignMacAddresses(std::vector<MacAddress>{activeMac(2)}, 0);
-        record.AssignWwnAddresses(std::vector<PhysicalAddress>(1), 0);
-        return record.GetImage() != image;
-    };
-    for (const unsigned technology : {0U, 1U}) {
-        EXPECT_FALSE(isChanged(12, technology, 33)) << technology;
-        EXPECT_TRUE(isChanged(12, technology, 34)) << technology;
-        EXPECT_FALSE(isChanged(10, technology, 35)) << technology;
-        EXPECT_TRUE(isChanged(10, technology, 36)) << technology;
-    }
-}
-
 TEST(Addresses, GoToTheFunctionsWithRoomForThem) {
     const std::vector<MacAddress> macs(2, MacAddress(activeMac(9)));
     Bytes written = nicAddresses(1);

@@ -131,17 +131,6 @@ TEST(Search, GoesOnBehindDamagedListsUnlessTold) {
     }
 }
 
-TEST(Search, AddressBlocks) {
-    const Bytes image = sample("three-modules.fru");
-    Bytes block(100, 0xAA);
-    ASSERT_EQ(pni_readAddressBlock(image.data(), image.size(), 2, 1, 0, block.data(), block.size()),
-              PNI_SUCCESS);
-    EXPECT_EQ(std::string(block.begin(), block.begin() + 32), "200000109B000002100000109B000002");
-    EXPECT_EQ(Bytes(block.begin() + 96, block.end()), Bytes(4, 0));
-    EXPECT_EQ(pni_readAddressBlock(image.data(), image.size(), 2, 0, 0, nullptr, 0),
-              PNI_PARAMETER_ERR);
-}
-
 TEST(Technology, TextsAreComparedWithTheirNul) {
     using enum FunctionTechnology;
     const std::pair<const char*, FunctionTechnology> texts[] = {

@@ -74,6 +74,7 @@ TEST_F(LifeTest, DeletingTheModuleWaitsForOneAnswerOnly) {
     const auto start = Clock::now();
     owner_.reset();
     EXPECT_LT(Clock::now() - start, 1200ms);
+    EXPECT_EQ(Threads(), 1);
     EXPECT_EQ(host_.Count(krcp::writeFru), 0) << "half of the addresses are no record";
 }
 

@@ -103,9 +103,16 @@ struct CConfiguringHost final : CIConfiguringHostInterface {
     std::string lines;
 };
 
-TEST_F(ModuleTest, GivesTraceLinesToTheHostThatWantsThem) {
+TEST_F(ModuleTest, AHostGivesTheConfigurationAndTakesTheTrace) {
+    Configure("70000");
     CConfiguringHost host;
-    module_.Start(&host, 0);
+    for (const char* const text : {"[em_pni]\nFruUpdateCycle = 90000\n", "[EM_PNI]\nOther=1\n",
+                                   static_cast<const char*>(nullptr)}) {
+        host.text = text;
+        module_.Start(&host, 0);
+    }
+    EXPECT_EQ(trace_.Count("done every 90000 msec"), 1);
+    EXPECT_EQ(trace_.Count("done every 70000 msec"), 2);
     EXPECT_EQ(host.lines, "");
     host.level = 2;
     module_.Start(&host, 0);
@@ -119,18 +126,6 @@ TEST_F(ModuleTest, GivesTraceLinesToTheHostThatWantsThem) {
     const std::string before = host.lines;
     module_.SetCabinetNumber(-3);
     EXPECT_EQ(host.lines, before) << "the next host wants no lines";
-}
-
-TEST_F(ModuleTest, PeriodComesFromTheHostBeforeAnyFile) {
-    Configure("70000");
-    CConfiguringHost host;
-    for (const char* const text : {"[em_pni]\nFruUpdateCycle = 90000\n", "[EM_PNI]\nOther=1\n", "",
-                                   static_cast<const char*>(nullptr)}) {
-        host.text = text;
-        module_.Start(&host, 0);
-    }
-    EXPECT_EQ(trace_.Count("done every 90000 msec"), 1);
-    EXPECT_EQ(trace_.Count("done every 70000 msec"), 3);
 }
 
 TEST_F(ModuleTest, ThreadRunsACycleAtStartAndPerEvent) {

@@ -189,26 +189,5 @@ TEST(ReadWriteLock, AWaitingWriterGoesBeforeNewReaders) {
     EXPECT_EQ(order, "writer reader ");
 }
 
-TEST(ReadWriteLock, NobodySeesAHalfDoneWrite) {
-    CReadWriteLock lock;
-    int left = 0;
-    int right = 0;
-    const auto work = [&] {
-        for (int n = 0; n < 1000; ++n) {
-            {
-                const CReadGuard guard(lock);
-                ASSERT_EQ(left, right);
-            }
-            const CWriteGuard guard(lock);
-            ++left;
-            ++right;
-        }
-    };
-    std::thread other(work);
-    work();
-    other.join();
-    EXPECT_EQ(left, 2000);
-}
-
 }  // namespace
 }  // namespace em_pni::test

@@ -3,7 +3,6 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <thread>
 
 #include "platform/registry.h"
 #include "platform/registry_format.h"
@@ -162,27 +161,6 @@ TEST(Registry, StaleAndForeignHandlesAreRefused) {
     EXPECT_TRUE(registry.InitClass());
     EXPECT_FALSE(registry.SetValue(made, "V", text("lost")));
     EXPECT_EQ(registry.GetValue(registry.Open(agent + "\\below"), "V"), text("y"));
-}
-
-TEST(Registry, TwoThreadsMayChangeAndSaveAtOnce) {
-    const CTempDirectory directory;
-    CRegistry registry(directory.Path());
-    const auto work = [&](const std::string& own) {
-        for (int i = 0; i < 300; ++i) {
-            registry.SetValue(registry.CreateKey(agent + own), std::to_string(i), text("x"));
-            registry.CreateKey(machine + "\\passing\\" + own);
-            registry.DeleteKey(machine + "\\passing");
-            EXPECT_TRUE(i % 50 != 0 || registry.SaveTree());
-        }
-    };
-    std::thread other(work, "first");
-    work("second");
-    other.join();
-    for (int i = 0; i < 300; ++i) {
-        for (const std::string own : {"first", "second"}) {
-            EXPECT_EQ(registry.GetValue(registry.Open(agent + own), std::to_string(i)), text("x"));
-        }
-    }
 }
 
 }  // namespace

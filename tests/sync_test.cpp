@@ -150,23 +150,5 @@ TEST_F(SyncTest, NothingIsAskedOrWrittenWhileTheHostShutsDown) {
     EXPECT_FALSE(trace_.Has("Start PNI update..."));
 }
 
-// Stop gives up while the host delays an answer. The destructor waits for the thread.
-TEST_F(SyncTest, AModuleOutlivesTheRequestsOfItsThread) {
-    CEvent release("", true, false);
-    host_.On(0x1700, [&](CKrcpMessage&) { (void)release.Wait(CEvent::forever); });
-    module_.OnSwitchStarted();
-    const auto start = std::chrono::steady_clock::now();
-    module_.Stop();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 4900ms);
-    EXPECT_FALSE(trace_.Has("THREAD_RETURN"));
-    std::thread later([&] {
-        std::this_thread::sleep_for(300ms);
-        release.Set();
-    });
-    owner_.reset();
-    EXPECT_TRUE(trace_.Has("THREAD_RETURN"));
-    later.join();
-}
-
 }  // namespace
 }  // namespace em_pni::test

@@ -40,7 +40,6 @@ class CTraceCapture {
         return count;
     }
     void End() { client_.reset(); }
-    [[nodiscard]] const CTempDirectory& Directory() const { return directory_; }
 
   private:
     static std::map<std::string, std::string>& Variables() {
