@@ -1,4 +1,4 @@
-// The input is a message to the event socket of a running host. Each line of it is another one.
+// The input is a message to the event socket of a running host. Each of its lines is a message too.
 #include <sstream>
 #include <sys/socket.h>
 #include <sys/un.h>

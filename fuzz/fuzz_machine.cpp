@@ -30,7 +30,7 @@ class CHost final : public CKrcpConnection {
     test::CScriptedNetwork network_{host_};
 };
 
-// The record with the module of the adapter is valid, and knows the adapter by its addresses.
+// Inserts the module of the adapter: the record stays valid and finds the module by its addresses.
 void insert(const LocalPniAdapter& adapter, const Bytes& image) {
     Bytes stream;
     try {

@@ -27,7 +27,7 @@
 namespace em_pni::fuzz {
 
 // Answers the ioctls from the bytes of an interface: MAC address, type, index, error of the driver,
-// length of the permanent address, permanent address, and what the driver tells of itself.
+// length of the permanent address, permanent address, and the description of the driver.
 class CPlayedInterfaces final : public CInterfaceControl {
   public:
     static constexpr std::size_t addressSize = 6;
