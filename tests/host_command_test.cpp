@@ -35,10 +35,10 @@ bool contains(const std::string& text, const std::string& part) {
 TEST(HostCheck, ContinuesAfterABadFile) {
     const test::CTempDirectory folder;
     const std::string large = folder.Write("large.fru", std::string(1048577, 'x'));
-    const Outcome outcome = run({"check", folder.File("none.fru"), "/dev/zero", large,
+    const Outcome outcome = run({"check", folder.File("n\033ne.fru"), "/dev/zero", large,
                                  samplePath("cut-short.fru"), samplePath("three-modules.fru")});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_TRUE(contains(outcome.errors, "none.fru: No such file")) << outcome.errors;
+    EXPECT_TRUE(contains(outcome.errors, "n?ne.fru: No such file")) << outcome.errors;
     EXPECT_EQ(outcome.output, samplePath("cut-short.fru") +
                                   ": INSUFFICENT_DATA_ERR [8], record at byte 18: expected an "
                                   "end at byte 825 or before, found an end at byte 826\n" +
@@ -46,6 +46,8 @@ TEST(HostCheck, ContinuesAfterABadFile) {
     const std::string good = samplePath("three-modules.fru");
     EXPECT_EQ(run({"check", samplePath("cut-short.fru"), good}).code, 1);
     EXPECT_EQ(run({"check", good}).code, 0);
+    const Outcome json = run({"check", "--json", "\xFF\u009B"});
+    EXPECT_TRUE(json.output.starts_with(R"([{"path":"\uFFFD\u009B","error":)")) << json.output;
 }
 
 TEST(HostCommandLine, BadArgumentsReturn2AndHelpReturns0) {

@@ -76,14 +76,16 @@ TEST(HostTree, ShowsEachNodeOnOneLine) {
               "└─ module 3: a?[2J?b?2J?\u00fc, FC, disabled\n"
               "   └─ port 0\n"
               "      └─ function 0: WWPN W\n");
+    EXPECT_NE(inventoryTree("", document, {.hasColor = true}).find("\x1b[33mmodule 3\x1b[0m: a?"),
+              std::string::npos);
 }
 
 TEST(HostTerminal, FoldsAndPaintsWhatItShows) {
     const std::string tree = "a.fru\n└─ module 3: one two three\n   ├─ port 0: four five six\n";
     EXPECT_EQ(fitted(tree, {}), tree);
-    EXPECT_EQ(
-        fitted(tree, {.isUtf8 = false, .width = 20}),
-        "a.fru\n`- module 3: one two\n       three\n   |- port 0: four\n   |      five six\n");
+    EXPECT_EQ(fitted(tree + "label  one two tw\u00f6lf zwei\n", {.isUtf8 = false, .width = 20}),
+              "a.fru\n`- module 3: one two\n       three\n   |- port 0: four\n   |      five six\n"
+              "label  one two tw?lf\n       zwei\n");
     const Terminal colors{.hasColor = true, .width = 9};
     EXPECT_EQ(fitted("1 " + painted("SUCCESS", Color::green, colors) + " end\n", colors),
               "1 \x1b[32mSUCCESS\x1b[0m\n    end\n");

@@ -5,7 +5,6 @@
 #include <exception>
 #include <functional>
 #include <limits>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -345,20 +344,37 @@ void addEvent(CLI::App& app, Action& action) {
     setAction(*command, action, options, sendEvent);
 }
 
+// The help with the words of this program.
+class CHelpFormatter final : public CLI::Formatter {
+  public:
+    CHelpFormatter() {
+        label("SUBCOMMAND", "COMMAND");
+        label("Positionals", "Arguments");
+    }
+    // "--cards,--no-cards" without the value of the second one.
+    std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+        std::string name = CLI::Formatter::make_option_name(option, isPositional);
+        return name.substr(0, name.find('{'));
+    }
+};
+
 struct CommonOptions {
     ColorChoice color = ColorChoice::automatic;
     ConsoleSettings console;
 };
 
 void addCommonOptions(CLI::App& app, CommonOptions& common) {
-    app.add_option("--color", common.color,
-                   "auto, always or never. Default: auto, on a terminal\nand without NO_COLOR")
+    app.add_option_function<std::string>(
+           "--color",
+           [&common](const std::string& word) {
+               common.color = word == "always"  ? ColorChoice::always
+                              : word == "never" ? ColorChoice::never
+                                                : ColorChoice::automatic;
+           },
+           "Use colors: auto, always or never. Default: auto,\n"
+           "which is on a terminal and without NO_COLOR")
         ->type_name("WHEN")
-        ->transform(CLI::CheckedTransformer(
-                        std::map<std::string, ColorChoice>{{"auto", ColorChoice::automatic},
-                                                           {"always", ColorChoice::always},
-                                                           {"never", ColorChoice::never}})
-                        .description(""));
+        ->check(oneOf({"auto", "always", "never"}));
     app.add_flag("-q,--quiet", common.console.isQuiet,
                  "Print only errors and documents for programs");
     app.add_flag("-v", common.console.traceLevel,
@@ -374,11 +390,13 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
         "Reference host of the extension module em_pni. FRU data may be an image file, or those\n"
         "of a management controller behind an IPMI device such as /dev/ipmi0.",
         "pni-host");
-    app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION);
+    app.formatter(std::make_shared<CHelpFormatter>());  // for all commands
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION, "Print the version and exit");
     app.require_subcommand(0, 1);
     app.footer("\"pni-host COMMAND --help\" describes a command.");
     app.failure_message([](const CLI::App* /*app*/, const CLI::Error& error) {
-        return std::string("pni-host: ") + error.what() +
+        return "pni-host: " + printable(error.what()) +
                "\npni-host: \"pni-host --help\" and \"pni-host COMMAND --help\" describe the use\n";
     });
     addCommonOptions(app, common);
@@ -392,6 +410,9 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     addAdapters(app, action);
     addStorage(app, action);
     addCreate(app, action);
+    for (CLI::App* const command : app.get_subcommands({})) {
+        command->group("Commands");
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -434,7 +455,7 @@ int pniHost(int argc, const char* const* argv, std::ostream& output, std::ostrea
     try {
         return perform(argc, argv, output, errors, findTerminal);
     } catch (const std::exception& error) {
-        errors << "pni-host: " << error.what() << std::endl;
+        errors << "pni-host: " << printable(error.what()) << std::endl;
         return exitUnusable;
     }
 }

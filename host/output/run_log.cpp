@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "host/output/change_json.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -53,8 +54,10 @@ void CRunLog::Write(const RunReport& report) {
 
 // One call of the console: no other line comes between.
 void CRunLog::WriteText(const RunReport& report) {
-    const std::string text =
-        report.color ? console_.Painted(report.text, *report.color) : report.text;
+    std::string text = printable(report.text);
+    if (report.color) {
+        text = console_.Painted(text, *report.color);
+    }
     console_.Text((style_.hasTime ? localTime().text + ' ' : std::string()) + text + '\n' +
                   changeLines(report.changes, console_));
 }
