@@ -40,6 +40,7 @@ for command in '' $commands; do
         { tagged = $0 == ".TP" }')" "$options"
 done
 
+same "words of --color" "$(offered --color '')" "auto always never"
 same "words of event" "$(offered event '')" "added changed removed address shutdown"
 same "words of --format-version" "$(offered create --format-version '')" "11 12"
 same "words of --technology" "$(offered query --technology '')" "CNA FC IB Eth NIC SAS"
