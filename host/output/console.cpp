@@ -26,7 +26,11 @@ void CConsole::Error(std::string_view text) {
 
 void CConsole::Trace(std::string_view line) {
     const CRecursiveLockGuard guard(lock_);
-    errors_ << fitted(printable(line) + '\n', {.isUtf8 = errorTerminal_.isUtf8}) << std::flush;
+    do {
+        const std::string part = printable(takeUntil(line, '\n')) + '\n';
+        errors_ << fitted(part, {.isUtf8 = errorTerminal_.isUtf8});
+    } while (!line.empty());
+    errors_.flush();
 }
 
 bool CConsole::AllWritten() {

@@ -48,7 +48,7 @@ class CConsole {
     void Document(std::string_view document);
     // Writes a line with the program's name before it to standard error. `text` may have any bytes.
     void Error(std::string_view text);
-    // Writes a trace line of the module to standard error.
+    // Writes a trace line of the module to standard error. It may have newlines inside.
     void Trace(std::string_view line);
     // What the user wants of the module's trace, as its level. 0 = nothing.
     [[nodiscard]] std::uint32_t TraceLevel() const noexcept { return settings_.traceLevel; }
