@@ -212,6 +212,30 @@ void addCreate(CLI::App& app, Action& action) {
     setAction(*command, action, options, createImage);
 }
 
+void addLimitOptions(CLI::App& command, RunOptions& options) {
+    command
+        .add_option("--cycle", options.cycle,
+                    "Run a cycle every MS milliseconds, 1 to 4294967295;\n"
+                    "4294967295 = only after events. Default: as in\n"
+                    "em_pni.ini, first looked for in the current folder")
+        ->type_name("MS")
+        ->check(fromOneTo(std::numeric_limits<std::uint32_t>::max()));
+    command
+        .add_option("--capacity", options.capacity,
+                    "Refuse a record of more than BYTES bytes, as a\n"
+                    "controller with a small FRU device does. 1 to\n"
+                    "1048576. Default: 1048576")
+        ->type_name("BYTES")
+        ->check(fromOneTo(CFruImage::maxSize));
+    command
+        .add_option("--write-interval", options.writeInterval,
+                    "After a write, wait MS milliseconds before the next\n"
+                    "change of an address is reported to the module. 0 to\n"
+                    "3600000. Default: 5000")
+        ->type_name("MS")
+        ->check(CLI::Range(0U, longestWriteInterval).description(""));
+}
+
 void addRun(CLI::App& app, Action& action) {
     const auto options = std::make_shared<RunOptions>();
     CLI::App* const command =
@@ -222,27 +246,7 @@ void addRun(CLI::App& app, Action& action) {
     command->add_flag("--once", options->once,
                       "Run one cycle. Default: run until SIGINT, SIGTERM,\n"
                       "SIGHUP, or until nobody reads the output");
-    command
-        ->add_option("--cycle", options->cycle,
-                     "Run a cycle every MS milliseconds, 1 to 4294967295;\n"
-                     "4294967295 = only after events. Default: as in\n"
-                     "em_pni.ini, first looked for in the current folder")
-        ->type_name("MS")
-        ->check(fromOneTo(std::numeric_limits<std::uint32_t>::max()));
-    command
-        ->add_option("--capacity", options->capacity,
-                     "Refuse a record of more than BYTES bytes, as a\n"
-                     "controller with a small FRU device does. 1 to\n"
-                     "1048576. Default: 1048576")
-        ->type_name("BYTES")
-        ->check(fromOneTo(CFruImage::maxSize));
-    command
-        ->add_option("--write-interval", options->writeInterval,
-                     "After a write, wait MS milliseconds before the next\n"
-                     "change of an address is reported to the module. 0 to\n"
-                     "3600000. Default: 5000")
-        ->type_name("MS")
-        ->check(CLI::Range(0U, longestWriteInterval).description(""));
+    addLimitOptions(*command, *options);
     addJsonFlag(*command, options->style.json,
                 "Print a JSON object in each line: time, event, text\nand what belongs to it");
     command->add_flag("--time,!--no-time", options->style.hasTime,
@@ -425,7 +429,7 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
         return app.exit(error, output, errors) == 0 ? exitDone : exitUnusable;
     }
     if (!action) {
-        errors << app.help();
+        errors << "pni-host: a command is missing\n\n" << app.help();
         return exitUnusable;
     }
     return std::nullopt;

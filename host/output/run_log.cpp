@@ -91,7 +91,8 @@ std::string changeLines(const std::vector<InventoryChange>& changes, const CCons
     std::string lines;
     for (const InventoryChange& change : changes) {
         const std::string word = std::string(wordOf(change.kind)) + ':';
-        lines += "  " + console.Painted(word, colorOf(change.kind)) + ' ' + textOf(change) + '\n';
+        lines += "  " + console.Painted(word, colorOf(change.kind)) + ' ' +
+                 printable(textOf(change)) + '\n';
     }
     return lines;
 }
