@@ -32,5 +32,6 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/em_pni.pc.in ${PROJECT_BINARY_DIR}/em_p
 install(FILES ${PROJECT_BINARY_DIR}/em_pni.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
+install(FILES docs/pni-host.md docs/storage.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/pni-host)
 install(FILES docs/host.md docs/record.md TYPE DOC COMPONENT dev)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)

@@ -17,10 +17,9 @@ _pni_host_entries() {
         }
         /^[A-Za-z]+:$/ { finish(); section = tolower($1) }
         /^$/ { finish() }
-        section ~ /^(positionals|options):$/ && /^  [^ ]/ {
+        section ~ /^(arguments|options):$/ && /^  [^ ]/ {
             finish()
             names = $1
-            gsub(/[{][^}]*[}]/, "", names)
             type = $2
             if (!/^  -/) type = $1 ($2 == "..." ? $2 : "")
             else if (/^  [^ ]+(  |$)/ || $2 == "REQUIRED") type = ""
@@ -51,7 +50,7 @@ _pni_host() {
     local program=("${COMP_WORDS[0]/#\~/${HOME-}}") help commands
     help=$("${program[0]}" --help 2>/dev/null </dev/null) || return 0
     commands=$(awk '/^[A-Za-z]+:$/ { section = tolower($1) }
-        section == "subcommands:" && /^  [^ ]/ { print $1 }' <<<"$help")
+        section == "commands:" && /^  [^ ]/ { print $1 }' <<<"$help")
     local first
     for ((first = 1; first < COMP_CWORD; ++first)); do
         if grep -Fxq -- "${COMP_WORDS[first]}" <<<"$commands"; then

@@ -77,13 +77,12 @@ std::string printableText(std::string_view raw) {
 }
 
 std::string printable(std::string_view text) {
-    std::string result(text);
+    std::string result = validUtf8(text);
     for (std::size_t i = 0; i < result.size(); ++i) {
         const auto byte = static_cast<std::uint8_t>(result[i]);
         if (byte < 0x20 || byte == 0x7F) {
             result[i] = '?';
-        } else if (byte == 0xC2 && i + 1 < result.size() &&
-                   static_cast<std::uint8_t>(result[i + 1]) - 0x80U < 0x20U) {
+        } else if (byte == 0xC2 && static_cast<std::uint8_t>(result[i + 1]) - 0x80U < 0x20U) {
             result.replace(i, 2, "?");
         }
     }

@@ -20,8 +20,8 @@ std::string_view takeUntil(std::string_view& rest, char separator) noexcept;
 // the end of their texts.
 std::string printableText(std::string_view raw);
 
-// `text` with '?' for each control character (U+0000 to U+001F, U+007F to U+009F). Names in a
-// record come from the maker of the adapter and must not control the terminal.
+// `text` as valid UTF-8 with '?' for each control character (U+0000 to U+001F, U+007F to U+009F).
+// Names of files and adapters come from others and must not control the terminal.
 std::string printable(std::string_view text);
 
 // `text` with U+FFFD for each byte that is not part of a valid UTF-8 character.

@@ -1,6 +1,10 @@
-// The command line without the module: exit codes and messages.
+// The command line in this process: exit codes and messages.
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
 
+#include "em_pni/interface_tag.h"
 #include "host/commands/command_line.h"
 #include "tests/temp_directory.h"
 
@@ -35,10 +39,10 @@ bool contains(const std::string& text, const std::string& part) {
 TEST(HostCheck, ContinuesAfterABadFile) {
     const test::CTempDirectory folder;
     const std::string large = folder.Write("large.fru", std::string(1048577, 'x'));
-    const Outcome outcome = run({"check", folder.File("none.fru"), "/dev/zero", large,
+    const Outcome outcome = run({"check", folder.File("n\033ne.fru"), "/dev/zero", large,
                                  samplePath("cut-short.fru"), samplePath("three-modules.fru")});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_TRUE(contains(outcome.errors, "none.fru: No such file")) << outcome.errors;
+    EXPECT_TRUE(contains(outcome.errors, "n?ne.fru: No such file")) << outcome.errors;
     EXPECT_EQ(outcome.output, samplePath("cut-short.fru") +
                                   ": INSUFFICENT_DATA_ERR [8], record at byte 18: expected an "
                                   "end at byte 825 or before, found an end at byte 826\n" +
@@ -46,23 +50,42 @@ TEST(HostCheck, ContinuesAfterABadFile) {
     const std::string good = samplePath("three-modules.fru");
     EXPECT_EQ(run({"check", samplePath("cut-short.fru"), good}).code, 1);
     EXPECT_EQ(run({"check", good}).code, 0);
+    const Outcome json = run({"check", "--json", "\xFF\u009B"});
+    EXPECT_TRUE(json.output.starts_with(R"([{"path":"\uFFFD\u009B","error":)")) << json.output;
 }
 
-TEST(HostCommandLine, BadArgumentsReturn2AndHelpReturns0) {
-    const std::string sample = samplePath("three-modules.fru");
-    for (const auto& arguments : std::vector<std::vector<std::string>>{
-             {"create", sample, "--force", "--format-version", "10"},
-             {"create", sample, "--force", "--size", "0"},
-             {"create", sample, "--force", "--size", "1048577"},
-             {"run", "--once"},
-             {"run", "--fru", sample, "--once", "--watch"},
-             {"run", "--fru", sample, "--once", "--capacity", "0"},
-             {"event", "deleted", sample},
-             {"run", "--fru", sample, "--once", "--cycle", "0"},
-             {"run", "--fru", sample, "--once", "--cycle", "4294967296"}}) {
+TEST(HostCommandLine, ARefusalSaysWhy) {
+    const test::CTempDirectory folder;
+    const auto copyOf = [&folder](const std::string& name) {
+        return folder.Write(name, test::contentOf(samplePath(name)));
+    };
+    const std::string good = copyOf("onboard-only.fru");
+    const std::string bad = copyOf("bad-record-checksum.fru");
+    for (const auto& [line, code, text] : std::vector<std::tuple<const char*, int, const char*>>{
+             {"", 2, "a command is missing"},
+             {"create GOOD --force --format-version 10", 2, "10 not in {11,12}"},
+             {"create GOOD --force --size 0", 2, "0 not in range 1 to 1048576"},
+             {"create GOOD --force --size 1048577", 2, "1048577 not in range 1 to 1048576"},
+             {"event deleted GOOD", 2, "deleted not in {added,changed"},
+             {"query BAD", 1, "no valid record: CHECKSUM_ERR [2], checksum of the record at byte"},
+             {"query GOOD --technology none", 2, "none not in {CNA,FC"},
+             {"query GOOD --fields Speed,Sped", 2, "\"Sped\" is no member"},
+             {"run --once", 2, "--fru is required"},
+             {"run --once --fru GOOD --watch", 2, "--watch excludes --once"},
+             {"run --once --fru GOOD --capacity 0", 2, "0 not in range 1 to 1048576"},
+             {"run --once --fru GOOD --cycle 0", 2, "0 not in range 1 to 4294967295"},
+             {"run --once --fru GOOD --cycle 4294967296", 2, "not in range 1 to 4294967295"},
+             {"run --once --fru BAD", 1, "no valid record: CHECKSUM_ERR [2], checksum"},
+             {"run --once --fru none", 2, "\"pni-host create\""},
+             {"run --once --fru /dev/none", 2, "ipmi_devintf"}}) {
+        std::istringstream words(line);
+        std::vector<std::string> arguments(std::istream_iterator<std::string>(words), {});
+        std::ranges::replace(arguments, "GOOD", good);
+        std::ranges::replace(arguments, "BAD", bad);
         const Outcome outcome = run(arguments);
-        EXPECT_EQ(outcome.code, 2) << testing::PrintToString(arguments);
-        EXPECT_NE(outcome.errors, "");
+        EXPECT_EQ(outcome.code, code) << line;
+        EXPECT_TRUE(outcome.errors.starts_with("pni-host: ")) << outcome.errors;
+        EXPECT_TRUE(contains(outcome.errors, text)) << line << ": " << outcome.errors;
     }
     EXPECT_EQ(run({"run", "--help"}).code, 0);
 }
@@ -130,7 +153,9 @@ TEST(HostModuleLibrary, AFileThatIsNotTheModuleIsRefused) {
              {folder.File("none.so"), "none.so"},
              {folder.Write("text.so", "no library"), "text.so"},
              {EM_PNI_BINARY_DIR "/host_no_module.so", "does not export EM_Create"},
-             {EM_PNI_BINARY_DIR "/host_other_module.so", "its name is \"EM_OTHER\""}}) {
+             {EM_PNI_BINARY_DIR "/host_other_module.so", "its name is \"EM_OTHER\""},
+             {EM_PNI_BINARY_DIR "/host_foreign_module.so",
+              "; expected: " + tagText(interfaceTag)}}) {
         const Outcome outcome = run({"query", sample, "--module", path});
         EXPECT_EQ(outcome.code, 2) << path;
         EXPECT_TRUE(contains(outcome.errors, message)) << outcome.errors;

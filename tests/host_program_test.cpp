@@ -157,17 +157,6 @@ TEST(HostRun, TellsSystemdHowItIsAndReloads) {
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
 }
 
-TEST(HostRun, AModuleWithAnotherRapidJsonIsRefused) {
-    const test::CTempDirectory folder;
-    CProgram program({"query", folder.Write("a.fru", "A"), "--module",
-                      EM_PNI_BINARY_DIR "/host_foreign_module.so"});
-    EXPECT_EQ(program.Wait(), 2);
-    EXPECT_TRUE(contains(program.Errors(),
-                         "host_foreign_module.so: the module has another interface: interface "))
-        << program.Errors();
-    EXPECT_TRUE(contains(program.Errors(), "; expected: " + tagText(interfaceTag)));
-}
-
 // For the real module, which is in the folder of the program.
 std::string sample(const std::string& name) {
     return test::contentOf(std::string(EM_PNI_TEST_DATA) + "/" + name);
@@ -191,26 +180,6 @@ TEST(HostEndToEnd, QueryShowsTheRecordAsJsonAndAsTree) {
     EXPECT_TRUE(contains(tree.Output(), "a.fru: 1 module\n└─ module 4\n")) << tree.Output();
     EXPECT_TRUE(contains(tree.Output(), "function 0: WWPN 10:00:00:10:9B:00:00:02\n"))
         << tree.Output();
-}
-
-TEST(HostEndToEnd, ARefusalSaysWhy) {
-    const test::CTempDirectory folder;
-    const std::string good = folder.Write("good.fru", sample("onboard-only.fru"));
-    const std::string bad = folder.Write("bad.fru", sample("bad-record-checksum.fru"));
-    for (const auto& [arguments, code, text] :
-         std::vector<std::tuple<std::vector<std::string>, int, std::string>>{
-             {{"query", bad},
-              1,
-              "no valid record: CHECKSUM_ERR [2], checksum of the record at byte"},
-             {{"query", good, "--technology", "none"}, 2, "none not in {CNA,FC"},
-             {{"query", good, "--fields", "Speed,Sped"}, 2, "\"Sped\" is no member"},
-             {{"run", "--once", "--fru", bad}, 1, "no valid record: CHECKSUM_ERR [2], checksum"},
-             {{"run", "--once", "--fru", "none"}, 2, "\"pni-host create\""}}) {
-        CProgram program(arguments);
-        EXPECT_EQ(program.Wait(), code) << testing::PrintToString(arguments);
-        EXPECT_TRUE(program.Errors().starts_with("pni-host: ")) << program.Errors();
-        EXPECT_TRUE(contains(program.Errors(), text)) << program.Errors();
-    }
 }
 
 }  // namespace

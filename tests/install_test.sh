@@ -35,7 +35,8 @@ compile() {
 } >"$work/package.log" 2>&1 & package=$!
 # shellcheck disable=SC2046  # the flags are several words
 compile pc_host $(pkg-config --cflags --libs em_pni) & pc=$!
-compile plain_host -I "$prefix/include" & plain=$!
+# <netdb.h> has macros with names of ours.
+compile plain_host -I "$prefix/include" -include netdb.h & plain=$!
 compile other_host -I "$prefix/include" -D RAPIDJSON_48BITPOINTER_OPTIMIZATION=0 & other=$!
 wait "$package" || fail "$(<"$work/package.log")"
 wait "$pc"

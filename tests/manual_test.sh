@@ -20,14 +20,14 @@ same() {
 }
 
 help=$("$program" --help)
-commands=$(sed '1,/^subcommands:$/Id; /^$/,$d' <<<"$help" | awk '{ print $1 }')
+commands=$(sed '1,/^commands:$/Id; /^$/,$d' <<<"$help" | awk '{ print $1 }')
 [ "$(wc -w <<<"$commands")" -ge 5 ] || { echo "the help has no commands" >&2; exit 1; }
 same completion "$(offered '' | tr ' ' '\n')" "$commands"
 same manual "$(sed -n 's/^\.SS pni\\-host //p' "$manual")" "$commands"
 
 for command in '' $commands; do
     options=$("$program" ${command:+"$command"} --help | grep -oE '^  -[^ ]+' |
-        sed 's/{[^}]*}//g' | tr -d ' ' | tr , '\n')
+        tr -d ' ' | tr , '\n')
     same "completion of $command" "$(offered ${command:+"$command"} - | tr ' ' '\n')" "$options"
     [ -z "$command" ] || options=$(grep -vxE -- '-h|--help' <<<"$options" || true)
     same "manual of $command" "$(tr -d '\\' <"$manual" | awk -v command="$command" '
@@ -40,6 +40,7 @@ for command in '' $commands; do
         { tagged = $0 == ".TP" }')" "$options"
 done
 
+same "words of --color" "$(offered --color '')" "auto always never"
 same "words of event" "$(offered event '')" "added changed removed address shutdown"
 same "words of --format-version" "$(offered create --format-version '')" "11 12"
 same "words of --technology" "$(offered query --technology '')" "CNA FC IB Eth NIC SAS"

@@ -36,5 +36,5 @@ if journalctl -o cat -u pni-host | grep -i 'not \|cannot\|denied\|error'; then e
 rm -r /etc/systemd/system/pni-host.service.d  # there is no controller here
 systemctl daemon-reload
 if systemctl start pni-host; then exit 1; fi
-journalctl -o cat -u pni-host | grep '/dev/ipmi0: No such file'
+journalctl -o cat -u pni-host | grep '/dev/ipmi0: no such device'
 systemctl stop pni-host

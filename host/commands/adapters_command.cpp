@@ -18,7 +18,7 @@ int listAdapters(const AdaptersOptions& options, CConsole& console) {
     } else if (adapters.empty()) {
         console.Line("no network or Fibre Channel adapters found");
     } else {
-        console.Text(adapterTree(adapters));
+        console.Text(adapterTree(adapters, console.OutputTerminal()));
     }
     return exitDone;
 }

@@ -38,9 +38,10 @@ void show(const Verdict& verdict, CConsole& console) {
         console.Error(verdict.error);
         return;
     }
-    console.Line(printable(verdict.path) + ": " +
+    console.Text(printable(verdict.path) + ": " +
                  (verdict.fault ? console.Painted(textOf(*verdict.fault), Color::red)
-                                : console.Painted("SUCCESS [0]", Color::green)));
+                                : console.Painted("SUCCESS [0]", Color::green)) +
+                 "\n");
 }
 
 void write(JsonWriter& writer, const Verdict& verdict) {

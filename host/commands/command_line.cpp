@@ -5,7 +5,6 @@
 #include <exception>
 #include <functional>
 #include <limits>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -87,10 +86,9 @@ void addJsonFlag(CLI::App& command, bool& json, const std::string& description) 
 }
 
 void addCardsFlag(CLI::App& command, bool& cards) {
-    command.add_flag(
-        "--cards,!--no-cards", cards,
-        "In the first cycle, add new cards in slots and remove\nthose that are gone, or "
-        "do not. Default: --cards");
+    command.add_flag("--cards,!--no-cards", cards,
+                     "Add new cards in slots and remove cards that are gone\n"
+                     "in the first cycle, or leave them. Default: --cards");
 }
 
 CLI::Validator oneOf(const std::vector<std::string>& words) {
@@ -127,8 +125,8 @@ void addCheck(CLI::App& app, Action& action) {
                 "expected, found; or error");
     addControllerOptions(*command, options->common);
     command->footer(
-        "Prints a line for each. Exit code: 0 all are valid, 1 one is not valid, 2 one cannot be\n"
-        "read.\n\nExamples:\n  pni-host check board.fru spare.fru\n  pni-host check /dev/ipmi0");
+        "Prints a line for each FRU. Exit code: 0 all are valid, 1 one is not valid, 2 one cannot\n"
+        "be read.\n\nExamples:\n  pni-host check board.fru spare.fru\n  pni-host check /dev/ipmi0");
     setAction(*command, action, options, checkFiles);
 }
 
@@ -155,8 +153,9 @@ void addQuery(CLI::App& app, Action& action) {
     command->add_flag("--tree", options->tree, "Print a tree of modules, ports and functions");
     addModuleOption(*command, options->module);
     command->footer(
-        "Exit code: 0 done, 1 the module refuses (standard error has its status), 2 the FRU data\n"
-        "or the module cannot be used.\n\nExamples:\n  pni-host query board.fru --tree\n"
+        "Exit code: 0 done, 1 the record is not valid or the module refuses, 2 the FRU data or "
+        "the\n"
+        "module cannot be used.\n\nExamples:\n  pni-host query board.fru --tree\n"
         "  pni-host query board.fru --technology FC --fields ActiveWWPN,Speed,SpeedUnit");
     setAction(*command, action, options, queryFile);
 }
@@ -213,6 +212,30 @@ void addCreate(CLI::App& app, Action& action) {
     setAction(*command, action, options, createImage);
 }
 
+void addLimitOptions(CLI::App& command, RunOptions& options) {
+    command
+        .add_option("--cycle", options.cycle,
+                    "Run a cycle every MS milliseconds, 1 to 4294967295;\n"
+                    "4294967295 = only after events. Default: as in\n"
+                    "em_pni.ini, first looked for in the current folder")
+        ->type_name("MS")
+        ->check(fromOneTo(std::numeric_limits<std::uint32_t>::max()));
+    command
+        .add_option("--capacity", options.capacity,
+                    "Refuse a record of more than BYTES bytes, as a\n"
+                    "controller with a small FRU device does. 1 to\n"
+                    "1048576. Default: 1048576")
+        ->type_name("BYTES")
+        ->check(fromOneTo(CFruImage::maxSize));
+    command
+        .add_option("--write-interval", options.writeInterval,
+                    "After a write, wait MS milliseconds before the next\n"
+                    "change of an address is reported to the module. 0 to\n"
+                    "3600000. Default: 5000")
+        ->type_name("MS")
+        ->check(CLI::Range(0U, longestWriteInterval).description(""));
+}
+
 void addRun(CLI::App& app, Action& action) {
     const auto options = std::make_shared<RunOptions>();
     CLI::App* const command =
@@ -223,26 +246,7 @@ void addRun(CLI::App& app, Action& action) {
     command->add_flag("--once", options->once,
                       "Run one cycle. Default: run until SIGINT, SIGTERM,\n"
                       "SIGHUP, or until nobody reads the output");
-    command
-        ->add_option("--cycle", options->cycle,
-                     "Run a cycle every MS milliseconds, 1 to 4294967295;\n"
-                     "4294967295 = only after events. Default: as in\n"
-                     "em_pni.ini, first looked for in the current folder")
-        ->type_name("MS")
-        ->check(fromOneTo(std::numeric_limits<std::uint32_t>::max()));
-    command
-        ->add_option("--capacity", options->capacity,
-                     "Refuse a record of more bytes, as a controller with\n"
-                     "a small FRU device does. 1 to 1048576, the default")
-        ->type_name("BYTES")
-        ->check(fromOneTo(CFruImage::maxSize));
-    command
-        ->add_option("--write-interval", options->writeInterval,
-                     "After a write, wait MS milliseconds before the next\n"
-                     "change of an address is reported to the module. 0 to\n"
-                     "3600000. Default: 5000")
-        ->type_name("MS")
-        ->check(CLI::Range(0U, longestWriteInterval).description(""));
+    addLimitOptions(*command, *options);
     addJsonFlag(*command, options->style.json,
                 "Print a JSON object in each line: time, event, text\nand what belongs to it");
     command->add_flag("--time,!--no-time", options->style.hasTime,
@@ -255,13 +259,16 @@ void addRun(CLI::App& app, Action& action) {
                           "--watch; --no-watch with --once");
     addModuleOption(*command, options->module);
     command->footer(
-        "Prints a line for each read, write and change. Exit code: 0 done, 1 a write failed or\n"
-        "the record is not valid, 2 the FRU data or the module cannot be used, another pni-host\n"
-        "is using the FRU data, or a controller has no valid record. As a service of systemd,\n"
-        "SIGHUP reads the configuration of the module again.\n\n"
-        "A signal is announced to the module as a shutdown: the module writes nothing more. A\n"
-        "change that waits for --write-interval then is stored by the first cycle of the next\n"
-        "run.\n\n"
+        "Prints a line for each read, write and change. Exit code: 0 done, 1 the last write\n"
+        "failed, the record in a file is not valid or the module reports a failure, 2 the FRU "
+        "data\n"
+        "or the module cannot be used, another pni-host is using the FRU data, or a controller "
+        "has\n"
+        "no valid record.\n\n"
+        "A signal that ends the run is a shutdown for the module: it writes nothing more. The "
+        "first\n"
+        "cycle of the next run stores a change that waits for --write-interval. In a service of\n"
+        "systemd SIGHUP does not end the run: the module reads its configuration again.\n\n"
         "Examples:\n  pni-host run --fru board.fru --once\n"
         "  pni-host run --fru /dev/ipmi0");
     command->callback([&action, options, watch] {
@@ -274,7 +281,7 @@ void addRun(CLI::App& app, Action& action) {
 
 void addBackup(CLI::App& app, Action& action) {
     const auto options = std::make_shared<BackupOptions>();
-    CLI::App* const command = app.add_subcommand("backup", "Copy whole FRU data to a file");
+    CLI::App* const command = app.add_subcommand("backup", "Copy the whole FRU data to a file");
     addFruArgument(*command, "FRU", options->source,
                    "IPMI device or image file; it does not change");
     addFileArgument(*command, options->file, "File to create; only its owner can read it");
@@ -289,7 +296,7 @@ void addBackup(CLI::App& app, Action& action) {
 
 void addRestore(CLI::App& app, Action& action) {
     const auto options = std::make_shared<RestoreOptions>();
-    CLI::App* const command = app.add_subcommand("restore", "Copy a file to whole FRU data");
+    CLI::App* const command = app.add_subcommand("restore", "Copy a file to the whole FRU data");
     addFileArgument(*command, options->file, "File with FRU data; - for standard input");
     addFruArgument(*command, "FRU", options->target, "IPMI device or image file to change");
     command->add_flag("--force", options->force,
@@ -297,9 +304,9 @@ void addRestore(CLI::App& app, Action& action) {
                       "changes a chassis, board,\nproduct or multi-record area");
     addControllerOptions(*command, options->target);
     command->footer(
-        "Writes only bytes that differ, and compares what it has written. A shorter file is "
-        "padded\n"
-        "with zeros. Exit code: 0 done, 2 the FRU data are not or not wholly written.\n\n"
+        "Writes only bytes that differ, and compares what it has written. Pads a shorter file "
+        "with\n"
+        "zeros. Exit code: 0 done, 2 the FRU data are not written, or only in part.\n\n"
         "Example:\n  pni-host restore before.fru /dev/ipmi0");
     setAction(*command, action, options, restore);
 }
@@ -345,22 +352,38 @@ void addEvent(CLI::App& app, Action& action) {
     setAction(*command, action, options, sendEvent);
 }
 
+// The help with the words of this program.
+class CHelpFormatter final : public CLI::Formatter {
+  public:
+    CHelpFormatter() {
+        label("SUBCOMMAND", "COMMAND");
+        label("Positionals", "Arguments");
+    }
+    // "--cards,--no-cards" without the value of the second one.
+    std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+        std::string name = CLI::Formatter::make_option_name(option, isPositional);
+        return name.substr(0, name.find('{'));
+    }
+};
+
 struct CommonOptions {
     ColorChoice color = ColorChoice::automatic;
     ConsoleSettings console;
 };
 
 void addCommonOptions(CLI::App& app, CommonOptions& common) {
-    app.add_option("--color", common.color,
-                   "auto, always or never. Default: auto, on a terminal\nand without NO_COLOR")
+    app.add_option_function<std::string>(
+           "--color",
+           [&common](const std::string& word) {
+               common.color = word == "always"  ? ColorChoice::always
+                              : word == "never" ? ColorChoice::never
+                                                : ColorChoice::automatic;
+           },
+           "Use colors: auto, always or never. Default: auto,\n"
+           "which is on a terminal and without NO_COLOR")
         ->type_name("WHEN")
-        ->transform(CLI::CheckedTransformer(
-                        std::map<std::string, ColorChoice>{{"auto", ColorChoice::automatic},
-                                                           {"always", ColorChoice::always},
-                                                           {"never", ColorChoice::never}})
-                        .description(""));
-    app.add_flag("-q,--quiet", common.console.isQuiet,
-                 "Print only errors and documents for programs");
+        ->check(oneOf({"auto", "always", "never"}));
+    app.add_flag("-q,--quiet", common.console.isQuiet, "Print only errors and JSON");
     app.add_flag("-v", common.console.traceLevel,
                  "Show the module's trace on standard error: -v errors,\n-vv also requests and "
                  "events, up to -vvvvvv locks");
@@ -371,14 +394,19 @@ void addCommonOptions(CLI::App& app, CommonOptions& common) {
 std::optional<int> parse(int argc, const char* const* argv, std::ostream& output,
                          std::ostream& errors, Action& action, CommonOptions& common) {
     CLI::App app(
-        "Reference host of the extension module em_pni. FRU data may be an image file, or those\n"
-        "of a management controller behind an IPMI device such as /dev/ipmi0.",
+        "Show, check and correct the network inventory in FRU data with the extension module "
+        "em_pni.\n"
+        "FRU data are in an image file, or in a management controller behind an IPMI device such "
+        "as\n"
+        "/dev/ipmi0.",
         "pni-host");
-    app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION);
+    app.formatter(std::make_shared<CHelpFormatter>());  // for all commands
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.set_version_flag("--version", "pni-host " PNI_HOST_VERSION, "Print the version and exit");
     app.require_subcommand(0, 1);
     app.footer("\"pni-host COMMAND --help\" describes a command.");
     app.failure_message([](const CLI::App* /*app*/, const CLI::Error& error) {
-        return std::string("pni-host: ") + error.what() +
+        return "pni-host: " + printable(error.what()) +
                "\npni-host: \"pni-host --help\" and \"pni-host COMMAND --help\" describe the use\n";
     });
     addCommonOptions(app, common);
@@ -392,13 +420,16 @@ std::optional<int> parse(int argc, const char* const* argv, std::ostream& output
     addAdapters(app, action);
     addStorage(app, action);
     addCreate(app, action);
+    for (CLI::App* const command : app.get_subcommands({})) {
+        command->group("Commands");
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error, output, errors) == 0 ? exitDone : exitUnusable;
     }
     if (!action) {
-        errors << app.help();
+        errors << "pni-host: a command is missing\n\n" << app.help();
         return exitUnusable;
     }
     return std::nullopt;
@@ -434,7 +465,7 @@ int pniHost(int argc, const char* const* argv, std::ostream& output, std::ostrea
     try {
         return perform(argc, argv, output, errors, findTerminal);
     } catch (const std::exception& error) {
-        errors << "pni-host: " << error.what() << std::endl;
+        errors << "pni-host: " << printable(error.what()) << std::endl;
         return exitUnusable;
     }
 }

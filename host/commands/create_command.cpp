@@ -16,7 +16,6 @@
 #include "host/session/played_host.h"
 #include "module/krcp_connection.h"
 #include "platform/file.h"
-#include "platform/text.h"
 #include "pni/ip_update.h"
 
 namespace em_pni {
@@ -141,7 +140,7 @@ int createImage(const CreateOptions& options, CConsole& console) {
         writer.EndObject();
         console.Document(text.GetString());
     } else {
-        console.Line("created: " + printable(options.file) + ", " + std::to_string(count) +
+        console.Line("created: " + options.file + ", " + std::to_string(count) +
                      (count == 1 ? " module, " : " modules, ") + std::to_string(image.size()) +
                      " bytes");
     }

@@ -54,7 +54,7 @@ int queryFile(const QueryOptions& options, CConsole& console) {
         return exitFailed;
     }
     if (options.tree) {
-        console.Text(inventoryTree(options.source.path, *inventory));
+        console.Text(inventoryTree(options.source.path, *inventory, console.OutputTerminal()));
     } else {
         console.Document(prettyJson(*inventory));
     }

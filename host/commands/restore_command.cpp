@@ -81,7 +81,7 @@ int restore(const RestoreOptions& options, CConsole& console) {
     const Bytes stored = store.Read();
     if (const auto reason = objection(stored, image); reason && !options.force) {
         throw CHostError(store.Name() + ": not written: " + *reason +
-                         "; use --force to write it all the same");
+                         "; use --force to write it anyway");
     }
     image = fitted(std::move(image), stored.size(), store.Capacity(stored.size()));
     const auto changed = static_cast<std::size_t>(

@@ -100,8 +100,11 @@ void warnOfEndlessCycles(const RunOptions& options, CConsole& console) {
 
 int runModule(const RunOptions& options, CConsole& console) {
     if (std::error_code ignored; !std::filesystem::exists(options.source.path, ignored)) {
-        throw CHostError(options.source.path +
-                         ": no such file; \"pni-host create\" makes an image file");
+        throw CHostError(
+            options.source.path +
+            (options.source.path.starts_with("/dev/")
+                 ? ": no such device; load the kernel's drivers ipmi_si and ipmi_devintf"
+                 : ": no such file; \"pni-host create\" makes an image file"));
     }
     COpenFru fru(options.source, CFruPlace::Use::write);
     requireWritableFolder(fru.Place());

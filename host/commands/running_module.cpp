@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "host/commands/card_cycles.h"
-#include "platform/text.h"
 
 namespace em_pni {
 
@@ -88,7 +87,7 @@ void CRunningModule::RepeatDeviceEvents() {
 }
 
 void CRunningModule::Deliver(const EventReport& event) {
-    const std::string origin = printable(event.origin);
+    const std::string& origin = event.origin;
     log_.Write(
         {.event = "event",
          .text = "event: " + textOf(event.event) + (origin.empty() ? "" : " (" + origin + ")"),

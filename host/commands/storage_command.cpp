@@ -15,7 +15,7 @@ int listStorage(const StorageOptions& options, CConsole& console) {
     if (options.json) {
         console.Document(storageJson(report));
     } else {
-        console.Text(storageTree(report));
+        console.Text(storageTree(report, console.OutputTerminal()));
     }
     return exitDone;
 }

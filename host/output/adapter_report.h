@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "devscan/system_adapter.h"
+#include "host/output/terminal.h"
 #include "platform/address.h"
 
 namespace em_pni {
@@ -28,8 +29,8 @@ struct AdapterReport {
     AdapterDetails details;
 };
 
-// Lines of at most 100 columns; only a longer word exceeds them. Leaves out what is not known.
-std::string adapterTree(const std::vector<AdapterReport>& adapters);
+// Leaves out what is not known.
+std::string adapterTree(const std::vector<AdapterReport>& adapters, const Terminal& terminal = {});
 
 // An array of objects with the same members, which also have the details; null = not known.
 std::string adapterJson(const std::vector<AdapterReport>& adapters);

@@ -1,69 +1,15 @@
-#include <algorithm>
+#include <utility>
 
 #include "frudata/address_text.h"
 #include "host/output/adapter_report.h"
 #include "host/output/pci_facts.h"
+#include "host/output/text_tree.h"
 #include "platform/number.h"
 #include "platform/text.h"
 
 namespace em_pni {
 
 namespace {
-
-constexpr std::size_t columns = 100;
-constexpr std::size_t labelWidth = 12;
-
-std::size_t characterCount(std::string_view text) {
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
-}
-
-// Breaks `text` at blanks into lines of at most `width` characters. A longer word has a line of its
-// own. Returns at least one line.
-std::vector<std::string> wrapWords(std::string_view text, std::size_t width) {
-    std::vector<std::string> lines(1);
-    while (!text.empty()) {
-        const std::string_view word = text.substr(0, text.find(' '));
-        text.remove_prefix(std::min(word.size() + 1, text.size()));
-        if (word.empty()) {
-            continue;
-        }
-        std::string& line = lines.back();
-        if (line.empty()) {
-            line = word;
-        } else if (characterCount(line) + 1 + characterCount(word) <= width) {
-            line.append(" ").append(word);
-        } else {
-            lines.emplace_back(word);
-        }
-    }
-    return lines;
-}
-
-// The lines below one adapter, in two aligned columns.
-class CFactLines {
-  public:
-    explicit CFactLines(std::string indent) : indent_(std::move(indent)) {}
-
-    // Leaves out an empty fact.
-    void Add(std::string label, const std::string& fact) {
-        if (fact.empty()) {
-            return;
-        }
-        label.resize(labelWidth, ' ');
-        constexpr std::size_t indentWidth = 5;  // in columns; the line characters have more bytes
-        for (const std::string& line :
-             wrapWords(printable(validUtf8(fact)), columns - indentWidth - labelWidth)) {
-            text_.append(indent_).append(label).append(line).append("\n");
-            label.assign(labelWidth, ' ');
-        }
-    }
-    [[nodiscard]] const std::string& Text() const noexcept { return text_; }
-
-  private:
-    std::string indent_;
-    std::string text_;
-};
 
 // "name [8086:1521]"; leaves out what is not known.
 std::string namedIds(const std::string& name, std::uint16_t vendor, std::uint16_t device) {
@@ -89,33 +35,44 @@ std::string macFact(const AdapterFacts& facts) {
     return macText(facts.activeMac) + " (permanent " + macText(facts.permanentMac) + ")";
 }
 
+// The lines below an adapter, in two aligned columns. Leaves out an empty fact.
 std::string factLines(const AdapterReport& adapter, const std::string& indent) {
+    constexpr std::size_t labelWidth = 12;
     const AdapterFacts& facts = adapter.facts;
-    CFactLines lines(indent);
-    lines.Add("device", namedIds(adapter.names.device, facts.ids.vendor, facts.ids.device));
-    lines.Add("vendor", adapter.names.vendor);
-    lines.Add("subsystem",
-              namedIds(adapter.names.subVendor, facts.ids.subVendor, facts.ids.subDevice));
-    lines.Add("class", classFact(adapter));
-    lines.Add("driver", facts.driver);
-    lines.Add("interfaces", joinedFacts(facts.interfaces));
-    lines.Add("MAC", macFact(facts));
-    lines.Add("WWNN", knownNameText(facts.nodeName));
-    lines.Add("WWPN", knownNameText(facts.portName));
-    lines.Add("firmware", facts.firmware);
-    lines.Add("option ROM", facts.optionRom);
-    return lines.Text();
+    const std::vector<std::pair<std::string, std::string>> known{
+        {"device", namedIds(adapter.names.device, facts.ids.vendor, facts.ids.device)},
+        {"vendor", adapter.names.vendor},
+        {"subsystem", namedIds(adapter.names.subVendor, facts.ids.subVendor, facts.ids.subDevice)},
+        {"class", classFact(adapter)},
+        {"driver", facts.driver},
+        {"interfaces", joinedFacts(facts.interfaces)},
+        {"MAC", macFact(facts)},
+        {"WWNN", knownNameText(facts.nodeName)},
+        {"WWPN", knownNameText(facts.portName)},
+        {"firmware", facts.firmware},
+        {"option ROM", facts.optionRom}};
+    std::string lines;
+    for (auto [label, fact] : known) {
+        if (!fact.empty()) {
+            label.resize(labelWidth, ' ');
+            lines.append(indent).append(label).append(printable(fact)).append("\n");
+        }
+    }
+    return lines;
 }
 
 }  // namespace
 
-std::string adapterTree(const std::vector<AdapterReport>& adapters) {
+std::string adapterTree(const std::vector<AdapterReport>& adapters, const Terminal& terminal) {
     std::string tree = std::to_string(adapters.size()) +
                        (adapters.size() == 1 ? " adapter function\n" : " adapter functions\n");
     for (const AdapterReport& adapter : adapters) {
         const bool last = &adapter == &adapters.back();
-        tree += (last ? "└─ " : "├─ ") + pciAddressText(adapter.facts.address) + " " +
-                slotText(adapter.facts.slot) + "\n";
+        const std::string name =
+            pciAddressText(adapter.facts.address) + " " + slotText(adapter.facts.slot);
+        const bool hasSlot = adapter.facts.slot != unknownSlot;
+        tree += (last ? "└─ " : "├─ ") +
+                painted(name, hasSlot ? Color::cyan : Color::yellow, terminal) + "\n";
         tree += factLines(adapter, last ? "     " : "│    ");
     }
     return tree;

@@ -4,15 +4,11 @@
 
 namespace em_pni {
 
-void writeText(JsonWriter& writer, std::string_view text) {
-    const std::string valid = validUtf8(text);
-    writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
-}
-
 void writeMember(JsonWriter& writer, const char* key, std::string_view text) {
     if (!text.empty()) {
+        const std::string valid = validUtf8(text);
         writer.Key(key);
-        writeText(writer, text);
+        writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
     }
 }
 

@@ -11,10 +11,11 @@
 
 namespace em_pni {
 
-using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+// Writes ASCII: other characters become \uXXXX.
+using JsonWriter =
+    rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>>;
 
-// A text from outside becomes valid UTF-8.
-void writeText(JsonWriter& writer, std::string_view text);
+// Leaves out an empty text. Bytes that are not UTF-8 become U+FFFD.
 void writeMember(JsonWriter& writer, const char* key, std::string_view text);
 
 // An array of objects. Members that have no value are left out:

@@ -1,7 +1,5 @@
 #include "host/output/console.h"
 
-#include "platform/text.h"
-
 namespace em_pni {
 
 void CConsole::Text(std::string_view text) {
@@ -18,15 +16,21 @@ void CConsole::Document(std::string_view document) {
 }
 
 void CConsole::Error(std::string_view text) {
-    const std::string line =
-        painted("pni-host:", Color::red, errorTerminal_).append(" ").append(text).append("\n");
+    const std::string line = painted("pni-host:", Color::red, errorTerminal_)
+                                 .append(" ")
+                                 .append(printable(text))
+                                 .append("\n");
     const CRecursiveLockGuard guard(lock_);
     errors_ << fitted(line, errorTerminal_) << std::flush;
 }
 
 void CConsole::Trace(std::string_view line) {
     const CRecursiveLockGuard guard(lock_);
-    errors_ << printable(line) << '\n' << std::flush;
+    do {
+        const std::string part = printable(takeUntil(line, '\n')) + '\n';
+        errors_ << fitted(part, {.isUtf8 = errorTerminal_.isUtf8});
+    } while (!line.empty());
+    errors_.flush();
 }
 
 bool CConsole::AllWritten() {

@@ -8,6 +8,7 @@
 
 #include "host/output/terminal.h"
 #include "platform/recursive_lock.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -33,18 +34,21 @@ class CConsole {
           errorTerminal_(errorTerminal),
           settings_(settings) {}
 
-    // Lines for people, made to fit the terminal. Not written when only errors are wanted.
+    // Lines for people, made to fit the terminal. Not written when only errors are wanted. `text`
+    // may have colors: the caller makes its parts printable.
     void Text(std::string_view text);
-    void Line(std::string_view text) { Text(std::string(text) + '\n'); }
+    // A line of any bytes: what is not printable is replaced.
+    void Line(std::string_view text) { Text(printable(text) + '\n'); }
+    [[nodiscard]] const Terminal& OutputTerminal() const noexcept { return outputTerminal_; }
     // `text` in this color if the terminal of standard output has colors.
     [[nodiscard]] std::string Painted(std::string_view text, Color color) const {
         return painted(text, color, outputTerminal_);
     }
     // A document for programs, as it is and with a newline.
     void Document(std::string_view document);
-    // Writes a line with the program's name before it to standard error.
+    // Writes a line with the program's name before it to standard error. `text` may have any bytes.
     void Error(std::string_view text);
-    // Writes a trace line of the module to standard error.
+    // Writes a trace line of the module to standard error. It may have newlines inside.
     void Trace(std::string_view line);
     // What the user wants of the module's trace, as its level. 0 = nothing.
     [[nodiscard]] std::uint32_t TraceLevel() const noexcept { return settings_.traceLevel; }

@@ -8,7 +8,7 @@
 
 namespace em_pni {
 
-// One difference. Texts are printable; empty = there is none.
+// One difference. Texts of the document are printable; empty = there is none.
 struct InventoryChange {
     enum class Kind { changed, added, removed };
 
@@ -23,7 +23,7 @@ struct InventoryChange {
     std::string after;
     std::string slot;  // "slot 5", "onboard": as the record says
     std::string pciAddress;
-    std::string interface;  // a reader of the machine may fill it
+    std::string interface;  // filled by who knows the machine; may have any bytes
 };
 
 // "changed", "added" or "removed".

@@ -8,6 +8,7 @@
 
 #include "em_pni/krcp_message.h"
 #include "host/output/inventory_text.h"
+#include "host/output/text_tree.h"
 #include "platform/text.h"
 
 namespace em_pni {
@@ -16,45 +17,25 @@ namespace {
 
 using rapidjson::Value;
 
-// The facts of one line. Leaves out a fact that is empty, and a labelled fact that is "N/A".
-class CFacts {
-  public:
-    void Add(const std::string& fact) {
-        if (!fact.empty()) {
-            text_ += text_.empty() ? fact : ", " + fact;
-        }
-    }
-    void Add(const std::string& label, const std::string& fact) {
-        if (!fact.empty() && fact != "N/A") {
-            Add(label + " " + fact);
-        }
-    }
-    [[nodiscard]] const std::string& Text() const noexcept { return text_; }
-
-  private:
-    std::string text_;
-};
-
-// Only a disabled object is worth a word.
-std::string disabledText(const Value& object) {
+bool isDisabled(const Value& object) {
     const Value* const enabled = krcp::findMember(object, "Enabled");
-    return enabled != nullptr && enabled->IsFalse() ? "disabled" : "";
+    return enabled != nullptr && enabled->IsFalse();
+}
+
+std::string disabledText(const Value& object) {
+    return isDisabled(object) ? "disabled" : "";
 }
 
 std::string moduleFacts(const Value& module) {
-    CFacts facts;
-    facts.Add(textMember(module, "ModuleName"));
-    facts.Add(textMember(module, "ModuleType"));
-    facts.Add(textMember(module, "TechnologyType"));
-    facts.Add("firmware", textMember(module, "FirmwareVersion"));
-    facts.Add(disabledText(module));
-    return facts.Text();
+    const std::string firmware = textMember(module, "FirmwareVersion");
+    return joinedFacts({textMember(module, "ModuleName"), textMember(module, "ModuleType"),
+                        textMember(module, "TechnologyType"),
+                        labelled("firmware", firmware == "N/A" ? "" : firmware),
+                        disabledText(module)});
 }
 
 std::string portFacts(const Value& port) {
-    CFacts facts;
-    facts.Add("wake-on-LAN", textMember(port, "WolBehavior"));
-    return facts.Text();
+    return labelled("wake-on-LAN", textMember(port, "WolBehavior"));
 }
 
 std::string speedText(const Value& function) {
@@ -84,79 +65,63 @@ std::string addressText(const Value& function, const std::string& kind) {
     return active + " (manufacture " + manufacture + ")";
 }
 
-void addIpAddresses(CFacts& facts, const Value& function, const char* list) {
+std::string ipAddresses(const Value& function, const char* list) {
+    std::vector<std::string> texts;
     const Value* const addresses = krcp::findMember(function, list);
     if (addresses != nullptr && addresses->IsArray()) {
         for (const Value& address : addresses->GetArray()) {
-            facts.Add(textMember(address, "Address"));
+            texts.push_back(textMember(address, "Address"));
         }
     }
+    return joinedFacts(texts);
+}
+
+std::string vlanText(const Value& function) {
+    const auto vlan = numberMember(function, "VlanId").value_or(0);
+    return vlan == 0 ? "" : "VLAN " + std::to_string(vlan);
 }
 
 std::string functionFacts(const Value& function) {
-    CFacts facts;
-    facts.Add(textMember(function, "TechnologyType"));
-    for (const char* const kind : {"MAC", "WWPN", "GUID"}) {
-        facts.Add(kind, addressText(function, kind));
-    }
-    addIpAddresses(facts, function, "Ipv4Addresses");
-    addIpAddresses(facts, function, "Ipv6Addresses");
-    facts.Add(speedText(function));
-    if (const auto vlan = numberMember(function, "VlanId"); vlan.value_or(0) != 0) {
-        facts.Add("VLAN", std::to_string(*vlan));
-    }
-    facts.Add("PCI", pciText(function));
-    facts.Add(disabledText(function));
-    return facts.Text();
+    return joinedFacts(
+        {textMember(function, "TechnologyType"), labelled("MAC", addressText(function, "MAC")),
+         labelled("WWPN", addressText(function, "WWPN")),
+         labelled("GUID", addressText(function, "GUID")), ipAddresses(function, "Ipv4Addresses"),
+         ipAddresses(function, "Ipv6Addresses"), speedText(function), vlanText(function),
+         labelled("PCI", pciText(function)), disabledText(function)});
 }
 
 constexpr std::array factsOfLevel{moduleFacts, portFacts, functionFacts};
 
-std::string nodeText(std::size_t depth, const Value& node) {
-    const InventoryLevel& level = inventoryLevels[depth];
-    const Value* const id = krcp::findMember(node, level.id);
-    const std::string facts = factsOfLevel[depth](node);
-    std::string text = level.label;
-    if (id != nullptr) {
-        text.append(" ").append(valueText(*id));
+std::vector<TreeNode> nodesBelow(std::size_t depth, const Value& parent) {
+    std::vector<TreeNode> nodes;
+    if (depth == inventoryLevels.size()) {
+        return nodes;
     }
-    return facts.empty() ? text : text.append(": ").append(facts);
-}
-
-std::vector<const Value*> nodesBelow(std::size_t depth, const Value& parent) {
-    std::vector<const Value*> nodes;
-    const Value* const list = krcp::findMember(parent, inventoryLevels[depth].list);
-    if (list != nullptr && list->IsArray()) {
-        for (const Value& node : list->GetArray()) {
-            if (node.IsObject()) {
-                nodes.push_back(&node);
-            }
+    const InventoryLevel& level = inventoryLevels[depth];
+    const Value* const list = krcp::findMember(parent, level.list);
+    if (list == nullptr || !list->IsArray()) {
+        return nodes;
+    }
+    for (const Value& object : list->GetArray()) {
+        if (!object.IsObject()) {
+            continue;
         }
+        const Value* const id = krcp::findMember(object, level.id);
+        const std::string facts = factsOfLevel[depth](object);
+        nodes.push_back({level.label + (id != nullptr ? " " + valueText(*id) : std::string()),
+                         facts.empty() ? facts : ": " + facts, nodesBelow(depth + 1, object),
+                         isDisabled(object) ? Color::yellow : Color::cyan});
     }
     return nodes;
 }
 
-void appendNodes(std::string& tree, std::size_t depth, const Value& parent,
-                 const std::string& indent) {
-    if (depth == inventoryLevels.size()) {
-        return;
-    }
-    const std::vector<const Value*> nodes = nodesBelow(depth, parent);
-    for (const Value* const node : nodes) {
-        const bool last = node == nodes.back();
-        tree += indent + (last ? "└─ " : "├─ ") + nodeText(depth, *node) + "\n";
-        appendNodes(tree, depth + 1, *node, indent + (last ? "   " : "│  "));
-    }
-}
-
 }  // namespace
 
-std::string inventoryTree(std::string_view title, const Value& inventory) {
-    const std::size_t modules = nodesBelow(0, inventory).size();
-    std::string tree = printable(title) + ": " + std::to_string(modules) +
-                       (modules == 1 ? " module\n" : " modules\n");
-    appendNodes(tree, 0, inventory, "");
-    return tree;
+std::string inventoryTree(std::string_view title, const Value& inventory,
+                          const Terminal& terminal) {
+    const std::vector<TreeNode> modules = nodesBelow(0, inventory);
+    return printable(title) + ": " + std::to_string(modules.size()) +
+           (modules.size() == 1 ? " module\n" : " modules\n") + treeText(modules, terminal);
 }
 
 }  // namespace em_pni

@@ -1,4 +1,5 @@
-// Writes the members of JSON objects. Texts may hold any bytes.
+// Writes JSON that is ASCII: other characters become \uXXXX, so no text controls the terminal.
+// Texts may hold any bytes; those that are not UTF-8 become U+FFFD.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +14,8 @@ namespace em_pni {
 
 class CJsonMembers {
   public:
-    using Writer = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+    using Writer =
+        rapidjson::PrettyWriter<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>>;
 
     explicit CJsonMembers(Writer& writer) : writer_(writer) {}
 

@@ -20,16 +20,6 @@ std::string slotText(std::uint32_t slot) {
     return slot == 0 ? "onboard" : "slot " + std::to_string(slot);
 }
 
-std::string joinedFacts(const std::vector<std::string>& facts) {
-    std::string all;
-    for (const std::string& fact : facts) {
-        if (!fact.empty()) {
-            all += all.empty() ? fact : ", " + fact;
-        }
-    }
-    return all;
-}
-
 void writePciIds(CJsonMembers& members, const PciIds& ids, const AdapterNames& names) {
     members.Text("VendorId", knownIdText(ids.vendor));
     members.Text("Vendor", names.vendor);

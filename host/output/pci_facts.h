@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "devscan/adapter_names.h"
 #include "host/output/json_members.h"
@@ -12,9 +11,6 @@ namespace em_pni {
 
 // "onboard", "slot 4", "slot unknown".
 std::string slotText(std::uint32_t slot);
-
-// The texts with commas between them. Leaves out empty ones.
-std::string joinedFacts(const std::vector<std::string>& facts);
 
 // The members from "VendorId" to "SubDeviceId".
 void writePciIds(CJsonMembers& members, const PciIds& ids, const AdapterNames& names);

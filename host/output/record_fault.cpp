@@ -38,6 +38,16 @@ RecordFault outsideFault(CByteView image, const char* what, std::size_t place, s
             "an end at byte " + std::to_string(begin + length)};
 }
 
+// One of the first two bytes of the internal use area at `area` is not 1.
+RecordFault areaFormatFault(CByteView image, std::size_t area) {
+    const std::size_t version = area + InternalUseArea::iuaFormatVersion;
+    if (image.U8(version) != 1) {
+        return byteFault(image, "format version of the internal use area", version, hexByte(1));
+    }
+    return byteFault(image, "type of the internal use area", area + InternalUseArea::iuaAreaType,
+                     hexByte(1));
+}
+
 RecordFault faultOfFrame(CByteView image, const RecordFrame& frame) {
     const std::size_t area = frame.internalUseArea;
     const std::size_t header = frame.multirecordHeader;
@@ -59,15 +69,8 @@ RecordFault faultOfFrame(CByteView image, const RecordFrame& frame) {
         case FrameFault::badAreaChecksum:
             return checksumFault(image, "checksum of the internal use area",
                                  area + InternalUseArea::iuaChecksum, area, InternalUseArea::size);
-        case FrameFault::badAreaFormat: {
-            const bool isVersion = image.U8(area + InternalUseArea::iuaFormatVersion) != 1;
-            return byteFault(image,
-                             isVersion ? "format version of the internal use area"
-                                       : "type of the internal use area",
-                             area + (isVersion ? InternalUseArea::iuaFormatVersion
-                                               : InternalUseArea::iuaAreaType),
-                             hexByte(1));
-        }
+        case FrameFault::badAreaFormat:
+            return areaFormatFault(image, area);
         case FrameFault::headerOutside: {
             const std::size_t place = area + InternalUseArea::pniRecordOffset;
             return outsideFault(image, "header of the record", place, area + unit * image.U8(place),

@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "host/output/change_json.h"
+#include "platform/text.h"
 
 namespace em_pni {
 
@@ -53,8 +54,10 @@ void CRunLog::Write(const RunReport& report) {
 
 // One call of the console: no other line comes between.
 void CRunLog::WriteText(const RunReport& report) {
-    const std::string text =
-        report.color ? console_.Painted(report.text, *report.color) : report.text;
+    std::string text = printable(report.text);
+    if (report.color) {
+        text = console_.Painted(text, *report.color);
+    }
     console_.Text((style_.hasTime ? localTime().text + ' ' : std::string()) + text + '\n' +
                   changeLines(report.changes, console_));
 }
@@ -88,7 +91,8 @@ std::string changeLines(const std::vector<InventoryChange>& changes, const CCons
     std::string lines;
     for (const InventoryChange& change : changes) {
         const std::string word = std::string(wordOf(change.kind)) + ':';
-        lines += "  " + console.Painted(word, colorOf(change.kind)) + ' ' + textOf(change) + '\n';
+        lines += "  " + console.Painted(word, colorOf(change.kind)) + ' ' +
+                 printable(textOf(change)) + '\n';
     }
     return lines;
 }

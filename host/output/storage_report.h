@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "devscan/adapter_names.h"
+#include "host/output/terminal.h"
 #include "storage/storage_inventory.h"
 
 namespace em_pni {
@@ -16,7 +17,7 @@ struct StorageReport {
 
 // Controllers, their disks, partitions, volumes, mounts. A line for each. A device below several
 // others has its own lines only below the first.
-std::string storageTree(const StorageReport& report);
+std::string storageTree(const StorageReport& report, const Terminal& terminal = {});
 
 std::string storageJson(const StorageReport& report);
 

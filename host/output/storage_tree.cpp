@@ -6,25 +6,12 @@
 #include "host/output/adapter_report.h"
 #include "host/output/pci_facts.h"
 #include "host/output/storage_report.h"
+#include "host/output/text_tree.h"
 #include "platform/text.h"
 
 namespace em_pni {
 
 namespace {
-
-// A line of the tree and the lines below it.
-struct Node {
-    std::string text;
-    std::vector<Node> children{};
-};
-
-void print(const std::vector<Node>& nodes, const std::string& indent, std::string& tree) {
-    for (const Node& node : nodes) {
-        const bool isLast = &node == &nodes.back();
-        tree += indent + (isLast ? "└─ " : "├─ ") + printable(validUtf8(node.text)) + "\n";
-        print(node.children, indent + (isLast ? "   " : "│  "), tree);
-    }
-}
 
 // "931.5 GiB"
 std::string sizeText(std::uint64_t bytes) {
@@ -38,11 +25,6 @@ std::string sizeText(std::uint64_t bytes) {
     static_cast<void>(std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s",
                                     size, units.at(unit)));
     return text.data();
-}
-
-// `label`, a blank and `fact`; empty without a fact.
-std::string labelled(const std::string& label, const std::string& fact) {
-    return fact.empty() ? std::string() : label + " " + fact;
 }
 
 std::string quoted(const std::string& text) {
@@ -101,20 +83,18 @@ std::string deviceText(const BlockDevice& device) {
             device.kind == BlockKind::volume ? volumeFacts(device.volume) : diskFacts(device);
     }
     const bool hasSize = device.size > 0 || device.kind != BlockKind::optical;
-    return device.name + " " +
-           joinedFacts({device.type, hasSize ? sizeText(device.size) : "no medium", kindFacts,
-                        contentFacts(device), device.readOnly ? "read-only" : ""});
+    return " " + joinedFacts({device.type, hasSize ? sizeText(device.size) : "no medium", kindFacts,
+                              contentFacts(device), device.readOnly ? "read-only" : ""});
 }
 
 std::string mountText(const Mount& mount) {
-    return mount.target + " " +
-           joinedFacts({mount.bind ? "bind mount" : "mount",
-                        mount.root == "/" ? "" : labelled("of", mount.root), mount.options,
-                        mount.covered ? "covered" : ""});
+    return " " + joinedFacts({mount.bind ? "bind mount" : "mount",
+                              mount.root == "/" ? "" : labelled("of", mount.root), mount.options,
+                              mount.covered ? "covered" : ""});
 }
 
 std::string swapText(const SwapArea& swap) {
-    return joinedFacts({labelled("swap", swap.isFile ? swap.path : ""), sizeText(swap.size),
+    return joinedFacts({swap.isFile ? swap.path : "", sizeText(swap.size),
                         sizeText(swap.used) + " used",
                         "priority " + std::to_string(swap.priority)});
 }
@@ -124,12 +104,12 @@ class CTreeBuilder {
     explicit CTreeBuilder(const StorageReport& report)
         : report_(report), storage_(report.storage), isShown_(storage_.devices.size()) {}
 
-    std::vector<Node> Build() {
-        std::vector<Node> nodes;
+    std::vector<TreeNode> Build() {
+        std::vector<TreeNode> nodes;
         for (std::size_t i = 0; i < storage_.controllers.size(); ++i) {
             nodes.push_back(ControllerNode(i));
         }
-        Node others{"no PCI controller"};
+        TreeNode others{"no PCI controller"};
         AddRoots(others, [](const BlockDevice& device) { return device.disk.controllers.empty(); });
         // Devices that are made of each other.
         for (std::size_t i = 0; i < storage_.devices.size(); ++i) {
@@ -138,7 +118,7 @@ class CTreeBuilder {
             }
         }
         for (const SwapArea& swap : storage_.swapFiles) {
-            others.children.push_back({swapText(swap)});
+            others.children.push_back({"swap", " " + swapText(swap)});
         }
         if (!others.children.empty()) {
             nodes.push_back(std::move(others));
@@ -147,12 +127,12 @@ class CTreeBuilder {
     }
 
   private:
-    Node ControllerNode(std::size_t index) {
+    TreeNode ControllerNode(std::size_t index) {
         const StorageController& one = storage_.controllers[index];
         const AdapterNames& names = report_.names.at(index);
-        Node node{one.pciAddress + " " +
-                  joinedFacts(
-                      {slotText(one.slot.number), one.slot.designation, one.driver, names.device})};
+        TreeNode node{one.pciAddress,
+                      " " + joinedFacts({slotText(one.slot.number), one.slot.designation,
+                                         one.driver, names.device})};
         AddRoots(node, [index](const BlockDevice& device) {
             const auto& controllers = device.disk.controllers;
             return std::find(controllers.begin(), controllers.end(), index) != controllers.end();
@@ -161,7 +141,7 @@ class CTreeBuilder {
     }
 
     template <class Belongs>
-    void AddRoots(Node& node, Belongs belongs) {
+    void AddRoots(TreeNode& node, Belongs belongs) {
         for (std::size_t i = 0; i < storage_.devices.size(); ++i) {
             if (storage_.devices[i].parents.empty() && belongs(storage_.devices[i])) {
                 node.children.push_back(DeviceNode(i));
@@ -169,18 +149,18 @@ class CTreeBuilder {
         }
     }
 
-    Node DeviceNode(std::size_t index) {
+    TreeNode DeviceNode(std::size_t index) {
         const BlockDevice& device = storage_.devices[index];
         if (isShown_[index]) {
-            return {device.name + " (see above)"};
+            return {device.name, " (see above)"};
         }
         isShown_[index] = true;
-        Node node{deviceText(device)};
+        TreeNode node{device.name, deviceText(device)};
         for (const Mount& mount : device.mounts) {
-            node.children.push_back({mountText(mount)});
+            node.children.push_back({mount.target, mountText(mount)});
         }
         for (const SwapArea& swap : device.swaps) {
-            node.children.push_back({"swap " + swapText(swap)});
+            node.children.push_back({"swap", " " + swapText(swap)});
         }
         for (const std::size_t child : device.children) {
             node.children.push_back(DeviceNode(child));
@@ -195,13 +175,13 @@ class CTreeBuilder {
 
 }  // namespace
 
-std::string storageTree(const StorageReport& report) {
+std::string storageTree(const StorageReport& report, const Terminal& terminal) {
     std::string tree =
         std::to_string(report.storage.devices.size()) +
         (report.storage.devices.size() == 1 ? " block device\n" : " block devices\n");
-    print(CTreeBuilder(report).Build(), "", tree);
+    tree += treeText(CTreeBuilder(report).Build(), terminal);
     for (const std::string& one : report.storage.unanswered) {
-        tree += "no answer in time: " + printable(validUtf8(one)) + "\n";
+        tree += "no answer in time: " + printable(one) + "\n";
     }
     return tree;
 }

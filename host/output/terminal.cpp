@@ -16,7 +16,6 @@ namespace {
 
 constexpr char escape = '\x1b';
 constexpr std::size_t narrowest = 40;  // columns; a smaller terminal gets longer lines
-constexpr std::string_view continuation = "    ";
 
 struct LineCharacter {
     std::string_view text;
@@ -50,6 +49,15 @@ const LineCharacter* lineCharacterAt(std::string_view text) {
     return found != lineCharacters.end() ? found : nullptr;
 }
 
+// How many blanks a continued line has before its words.
+std::size_t continuationOf(std::string_view line) {
+    constexpr std::size_t usual = 4;
+    constexpr std::size_t widestLabel = 16;
+    const std::size_t gap = line.find("  ");
+    const std::size_t column = line.find_first_not_of(' ', gap);
+    return gap == std::string_view::npos || column > widestLabel ? usual : column;
+}
+
 void appendFolded(std::string& lines, std::string_view line, std::size_t width) {
     if (width == 0 || columnsOf(line) <= width) {
         lines += line;
@@ -62,7 +70,7 @@ void appendFolded(std::string& lines, std::string_view line, std::size_t width) 
         rest.remove_prefix(character->text.size());
     }
     std::string current(line.substr(0, line.size() - rest.size()));
-    indent += continuation;
+    indent.append(continuationOf(rest), ' ');
     bool isFirst = true;
     while (!rest.empty()) {
         const std::string_view word = takeUntil(rest, ' ');
@@ -77,13 +85,24 @@ void appendFolded(std::string& lines, std::string_view line, std::size_t width) 
     lines += current;
 }
 
-void replaceLineCharacters(std::string& text) {
-    for (const LineCharacter& character : lineCharacters) {
-        for (std::size_t at = 0; (at = text.find(character.text, at)) != std::string::npos;
-             at += character.ascii.size()) {
-            text.replace(at, character.text.size(), character.ascii);
+// '?' for each character that has no ASCII form.
+std::string asciiOf(std::string_view text) {
+    std::string ascii;
+    while (!text.empty()) {
+        if (const LineCharacter* const character = lineCharacterAt(text)) {
+            ascii += character->ascii;
+            text.remove_prefix(character->text.size());
+            continue;
         }
+        const auto byte = static_cast<unsigned char>(text.front());
+        if (byte < 0x80) {
+            ascii += text.front();
+        } else if (byte >= 0xC0) {  // the first byte of a character
+            ascii += '?';
+        }
+        text.remove_prefix(1);
     }
+    return ascii;
 }
 
 }  // namespace
@@ -108,10 +127,8 @@ std::string painted(std::string_view text, Color color, const Terminal& terminal
     if (!terminal.hasColor) {
         return std::string(text);
     }
-    const char* const code = color == Color::red     ? "\x1b[31m"
-                             : color == Color::green ? "\x1b[32m"
-                                                     : "\x1b[33m";
-    return std::string(code).append(text).append("\x1b[0m");
+    constexpr std::array codes{"\x1b[31m", "\x1b[32m", "\x1b[33m", "\x1b[36m"};
+    return std::string(codes.at(static_cast<std::size_t>(color))).append(text).append("\x1b[0m");
 }
 
 std::string fitted(std::string_view text, const Terminal& terminal) {
@@ -123,10 +140,7 @@ std::string fitted(std::string_view text, const Terminal& terminal) {
             lines += '\n';
         }
     }
-    if (!terminal.isUtf8) {
-        replaceLineCharacters(lines);
-    }
-    return lines;
+    return terminal.isUtf8 ? lines : asciiOf(lines);
 }
 
 }  // namespace em_pni

@@ -49,8 +49,9 @@ class CIConfiguringHostInterface : public CIHostInterface {
     // The trace lines that the host wants: those of this level and of the levels below it. 0 = no
     // lines. Start calls it.
     virtual std::uint32_t GetTraceLevel() = 0;
-    // One trace line without a newline at its end; valid during the call. Any thread of the module
-    // calls it, one at a time, until EM_Delete has returned. Do not call the module from it.
+    // One trace line without a newline at its end; it may have newlines inside. It is valid during
+    // the call. Any thread that is in the module calls this function, one at a time, until
+    // EM_Delete has returned. Do not call the module from it.
     virtual void OnTraceLine(const char* line) = 0;
 
   protected:
