@@ -63,6 +63,7 @@ TEST(HostRun, ASignalIsAnnouncedAsAShutdownAndLeavesNothingBehind) {
     const std::string image = folder.Write("a.fru", "AS");
     char first = 'A';
     folder.Write(".a.fru.0123ef", "of a killed run");
+    folder.Write(".a.fru.journal.0123ef", "of a killed run");
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
         CProgram program = scripted({"run", "--fru", image, "--cycle", "1234"});
         ASSERT_TRUE(program.ReadUntil("added: module 0 Period 1234\n")) << program.Errors();
