@@ -1,4 +1,5 @@
 // The command line without the module: exit codes and messages.
+#include <csignal>
 #include <gtest/gtest.h>
 
 #include "host/commands/command_line.h"
@@ -98,6 +99,14 @@ TEST(HostRestore, RefusesWhatANeighbourOrTheRecordWouldLose) {
         EXPECT_TRUE(test::contentOf(folder.File("copy.fru")) == padded);
     }
     EXPECT_EQ(run({"backup", target, folder.File("copy.fru")}).code, 2) << "the file exists";
+    sigset_t end{};
+    sigaddset(&end, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &end, nullptr);
+    ::raise(SIGTERM);
+    const Outcome ended = run({"restore", folder.Write("file.fru", other), target});
+    ::pthread_sigmask(SIG_UNBLOCK, &end, nullptr);
+    EXPECT_TRUE(contains(ended.errors, "not written: ended by a signal")) << ended.errors;
+    EXPECT_TRUE(test::contentOf(target) == good);
 }
 
 // Passes with any adapters of this machine, also without.

@@ -120,7 +120,7 @@ TEST(HostEventCommand, ReachesTheModuleThroughALinkAndAnyPath) {
     }
     for (const Texts& arguments :
          {Texts{"run", "--fru", link}, Texts{"run", "--fru", link, "--once"},
-          Texts{"create", link, "--force"}}) {
+          Texts{"create", link, "--force"}, Texts{"restore", "--force", image, link}}) {
         CProgram other(arguments);
         EXPECT_EQ(other.Wait(), 2);
         EXPECT_EQ(other.Errors(), "pni-host: " + link + ": another pni-host run is using it\n");
@@ -159,13 +159,7 @@ TEST(HostImageLock, IsForOneProgramOfItsOwner) {
     {
         const CFruLock lock(image);
         EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
-        for (const char* const option : {"--once", "--no-watch"}) {
-            CProgram other = scripted({"run", "--fru", image.Name(), option});
-            EXPECT_EQ(other.Wait(), 2) << option;
-            EXPECT_NE(other.Errors().find("another pni-host run is using it"), std::string::npos);
-        }
-        EXPECT_EQ(CProgram({"create", image.Name(), "--force"}).Wait(), 2);
-        EXPECT_EQ(test::contentOf(image.Name()), "A");
+        EXPECT_THROW(CFruLock{image}, CHostError);
     }
     EXPECT_FALSE(std::filesystem::exists(path));
     folder.Write("a.fru.lock", "");

@@ -206,6 +206,7 @@ TEST(HostEndToEnd, ARefusalSaysWhy) {
              {{"query", good, "--technology", "none"}, 2, "none not in {CNA,FC"},
              {{"query", good, "--fields", "Speed,Sped"}, 2, "\"Sped\" is no member"},
              {{"run", "--once", "--fru", bad}, 1, "no valid record: CHECKSUM_ERR [2], checksum"},
+             {{"restore", "--force", "-", good}, 2, "standard input: there are no bytes"},
              {{"run", "--once", "--fru", "none"}, 2, "\"pni-host create\""}}) {
         CProgram program(arguments);
         EXPECT_EQ(program.Wait(), code) << testing::PrintToString(arguments);

@@ -94,17 +94,9 @@ class HostStory : public testing::Test {
         EXPECT_EQ(program_->Wait(), 0) << program_->Errors();
         EXPECT_EQ(program_->Errors(), "");
     }
-    static int Count(const std::string& whole, const std::string& text) {
-        int count = 0;
-        for (std::size_t at = whole.find(text); at != std::string::npos;
-             at = whole.find(text, at + 1)) {
-            ++count;
-        }
-        return count;
-    }
     // The number of cycles that ended without a write.
     [[nodiscard]] int IdleCycles() const {
-        return Count(test::contentOf(folder_.File("log.EM_PNI")), "PNI FRU record not modified");
+        return countOf("PNI FRU record not modified", test::contentOf(folder_.File("log.EM_PNI")));
     }
 
     test::CMadeUpServer server_;
@@ -161,7 +153,7 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     End();
     ASSERT_TRUE(Becomes(last, "stopped"));
     // A cycle during the pull of the card can remove its addresses before its module.
-    const int writes = Count(program_->Output(), "written: 2048 bytes\n");
+    const int writes = countOf("written: 2048 bytes\n", program_->Output());
     EXPECT_TRUE(writes == 5 || writes == 6) << program_->Output();
 }
 
