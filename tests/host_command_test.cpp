@@ -139,6 +139,8 @@ TEST(HostModuleLibrary, AFileThatIsNotTheModuleIsRefused) {
              {folder.File("none.so"), "none.so"},
              {folder.Write("text.so", "no library"), "text.so"},
              {EM_PNI_BINARY_DIR "/host_no_module.so", "does not export EM_Create"},
+             {EM_PNI_BINARY_DIR "/host_foreign_module.so",
+              "host_foreign_module.so: the module has another interface: interface "},
              {EM_PNI_BINARY_DIR "/host_other_module.so", "its name is \"EM_OTHER\""}}) {
         const Outcome outcome = run({"query", sample, "--module", path});
         EXPECT_EQ(outcome.code, 2) << path;

@@ -46,7 +46,7 @@ class HostIpmi : public testing::Test {
         return std::filesystem::exists(folder_.File("a.fru.journal"));
     }
 
-    test::CTempDirectory folder_;
+    test::CTempDirectory folder_{"/dev/shm"};  // flushing a thousand journals to a disk takes long
     const CFruPlace place_{{.path = folder_.Write("a.fru", "A")}, CFruPlace::Use::write};
     const Bytes old_ = numbered(2048);
     const Bytes new_ = numbered(2048, 7);
@@ -70,14 +70,14 @@ TEST_F(HostIpmi, ReadsAllBytesInChunksThatTheControllerTakes) {
 }
 
 TEST_F(HostIpmi, BelievesNoCountAndReadsTheLastByteWithItsNeighbour) {
-    // Counts of 255 and 0, too few bytes, and a refusal of the last byte alone.
-    for (const std::uint8_t lie : Bytes{255, 9, 0}) {
+    // Counts of 255 and 0, too few and too many bytes, and a refusal of the last byte alone.
+    for (const std::uint8_t lie : Bytes{255, 9, 0, 33}) {
         controller_.fault = [lie](const Message& message) -> std::optional<Bytes> {
             if (message.command != readCommand || message.data[3] <= 8) {
                 return std::nullopt;
             }
             Bytes answer{0, lie};
-            for (std::size_t i = 0; i < 9; ++i) {
+            for (std::size_t i = 0; i < (lie == 33 ? 33U : 9U); ++i) {
                 answer.push_back(test::byteOf(message.Offset() + i));
             }
             return answer;
@@ -149,7 +149,7 @@ TEST_F(HostIpmi, AFaultOfAnyMessageLeavesTheOldOrTheNewBytes) {
                 const bool isWrite = message.command == writeCommand;
                 switch (kind) {
                     case busy:
-                        return Bytes{0xC0};
+                        return Bytes{Bytes{0x81, 0xC0, 0xC3}[faulty % 3]};
                     case accepted:  // and not stored
                         return isWrite ? std::optional(Bytes{0, 32}) : std::nullopt;
                     case shortCount:
@@ -204,10 +204,9 @@ TEST_F(HostIpmi, AJournalOfOtherBytesChangesNothing) {
     const CFruJournal journal(place_);
     journal.Keep(old_, new_);
     controller_.stored[1000] = 99;  // neither old nor new
-    const Bytes found = controller_.stored;
     EXPECT_NE(Store().Mend()->find("kept as"), npos);
     journal.Keep(old_, new_);
-    controller_.stored.resize(1024);
+    controller_.stored = Bytes(old_.begin(), old_.begin() + 1024);
     EXPECT_NE(Store().Mend()->find("a.fru.journal.kept2"), npos);
     folder_.Write("a.fru.journal", "PNIJRNL1damaged");
     EXPECT_NE(Store().Mend()->find("damaged"), npos);
@@ -216,7 +215,6 @@ TEST_F(HostIpmi, AJournalOfOtherBytesChangesNothing) {
     EXPECT_TRUE(std::filesystem::remove(folder_.File("a.fru.journal"))) << "it is still there";
     EXPECT_EQ(controller_.Count(writeCommand), 0U);
     EXPECT_FALSE(HasJournal());
-    EXPECT_TRUE(std::equal(controller_.stored.begin(), controller_.stored.end(), found.begin()));
 }
 
 Bytes imageWith(std::uint8_t lastMacByte) {

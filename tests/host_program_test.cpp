@@ -158,17 +158,6 @@ TEST(HostRun, TellsSystemdHowItIsAndReloads) {
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
 }
 
-TEST(HostRun, AModuleWithAnotherRapidJsonIsRefused) {
-    const test::CTempDirectory folder;
-    CProgram program({"query", folder.Write("a.fru", "A"), "--module",
-                      EM_PNI_BINARY_DIR "/host_foreign_module.so"});
-    EXPECT_EQ(program.Wait(), 2);
-    EXPECT_TRUE(contains(program.Errors(),
-                         "host_foreign_module.so: the module has another interface: interface "))
-        << program.Errors();
-    EXPECT_TRUE(contains(program.Errors(), "; expected: " + tagText(interfaceTag)));
-}
-
 // For the real module, which is in the folder of the program.
 std::string sample(const std::string& name) {
     return test::contentOf(std::string(EM_PNI_TEST_DATA) + "/" + name);

@@ -196,14 +196,11 @@ TEST_F(HostStory, ANewRecordIsWhatAFirstCycleMakes) {
     CProgram create({"create", file_, "--format-version", "11"});
     ASSERT_EQ(create.Wait(), 0) << create.Errors();
     const std::string image = test::contentOf(file_);
-    const auto has = [&image](const Bytes& bytes) {
-        return image.find(std::string(bytes.begin(), bytes.end())) != std::string::npos;
-    };
-    EXPECT_TRUE(has({198, 51, 100, 5}));
-    EXPECT_TRUE(has({203, 0, 113, 2})) << "the card has no address of its own";
-    EXPECT_FALSE(has({203, 0, 113, 1}));
-    Bytes ipv6{0x20, 1, 0xD, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 0x20, 1, 0xD, 0xB8};
-    EXPECT_TRUE(has(ipv6));
+    const auto has = [&image](const std::string& ip) { return image.find(ip) != image.npos; };
+    EXPECT_TRUE(has("\xC6\x33\x64\5")) << "198.51.100.5, the lowest of the card";
+    EXPECT_TRUE(has({"\x20\1\xD\xB8\0\0\0\0\0\0\0\0\0\0\0\5\x20\1", 18}));
+    EXPECT_TRUE(has({"\xCB\0\x71\2", 4})) << "203.0.113.2: the card has no address of its own";
+    EXPECT_FALSE(has({"\xCB\0\x71\1", 4}));
     CProgram run({"run", "--fru", file_, "--once"});
     EXPECT_EQ(run.Wait(), 0) << run.Errors();
     EXPECT_NE(run.Output().find("\nunchanged\n"), std::string::npos) << run.Output();
