@@ -36,10 +36,14 @@ bool contains(const std::string& text, const std::string& part) {
 TEST(HostCheck, ContinuesAfterABadFile) {
     const test::CTempDirectory folder;
     const std::string large = folder.Write("large.fru", std::string(1048577, 'x'));
-    const Outcome outcome = run({"check", folder.File("none.fru"), "/dev/zero", large,
+    const std::string empty = folder.Write("empty.fru", "");
+    const Outcome outcome = run({"check", folder.File("none.fru"), "/dev/zero", large, empty,
                                  samplePath("cut-short.fru"), samplePath("three-modules.fru")});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_TRUE(contains(outcome.errors, "none.fru: No such file")) << outcome.errors;
+    for (const char* const error : {"none.fru: No such file", "/dev/zero: not a regular file",
+                                    "large.fru: too large", "empty.fru: the file is empty"}) {
+        EXPECT_TRUE(contains(outcome.errors, error)) << outcome.errors;
+    }
     EXPECT_EQ(outcome.output, samplePath("cut-short.fru") +
                                   ": INSUFFICENT_DATA_ERR [8], record at byte 18: expected an "
                                   "end at byte 825 or before, found an end at byte 826\n" +

@@ -99,14 +99,6 @@ TEST_F(HostController, ABadMessageChangesNothing) {
     EXPECT_EQ(test::contentOf(path), "old");
 }
 
-TEST_F(HostController, AFileThatIsNotAnImageIsRefused) {
-    CKrcpMessage read = krcp::makeRequest(krcp::readFru, krcp::pniFruExtension, 0, 0);
-    EXPECT_EQ(Send(read, folder_.Write("empty.fru", "")), krcp::EXEC_FAILED);
-    EXPECT_EQ(Send(read, folder_.Write("large.fru", std::string(CFruImage::maxSize + 1, 'x'))),
-              krcp::EXEC_FAILED);
-    EXPECT_THROW(CFruPlace({.path = folder_.File("none.fru")}, CFruPlace::Use::read), CHostError);
-}
-
 TEST_F(HostController, StaysInTheFolderThatItOpened) {
     const CFruPlace place({.path = folder_.Write("mine/a.fru", "old")}, CFruPlace::Use::write);
     CFruImage image(place);

@@ -28,10 +28,8 @@ TEST(HostDeviceEvent, OnlyAdaptersCount) {
              {"pci", "add", card, "added"},
              {"pci", "remove", card, "removed"},
              {"pci", "bind", card, "changed"},
-             {"pci", "offline", card, "changed"},
              {"pci", "explode", card, ""},
              {"net", "add", card + "/net/e1", "added"},
-             {"net", "move", card + "/net/e1", "changed"},
              {"net", "online", card + "/net/e1", ""},
              {"net", "remove", "/devices/virtual/net/br0", ""},
              {"block", "add", card + "/block/sda", ""}}) {
