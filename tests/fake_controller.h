@@ -3,16 +3,30 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <linux/ipmi.h>
 #include <memory>
 #include <sys/ioctl.h>
 
+#include "host/machine/fru_controller.h"
 #include "host/machine/ipmi_port.h"
 #include "tests/record_builder.h"
 
 namespace em_pni::host_test {
+
+struct CListener final : CIFruListener {
+    void OnRead(std::size_t) override { ++reads; }
+    void OnWritten(std::size_t) override { ++writes; }
+    void OnReadFailed(const std::string&) override {}
+    void OnWriteFailed(const std::string&) override {}
+    void OnChangedByOthers() override { ++changes; }
+    void OnNote(const std::string&) override {}
+    int reads = 0;
+    std::atomic<int> writes{0};
+    int changes = 0;
+};
 
 class CFakeController {
   public:
@@ -38,7 +52,6 @@ class CFakeController {
 
     Bytes stored;
     Fault fault;
-    std::size_t longestRead = 255;
     bool isGone = false;  // the device fails
     Bytes commands;       // of all messages
     CIIpmiPort::Clock::time_point now;
@@ -68,27 +81,27 @@ class CFakeController {
       private:
         struct Answer {
             long id;
-            ipmi_msg message;
+            std::uint8_t netFunction;
+            std::uint8_t command;
             Bytes data;
         };
         int Send(const ipmi_req& request) {
             const Bytes data(request.msg.data, request.msg.data + request.msg.data_len);
-            controller_.commands.push_back(request.msg.cmd);
-            const auto number = static_cast<unsigned>(controller_.commands.size());
-            const Message message{number, request.msg.cmd, data};
-            std::optional<Bytes> bytes;
-            if (controller_.fault) {
-                bytes = controller_.fault(message);
-            }
+            const std::uint8_t command = request.msg.cmd;
+            controller_.commands.push_back(command);
+            const Message message{static_cast<unsigned>(controller_.commands.size()), command,
+                                  data};
+            auto bytes = controller_.fault ? controller_.fault(message) : std::nullopt;
             if (!bytes) {
                 bytes = controller_.Answer(message);
             }
-            ipmi_msg answer = request.msg;
-            answer.netfn |= 1;
-            // An answer to another message comes first.
-            answers_.push_back({request.msgid - 1, answer, {0, 99}});
+            // Answers to other messages come first.
+            const std::uint8_t function = request.msg.netfn | 1U;
+            answers_.push_back({request.msgid - 1, function, command, {0, 99}});
+            answers_.push_back({request.msgid, request.msg.netfn, command, {0, 99}});
+            answers_.push_back({request.msgid, function, test::byteOf(command + 1U), {0, 99}});
             if (!bytes->empty()) {
-                answers_.push_back({request.msgid, answer, *bytes});
+                answers_.push_back({request.msgid, function, command, *bytes});
             }
             return 0;
         }
@@ -100,8 +113,8 @@ class CFakeController {
             answers_.pop_front();
             received.recv_type = IPMI_RESPONSE_RECV_TYPE;
             received.msgid = answer.id;
-            received.msg.netfn = answer.message.netfn;
-            received.msg.cmd = answer.message.cmd;
+            received.msg.netfn = answer.netFunction;
+            received.msg.cmd = answer.command;
             std::ranges::copy(answer.data, received.msg.data);
             received.msg.data_len = static_cast<unsigned short>(answer.data.size());
             return 0;
@@ -115,27 +128,19 @@ class CFakeController {
         if (message.command == 0x10) {
             return {0, test::byteOf(stored.size()), test::byteOf(stored.size() >> 8U), 0};
         }
-        const std::size_t offset = message.Offset();
-        if (message.command == 0x11) {
-            const std::size_t count = message.data[3];
-            if (count > longestRead) {
-                return {0xCA};
-            }
-            if (offset + count > stored.size()) {
-                return {0xC9};
-            }
-            Bytes answer{0, test::byteOf(count)};
-            const auto begin = stored.begin() + static_cast<std::ptrdiff_t>(offset);
-            answer.insert(answer.end(), begin, begin + static_cast<std::ptrdiff_t>(count));
-            return answer;
-        }
-        const std::size_t count = message.data.size() - 3;
-        if (offset + count > stored.size()) {
+        const bool isRead = message.command == 0x11;
+        const std::size_t count = isRead ? message.data[3] : message.data.size() - 3;
+        if (message.Offset() + count > stored.size()) {
             return {0xC9};
         }
-        std::copy(message.data.begin() + 3, message.data.end(),
-                  stored.begin() + static_cast<std::ptrdiff_t>(offset));
-        return {0, test::byteOf(count)};
+        Bytes answer{0, test::byteOf(count)};
+        const auto begin = stored.begin() + static_cast<std::ptrdiff_t>(message.Offset());
+        if (isRead) {
+            answer.insert(answer.end(), begin, begin + static_cast<std::ptrdiff_t>(count));
+        } else {
+            std::copy(message.data.begin() + 3, message.data.end(), begin);
+        }
+        return answer;
     }
 };
 

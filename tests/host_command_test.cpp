@@ -1,5 +1,6 @@
 // The command line in this process: exit codes and messages.
 #include <algorithm>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
@@ -39,10 +40,14 @@ bool contains(const std::string& text, const std::string& part) {
 TEST(HostCheck, ContinuesAfterABadFile) {
     const test::CTempDirectory folder;
     const std::string large = folder.Write("large.fru", std::string(1048577, 'x'));
-    const Outcome outcome = run({"check", folder.File("n\033ne.fru"), "/dev/zero", large,
+    const std::string empty = folder.Write("empty.fru", "");
+    const Outcome outcome = run({"check", folder.File("n\033ne.fru"), "/dev/zero", large, empty,
                                  samplePath("cut-short.fru"), samplePath("three-modules.fru")});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_TRUE(contains(outcome.errors, "n?ne.fru: No such file")) << outcome.errors;
+    for (const char* const error : {"n?ne.fru: No such file", "/dev/zero: not a regular file",
+                                    "large.fru: too large", "empty.fru: the file is empty"}) {
+        EXPECT_TRUE(contains(outcome.errors, error)) << outcome.errors;
+    }
     EXPECT_EQ(outcome.output, samplePath("cut-short.fru") +
                                   ": INSUFFICENT_DATA_ERR [8], record at byte 18: expected an "
                                   "end at byte 825 or before, found an end at byte 826\n" +
@@ -121,6 +126,14 @@ TEST(HostRestore, RefusesWhatANeighbourOrTheRecordWouldLose) {
         EXPECT_TRUE(test::contentOf(folder.File("copy.fru")) == padded);
     }
     EXPECT_EQ(run({"backup", target, folder.File("copy.fru")}).code, 2) << "the file exists";
+    sigset_t end{};
+    sigaddset(&end, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &end, nullptr);
+    ::raise(SIGTERM);
+    const Outcome ended = run({"restore", folder.Write("file.fru", other), target});
+    ::pthread_sigmask(SIG_UNBLOCK, &end, nullptr);
+    EXPECT_TRUE(contains(ended.errors, "not written: ended by a signal")) << ended.errors;
+    EXPECT_TRUE(test::contentOf(target) == good);
 }
 
 // Passes with any adapters of this machine, also without.

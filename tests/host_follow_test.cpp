@@ -37,15 +37,6 @@ class HostFollow : public testing::Test {
             limit, [&] { return contentOf(image_).find(bytes) != std::string::npos; });
     }
 
-    static int Count(const CProgram& program, const std::string& text) {
-        int count = 0;
-        for (std::size_t at = 0; (at = program.Output().find(text, at)) != std::string::npos;
-             ++at) {
-            ++count;
-        }
-        return count;
-    }
-
     test::CNetworkNamespace namespace_;
     test::CTempDirectory folder_;
     std::string image_;
@@ -69,7 +60,7 @@ TEST_F(HostFollow, ABurstOfChangesIsOneEventAlsoWithoutTheLogFolder) {
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
     EXPECT_TRUE(IsValid());
     EXPECT_TRUE(contentOf(log).ends_with("## TRACE-END ##\n"));
-    EXPECT_LE(Count(program, "event: IP address changed\n"), 2) << program.Output();
+    EXPECT_LE(countOf("event: IP address changed\n", program.Output()), 2) << program.Output();
 }
 
 TEST_F(HostFollow, AfterAWriteAddressesWaitAndDevicesDoNot) {
@@ -91,8 +82,8 @@ TEST_F(HostFollow, AfterAWriteAddressesWaitAndDevicesDoNot) {
     std::this_thread::sleep_for(300ms);
     program.Signal(SIGTERM);
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
-    EXPECT_EQ(Count(program, "written: "), 3) << program.Output();
-    EXPECT_EQ(Count(program, "event: IP address changed\n"), 1) << program.Output();
+    EXPECT_EQ(countOf("written: ", program.Output()), 3) << program.Output();
+    EXPECT_EQ(countOf("event: IP address changed\n", program.Output()), 1) << program.Output();
     EXPECT_TRUE(Gains(ipv6_)) << "nothing is written after a signal";
 }
 

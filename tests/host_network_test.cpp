@@ -228,16 +228,24 @@ TEST_F(HostNetworkNamespace, AnswersWithTypeSpeedAndStateOfALink) {
     EXPECT_EQ(asker_.Addresses(krcp::anyAddress, number), Texts());
 }
 
-TEST_F(HostNetworkNamespace, AnOverrunIsAChange) {
-    CNetworkWatch watch(std::chrono::seconds(0));
+TEST_F(HostNetworkNamespace, AnOverrunIsAChangeThatWaitsAfterAWrite) {
+    using Clock = CIEventSource::Clock;
+    const Clock::time_point now{std::chrono::hours(1)};
+    auto lastWrite = Clock::time_point::min();
+    CNetworkWatch watch(std::chrono::seconds(5), [&lastWrite] { return lastWrite; });
     std::string lines;
     for (int i = 0; i < 400; ++i) {
         lines += "addr add 10.7." + std::to_string(i / 250) + "." + std::to_string(i % 250) +
                  "/32 dev v0\n";
     }
     ASSERT_TRUE(CNetworkNamespace::Ip(lines));
-    EXPECT_TRUE(watch.TakeReports());
-    EXPECT_FALSE(watch.TakeReports());
+    watch.Take(now);
+    EXPECT_EQ(watch.DueAt(), now + CEventBursts::quietTime);
+    lastWrite = now;
+    EXPECT_FALSE(watch.NextReport(now + std::chrono::milliseconds(4999)));
+    EXPECT_TRUE(watch.NextReport(now + std::chrono::seconds(5)));
+    watch.Take(now);
+    EXPECT_FALSE(watch.DueAt());
 }
 
 }  // namespace

@@ -37,6 +37,7 @@ class CProgram {
         const CFileDescriptor writeEnd(ends[1]);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorFile_.c_str(),
                                          O_WRONLY | O_CREAT, 0600);
@@ -125,6 +126,15 @@ class CProgram {
     pid_t child_ = -1;
     std::string output_;
 };
+
+// How often `part` is in `text`.
+inline int countOf(const std::string& part, const std::string& text) {
+    int count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) {
+        ++count;
+    }
+    return count;
+}
 
 // The program with a module that changes the record.
 inline CProgram scripted(std::vector<std::string> arguments,

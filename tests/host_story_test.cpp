@@ -94,17 +94,9 @@ class HostStory : public testing::Test {
         EXPECT_EQ(program_->Wait(), 0) << program_->Errors();
         EXPECT_EQ(program_->Errors(), "");
     }
-    static int Count(const std::string& whole, const std::string& text) {
-        int count = 0;
-        for (std::size_t at = whole.find(text); at != std::string::npos;
-             at = whole.find(text, at + 1)) {
-            ++count;
-        }
-        return count;
-    }
     // The number of cycles that ended without a write.
     [[nodiscard]] int IdleCycles() const {
-        return Count(test::contentOf(folder_.File("log.EM_PNI")), "PNI FRU record not modified");
+        return countOf("PNI FRU record not modified", test::contentOf(folder_.File("log.EM_PNI")));
     }
 
     test::CMadeUpServer server_;
@@ -161,7 +153,7 @@ TEST_F(HostStory, FromAStaleRecordToTheShutdown) {
     End();
     ASSERT_TRUE(Becomes(last, "stopped"));
     // A cycle during the pull of the card can remove its addresses before its module.
-    const int writes = Count(program_->Output(), "written: 2048 bytes\n");
+    const int writes = countOf("written: 2048 bytes\n", program_->Output());
     EXPECT_TRUE(writes == 5 || writes == 6) << program_->Output();
 }
 
@@ -204,14 +196,11 @@ TEST_F(HostStory, ANewRecordIsWhatAFirstCycleMakes) {
     CProgram create({"create", file_, "--format-version", "11"});
     ASSERT_EQ(create.Wait(), 0) << create.Errors();
     const std::string image = test::contentOf(file_);
-    const auto has = [&image](const Bytes& bytes) {
-        return image.find(std::string(bytes.begin(), bytes.end())) != std::string::npos;
-    };
-    EXPECT_TRUE(has({198, 51, 100, 5}));
-    EXPECT_TRUE(has({203, 0, 113, 2})) << "the card has no address of its own";
-    EXPECT_FALSE(has({203, 0, 113, 1}));
-    Bytes ipv6{0x20, 1, 0xD, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 0x20, 1, 0xD, 0xB8};
-    EXPECT_TRUE(has(ipv6));
+    const auto has = [&image](const std::string& ip) { return image.find(ip) != image.npos; };
+    EXPECT_TRUE(has("\xC6\x33\x64\5")) << "198.51.100.5, the lowest of the card";
+    EXPECT_TRUE(has({"\x20\1\xD\xB8\0\0\0\0\0\0\0\0\0\0\0\5\x20\1", 18}));
+    EXPECT_TRUE(has({"\xCB\0\x71\2", 4})) << "203.0.113.2: the card has no address of its own";
+    EXPECT_FALSE(has({"\xCB\0\x71\1", 4}));
     CProgram run({"run", "--fru", file_, "--once"});
     EXPECT_EQ(run.Wait(), 0) << run.Errors();
     EXPECT_NE(run.Output().find("\nunchanged\n"), std::string::npos) << run.Output();

@@ -43,15 +43,6 @@ void addFileArgument(CLI::App& command, std::string& file, const std::string& de
     command.add_option("FILE", file, description)->required()->type_name("");
 }
 
-// FRU data: an image file or a controller.
-void addFruArgument(CLI::App& command, const std::string& name, FruSource& source,
-                    const std::string& description) {
-    command.add_option(name, source.path, description)
-        ->required()
-        ->type_name(name.starts_with("--") ? "FRU" : "");
-}
-
-// Also for the paths of several FRU data.
 void addControllerOptions(CLI::App& command, FruSource& source) {
     command
         .add_option("--fru-id", source.fruId,
@@ -70,6 +61,15 @@ void addControllerOptions(CLI::App& command, FruSource& source) {
                                     : std::string();
             },
             ""));
+}
+
+// FRU data: an image file or a controller, with the options for a controller.
+void addFruArgument(CLI::App& command, const std::string& name, FruSource& source,
+                    const std::string& description) {
+    command.add_option(name, source.path, description)
+        ->required()
+        ->type_name(name.starts_with("--") ? "FRU" : "");
+    addControllerOptions(command, source);
 }
 
 void addModuleOption(CLI::App& command, std::string& path) {
@@ -136,7 +136,6 @@ void addQuery(CLI::App& app, Action& action) {
         app.add_subcommand("query", "Print the inventory in FRU data as JSON or as a tree");
     addFruArgument(*command, "FRU", options->source,
                    "Image file, IPMI device, or - for standard input;\nit does not change");
-    addControllerOptions(*command, options->source);
     command
         ->add_option("--technology", options->filter.technology,
                      "Print only modules of this technology: CNA, FC, IB,\nEth (or NIC), SAS")
@@ -242,7 +241,6 @@ void addRun(CLI::App& app, Action& action) {
         app.add_subcommand("run", "Run the module, which keeps the record in FRU data correct");
     addFruArgument(*command, "--fru", options->source,
                    "Image file or IPMI device; changed when the record\nchanges");
-    addControllerOptions(*command, options->source);
     command->add_flag("--once", options->once,
                       "Run one cycle. Default: run until SIGINT, SIGTERM,\n"
                       "SIGHUP, or until nobody reads the output");
@@ -286,11 +284,9 @@ void addBackup(CLI::App& app, Action& action) {
                    "IPMI device or image file; it does not change");
     addFileArgument(*command, options->file, "File to create; only its owner can read it");
     command->add_flag("--force", options->force, "Replace an existing file");
-    addControllerOptions(*command, options->source);
     command->footer(
-        "Exit code: 0 done, also without a valid record; 2 the FRU data cannot be read or the "
-        "file\n"
-        "cannot be created.\n\nExample:\n  pni-host backup /dev/ipmi0 before.fru");
+        "Exit code: 0 done, also without a valid record; 2 the FRU data cannot be read or the\n"
+        "file cannot be created.\n\nExample:\n  pni-host backup /dev/ipmi0 before.fru");
     setAction(*command, action, options, backUp);
 }
 
@@ -302,11 +298,9 @@ void addRestore(CLI::App& app, Action& action) {
     command->add_flag("--force", options->force,
                       "Write also an image that is not valid, that has\nanother size, or that "
                       "changes a chassis, board,\nproduct or multi-record area");
-    addControllerOptions(*command, options->target);
     command->footer(
-        "Writes only bytes that differ, and compares what it has written. Pads a shorter file "
-        "with\n"
-        "zeros. Exit code: 0 done, 2 the FRU data are not written, or only in part.\n\n"
+        "Writes only bytes that differ, and compares what it has written. A shorter file is\n"
+        "padded with zeros. Exit code: 0 done, 2 the FRU data are not written, or only in part.\n\n"
         "Example:\n  pni-host restore before.fru /dev/ipmi0");
     setAction(*command, action, options, restore);
 }
@@ -317,7 +311,6 @@ void addDiff(CLI::App& app, Action& action) {
         "diff", "Print what the module would change in FRU data on this machine");
     addFruArgument(*command, "FRU", options->source,
                    "IPMI device, image file, or - for standard input; it\ndoes not change");
-    addControllerOptions(*command, options->source);
     addJsonFlag(*command, options->json,
                 "Print a JSON object: changed, and changes with\nchange, module, port, function, "
                 "slot, interface, pci,\nmember, name, before, after");
@@ -345,7 +338,6 @@ void addEvent(CLI::App& app, Action& action) {
         ->check(CLI::IsMember(hostEventWords()).description(""));
     addFruArgument(*command, "FRU", options->source,
                    "Image file or IPMI device of the running pni-host");
-    addControllerOptions(*command, options->source);
     command->footer(
         "The module gets the event at once. Exit code: 0 sent, 2 no pni-host run is using the\n"
         "FRU data, or it cannot be reached.\n\nExample:\n  pni-host event added board.fru");

@@ -22,11 +22,8 @@ namespace {
 class CDiffReport final : public CIFruListener {
   public:
     explicit CDiffReport(CConsole& console) : console_(console) {}
-    void OnRead(std::size_t /*bytes*/) override {}
-    void OnWritten(std::size_t /*bytes*/) override {}
     void OnReadFailed(const std::string& reason) override { Fail(reason); }
     void OnWriteFailed(const std::string& reason) override { Fail(reason); }
-    void OnChangedByOthers() override {}
     void OnNote(const std::string& text) override { console_.Error(text); }
 
     [[nodiscard]] bool Failed() const noexcept { return failed_; }

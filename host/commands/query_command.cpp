@@ -13,11 +13,8 @@ namespace {
 class CQueryReport final : public CIFruListener {
   public:
     explicit CQueryReport(CConsole& console) : console_(console) {}
-    void OnRead(std::size_t /*bytes*/) override {}
-    void OnWritten(std::size_t /*bytes*/) override {}
     void OnReadFailed(const std::string& reason) override { console_.Error(reason); }
     void OnWriteFailed(const std::string& reason) override { console_.Error(reason); }
-    void OnChangedByOthers() override {}
     void OnNote(const std::string& text) override { console_.Error(text); }
 
   private:

@@ -1,5 +1,6 @@
 #include "host/commands/reading.h"
 
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -10,9 +11,8 @@
 namespace em_pni {
 
 std::unique_ptr<CFruCopy> copyOf(const FruSource& source, CConsole& console) {
-    CProgressBar bar("reading");
-    COpenFru fru(source, CFruPlace::Use::read,
-                 [&bar](std::size_t done, std::size_t total) { bar.Show(done, total); });
+    CProgressBar bar;
+    COpenFru fru(source, CFruPlace::Use::read, std::bind_front(&CProgressBar::Show, &bar));
     CIFruStore& store = fru.Store();
     std::vector<std::uint8_t> bytes = store.Read();
     if (store.IsBeingWritten()) {

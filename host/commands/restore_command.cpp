@@ -69,10 +69,9 @@ Bytes fitted(Bytes image, std::size_t size, std::size_t capacity) {
 int restore(const RestoreOptions& options, CConsole& console) {
     const FruSource file{.path = options.file};
     Bytes image = copyOf(file, console)->Read();
-    CProgressBar bar("copying");
-    COpenFru fru(options.target, CFruPlace::Use::write,
-                 [&bar](std::size_t done, std::size_t total) { bar.Show(done, total); });
-    const CEndSignals signals;  // a signal must not end the program in the middle of the write
+    CProgressBar bar;
+    COpenFru fru(options.target, CFruPlace::Use::write, std::bind_front(&CProgressBar::Show, &bar));
+    const CEndSignals signals;  // a signal must not end the program in the middle of a write
     const CFruLock lock(fru.Place());
     CIFruStore& store = fru.Store();
     if (const auto note = store.Mend()) {
@@ -90,6 +89,9 @@ int restore(const RestoreOptions& options, CConsole& console) {
     if (image == stored) {
         console.Line("unchanged: " + store.Name());
         return exitDone;
+    }
+    if (signals.IsPending()) {
+        throw CHostError(store.Name() + ": not written: ended by a signal");
     }
     store.Write(stored, image);
     console.Line("restored: " + store.Name() + ", " +

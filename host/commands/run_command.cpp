@@ -4,7 +4,9 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "host/commands/commands.h"
 #include "host/commands/reading.h"
@@ -35,21 +37,26 @@ std::string config(const RunOptions& options) {
 }
 
 void addSources(CRunWaiter& waiter, const RunOptions& options, const CFruPlace& place,
-                CConsole& console) {
+                const CFruController& controller, CConsole& console) {
     waiter.Add(std::make_unique<CEventSocket>(place, console));
     if (options.watch) {
         // Device events come first: one cycle then sees that a card and its addresses are gone.
         waiter.Add(std::make_unique<CDeviceWatch>());
         waiter.Add(
-            std::make_unique<CNetworkWatch>(std::chrono::milliseconds(options.writeInterval)));
+            std::make_unique<CNetworkWatch>(std::chrono::milliseconds(options.writeInterval),
+                                            [&controller] { return controller.LastWrite(); }));
     }
+}
+
+std::string countText(unsigned writes) {
+    return std::to_string(writes) + (writes == 1 ? " write" : " writes");
 }
 
 // Runs until a signal ends it.
 void serve(CRunningModule& module, CRunWaiter& waiter, CControllerReport& report,
            const CServiceStatus& service) {
     for (;;) {
-        service.Text("keeps the record up to date, " + std::to_string(report.Writes()) + " writes");
+        service.Text("keeps the record up to date, " + countText(report.Writes()));
         const CRunWaiter::Occasion occasion = waiter.Wait(module.QuietAt());
         service.Alive();
         if (std::holds_alternative<CRunWaiter::Stop>(occasion)) {
@@ -64,26 +71,34 @@ void serve(CRunningModule& module, CRunWaiter& waiter, CControllerReport& report
         } else if (std::holds_alternative<CRunWaiter::Written>(occasion)) {
             if (report.TakeChangedByOthers()) {
                 module.Restart();
+                module.Look();
+            } else if (report.TakeLateWrite()) {
+                module.Wake();
+            } else {
+                module.Look();
             }
-            module.Look();
         }
         module.SettleIfQuiet(CIEventSource::Clock::now());
     }
 }
 
+struct FirstRead {
+    std::vector<std::uint8_t> bytes;
+    std::optional<std::string> fault;  // why there is no valid record
+};
+
 // Reports bad FRU data before the module is loaded. A controller needs a valid record: nothing is
 // ever written to one that has none.
-// Returns why a file has no valid record.
-std::optional<std::string> requireUsable(COpenFru& fru, CRunLog& log) {
+FirstRead readUsable(COpenFru& fru, CRunLog& log) {
     if (const auto note = fru.Store().Mend()) {
         log.Write({.event = "note", .text = "note: " + fru.Store().Name() + ": " + *note});
     }
-    const std::vector<std::uint8_t> bytes = fru.Store().Read();
-    auto fault = faultOf(CByteView(bytes));
-    if (fault && fru.IsController()) {
-        throw CHostError(fru.Store().Name() + ": no valid record: " + *fault);
+    FirstRead read{fru.Store().Read(), {}};
+    read.fault = faultOf(CByteView(read.bytes));
+    if (read.fault && fru.IsController()) {
+        throw CHostError(fru.Store().Name() + ": no valid record: " + *read.fault);
     }
-    return fault;
+    return read;
 }
 
 // A cycle time of 0 gives the module no rest.
@@ -112,25 +127,25 @@ int runModule(const RunOptions& options, CConsole& console) {
     const CEndSignals signals;  // a signal must not end the program before the lock is removed
     const CFruLock lock(fru.Place());
     CRunLog log(console, options.style);
-    const auto fault = requireUsable(fru, log);
+    FirstRead first = readUsable(fru, log);
     warnOfEndlessCycles(options, console);
     // Its event socket must be gone before the lock.
     CRunWaiter waiter(signals,
                       {.hangupReloads = service.IsService(), .tick = service.AliveInterval()});
-    if (!options.once) {
-        addSources(waiter, options, fru.Place(), console);
-    }
     CControllerReport report(log, console, waiter);
     CFruController controller(fru.Store(), report, CFruController::Access::readWrite,
                               options.capacity);
+    if (!options.once) {
+        addSources(waiter, options, fru.Place(), controller, console);
+    }
     CKernelNetwork kernel;
     CNetworkAnswers network(kernel, console);
     CPlayedHost host(&controller, network, console, config(options), console.TraceLevel());
     const CModuleLibrary library(options.module.empty() ? defaultModulePath() : options.module);
-    CRunningModule module(library, host, report, log, console, options.cards);
-    module.Start();
-    if (!module.Valid() && fault) {
-        console.Error(fru.Store().Name() + ": no valid record: " + *fault);
+    CRunningModule module(library, host, controller, report, log, console, options.cards);
+    module.Start(std::move(first.bytes));
+    if (!module.Valid() && first.fault) {
+        console.Error(fru.Store().Name() + ": no valid record: " + *first.fault);
     }
     if (options.once) {
         module.Stop();
@@ -138,11 +153,20 @@ int runModule(const RunOptions& options, CConsole& console) {
             module.Restart();
             module.Stop();
         }
+        controller.Finish();
+        if (report.TakeLateWrite()) {
+            module.ReadAgain();  // the module does not know that its write has succeeded
+            module.Stop();
+        }
     } else {
         module.ShowNotEntered();
         service.Ready();
         serve(module, waiter, report, service);
         service.Stopping();
+        if (controller.IsWriting()) {
+            service.Text("waits for the end of a write");
+            report.OnNote(fru.Store().Name() + ": a write is under way; the end waits for it");
+        }
         module.AnnounceShutdown();  // with --once the only cycle must write
         module.Stop();
     }

@@ -31,6 +31,11 @@ void CControllerReport::OnWritten(std::size_t bytes) {
     waiter_.NotifyWritten();
 }
 
+void CControllerReport::OnLateWrite() {
+    lateWrite_ = true;
+    waiter_.NotifyWritten();
+}
+
 void CControllerReport::OnReadFailed(const std::string& reason) {
     console_.Error(reason);
 }
@@ -51,10 +56,11 @@ void CControllerReport::OnNote(const std::string& text) {
     log_.Write({.event = "note", .text = "note: " + text});
 }
 
-void CRunningModule::Start() {
+void CRunningModule::Start(std::vector<std::uint8_t> bytes) {
     session_.emplace(library_, host_);
     session_->Start();
     log_.Write({.event = "started", .text = "started: " + session_->Description()});
+    controller_.BeginStart(std::move(bytes));
     Look();
     if (comparesCards_) {
         enterCards(*session_, machine_, [this] {
@@ -63,6 +69,7 @@ void CRunningModule::Start() {
         });
     }
     session_->SwitchStarted();
+    controller_.EndStart();
     RepeatDeviceEvents();
 }
 
@@ -75,7 +82,7 @@ void CRunningModule::Reload() {
 void CRunningModule::Restart() {
     log_.Write(
         {.event = "restarted", .text = "restarted: another program has changed the FRU data"});
-    session_->SwitchStarted();
+    ReadAgain();
     RepeatDeviceEvents();  // the thread before would still take them
 }
 
@@ -84,6 +91,10 @@ void CRunningModule::RepeatDeviceEvents() {
     for (const HostEvent event : deviceEvents_) {
         session_->Report(*messageOf(event));
     }
+}
+
+void CRunningModule::Wake() {
+    session_->Report(*messageOf(HostEvent::addressChanged));
 }
 
 void CRunningModule::Deliver(const EventReport& event) {
@@ -107,7 +118,8 @@ void CRunningModule::Deliver(const EventReport& event) {
 }
 
 void CRunningModule::Look() {
-    const unsigned writes = report_.Writes() - std::exchange(writesSeen_, report_.Writes());
+    const unsigned total = report_.Writes();
+    const unsigned writes = total - std::exchange(writesSeen_, total);
     std::vector<InventoryChange> changes = watch_.Look(*session_);
     if (!changes.empty()) {
         changed_ = true;

@@ -4,9 +4,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "host/events/host_event.h"
 #include "host/events/run_waiter.h"
@@ -27,6 +29,7 @@ class CControllerReport final : public CIFruListener {
 
     void OnRead(std::size_t bytes) override;
     void OnWritten(std::size_t bytes) override;
+    void OnLateWrite() override;
     void OnReadFailed(const std::string& reason) override;
     void OnWriteFailed(const std::string& reason) override;
     void OnChangedByOthers() override;
@@ -40,6 +43,7 @@ class CControllerReport final : public CIFruListener {
     [[nodiscard]] unsigned Failures() const noexcept { return failures_; }
     // True once for each time.
     [[nodiscard]] bool TakeChangedByOthers() noexcept { return changedByOthers_.exchange(false); }
+    [[nodiscard]] bool TakeLateWrite() noexcept { return lateWrite_.exchange(false); }
 
   private:
     CRunLog& log_;
@@ -50,6 +54,7 @@ class CControllerReport final : public CIFruListener {
     std::atomic<unsigned> failures_{0};
     std::atomic<bool> writeFailed_{false};
     std::atomic<bool> changedByOthers_{false};
+    std::atomic<bool> lateWrite_{false};
 };
 
 // One thread uses it. All that it refers to must outlive it.
@@ -59,20 +64,25 @@ class CRunningModule {
 
     // With `comparesCards`, Start also adds new cards and removes those that are gone: most cards
     // change while the power is off.
-    CRunningModule(const CModuleLibrary& library, CPlayedHost& host, CControllerReport& report,
-                   CRunLog& log, CConsole& console, bool comparesCards)
+    CRunningModule(const CModuleLibrary& library, CPlayedHost& host, CFruController& controller,
+                   CControllerReport& report, CRunLog& log, CConsole& console, bool comparesCards)
         : library_(library),
           host_(host),
+          controller_(controller),
           report_(report),
           log_(log),
           comparesCards_(comparesCards),
           watch_(console) {}
 
-    void Start();
+    // `bytes`: the FRU data, just read; empty = they are read now.
+    void Start(std::vector<std::uint8_t> bytes = {});
     // The module reads its configuration and the record again.
     void Reload();
-    // The module reads the record again.
+    // The module reads the record again. Restart says that another program has changed it.
+    void ReadAgain() { session_->SwitchStarted(); }
     void Restart();
+    // The module runs a cycle.
+    void Wake();
     void Deliver(const EventReport& event);
     // Reports the writes since the last call, and what they changed.
     void Look();
@@ -95,6 +105,7 @@ class CRunningModule {
 
     const CModuleLibrary& library_;
     CPlayedHost& host_;
+    CFruController& controller_;
     CControllerReport& report_;
     CRunLog& log_;
     const bool comparesCards_;

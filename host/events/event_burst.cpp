@@ -24,7 +24,7 @@ void CEventBursts::Note(HostEvent event, const std::string& name, TimePoint now,
 }
 
 std::optional<CEventBursts::TimePoint> CEventBursts::DueAt() const {
-    return events_.empty() ? std::nullopt : std::optional(std::max(end_, heldUntil_));
+    return events_.empty() ? std::nullopt : std::optional(end_);
 }
 
 std::optional<EventReport> CEventBursts::TakeDue(TimePoint now) {

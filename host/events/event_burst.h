@@ -28,8 +28,6 @@ class CEventBursts {
     // `name` is the device, for the report; may be empty. `interfaces` is 1 for a device that will
     // get an interface, -1 for an interface.
     void Note(HostEvent event, const std::string& name, TimePoint now, int interfaces = 0);
-    // Nothing is due before this time.
-    void Hold(TimePoint until) { heldUntil_ = until; }
     // No value when there is no burst.
     [[nodiscard]] std::optional<TimePoint> DueAt() const;
     // The next event that is due; no value when there is none.
@@ -45,7 +43,6 @@ class CEventBursts {
 
     TimePoint latestEnd_;  // of the burst, when there is one
     TimePoint end_;        // when no more events come
-    TimePoint heldUntil_;
     int missingInterfaces_ = 0;
     std::map<HostEvent, Names, std::greater<>> events_;  // removed, changed, added
 };

@@ -45,8 +45,6 @@ class CIEventSource {
     [[nodiscard]] virtual std::optional<Clock::time_point> DueAt() const = 0;
     // The next report that is due; no value when there is none.
     virtual std::optional<EventReport> NextReport(Clock::time_point now) = 0;
-    // The host has written the record.
-    virtual void OnWritten(Clock::time_point /*now*/) {}
 };
 
 }  // namespace em_pni

@@ -37,6 +37,12 @@ CEndSignals::~CEndSignals() {
     ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
 }
 
+bool CEndSignals::IsPending() const noexcept {
+    sigset_t pending{};
+    return ::sigpending(&pending) == 0 && ::sigandset(&pending, &pending, &signals_) == 0 &&
+           ::sigisemptyset(&pending) == 0;
+}
+
 CRunWaiter::CRunWaiter(const CEndSignals& signals, const Settings& settings)
     : settings_(settings),
       nextTick_(Clock::now() + settings.tick.value_or(std::chrono::milliseconds::zero())),
@@ -81,9 +87,6 @@ CRunWaiter::Occasion CRunWaiter::Wait(std::optional<Clock::time_point> wakeAt) {
         if (polled[1].revents != 0) {
             eventfd_t count = 0;
             ::eventfd_read(written_.Get(), &count);
-            for (const auto& source : sources_) {
-                source->OnWritten(Clock::now());
-            }
             return Written{};
         }
         const Clock::time_point now = Clock::now();

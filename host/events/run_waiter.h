@@ -25,6 +25,8 @@ class CEndSignals {
     CEndSignals& operator=(const CEndSignals&) = delete;
 
     [[nodiscard]] const sigset_t& Get() const noexcept { return signals_; }
+    // Whether one of the signals has come and nobody has taken it.
+    [[nodiscard]] bool IsPending() const noexcept;
 
   private:
     sigset_t signals_{};

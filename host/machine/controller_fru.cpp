@@ -55,17 +55,19 @@ std::string hexByte(std::uint8_t byte) {
 }  // namespace
 
 CControllerFru::CControllerFru(const CFruPlace& place, std::uint8_t fruId, IpmiPortOpener open,
-                               CIpmiFru::Progress progress)
+                               FruProgress progress)
     : place_(place),
       journal_(place),
       fruId_(fruId),
       open_(std::move(open)),
-      progress_(std::move(progress)) {}
+      progress_(progress ? std::move(progress) : [](auto...) {}) {}
 
 std::vector<std::uint8_t> CControllerFru::Read() {
     const auto port = open_();
     CIpmiFru fru(*port, Name(), fruId_, patience);
-    return fru.Read(0, fru.Size(), progress_);
+    return fru.Read(0, fru.Size(), [this](std::size_t done, std::size_t total) {
+        progress_("reading", done, total);
+    });
 }
 
 void CControllerFru::Write(std::span<const std::uint8_t> stored,
@@ -97,28 +99,38 @@ void CControllerFru::Change(std::span<const std::uint8_t> from, std::span<const 
     for (const Range& range : ranges) {
         total += range.end - range.begin;
     }
-    std::size_t done = 0;
+    std::size_t before = 0;  // bytes of the ranges that are done
+    const auto progressOf = [&](const char* action) {
+        return [&, action](std::size_t done, std::size_t /*ofRange*/) {
+            progress_(action, before + done, total);
+        };
+    };
     for (const Range& range : ranges) {
         const auto wanted = to.subspan(range.begin, range.end - range.begin);
-        fru.Write(range.begin, wanted);
-        if (progress_) {
-            progress_(done += wanted.size(), total);
-        }
+        fru.Write(range.begin, wanted, progressOf("writing"));
+        before += wanted.size();
     }
+    before = 0;
     for (const Range& range : ranges) {
         const auto wanted = to.subspan(range.begin, range.end - range.begin);
-        if (std::ranges::equal(fru.Read(range.begin, wanted.size()), wanted)) {
-            continue;
-        }
-        fru.Write(range.begin, wanted);
-        const std::vector<std::uint8_t> found = fru.Read(range.begin, wanted.size());
-        const auto [wrong, right] = std::ranges::mismatch(found, wanted);
-        if (wrong != found.end()) {
-            throw CHostError(
-                Name() + ": byte " +
-                std::to_string(range.begin + static_cast<std::size_t>(wrong - found.begin())) +
-                " reads " + hexByte(*wrong) + " after " + hexByte(*right) + " was written twice");
-        }
+        Compare(fru, range.begin, wanted, progressOf("comparing"));
+        before += wanted.size();
+    }
+}
+
+void CControllerFru::Compare(CIpmiFru& fru, std::size_t begin, std::span<const std::uint8_t> wanted,
+                             const CIpmiFru::Progress& progress) const {
+    if (std::ranges::equal(fru.Read(begin, wanted.size(), progress), wanted)) {
+        return;
+    }
+    fru.Write(begin, wanted);
+    const std::vector<std::uint8_t> found = fru.Read(begin, wanted.size());
+    const auto [wrong, right] = std::ranges::mismatch(found, wanted);
+    if (wrong != found.end()) {
+        throw CHostError(Name() + ": byte " +
+                         std::to_string(begin + static_cast<std::size_t>(wrong - found.begin())) +
+                         " reads " + hexByte(*wrong) + " after " + hexByte(*right) +
+                         " was written twice");
     }
 }
 

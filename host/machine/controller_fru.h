@@ -21,7 +21,7 @@ class CControllerFru final : public CIFruStore {
     // `place` must outlive this. A caller that writes holds its lock. Each operation opens the
     // device anew: a driver may have been loaded again since the last one.
     CControllerFru(const CFruPlace& place, std::uint8_t fruId, IpmiPortOpener open,
-                   CIpmiFru::Progress progress = {});
+                   FruProgress progress = {});
 
     [[nodiscard]] const std::string& Name() const noexcept override { return place_.Name(); }
     [[nodiscard]] std::size_t Capacity(std::size_t size) const noexcept override { return size; }
@@ -35,13 +35,17 @@ class CControllerFru final : public CIFruStore {
   private:
     // Writes what differs between the two images, and compares. Throws a CHostError.
     void Change(std::span<const std::uint8_t> from, std::span<const std::uint8_t> to);
+    // Reads bytes that were written. Writes them once more when they differ, then throws when they
+    // still do.
+    void Compare(CIpmiFru& fru, std::size_t begin, std::span<const std::uint8_t> wanted,
+                 const CIpmiFru::Progress& progress) const;
     void GoBack(std::span<const std::uint8_t> from, std::span<const std::uint8_t> to) noexcept;
 
     const CFruPlace& place_;
     const CFruJournal journal_;
     const std::uint8_t fruId_;
     const IpmiPortOpener open_;
-    const CIpmiFru::Progress progress_;
+    const FruProgress progress_;
 };
 
 }  // namespace em_pni

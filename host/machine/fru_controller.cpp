@@ -1,28 +1,13 @@
 #include "host/machine/fru_controller.h"
 
 #include <algorithm>
-#include <system_error>
+#include <exception>
+#include <new>
 #include <utility>
 
 #include "host/machine/fru_areas.h"
 
 namespace em_pni {
-
-namespace {
-
-// Ends the time of a write.
-class CWriteMark {
-  public:
-    explicit CWriteMark(std::atomic<bool>& flag) : flag_(flag) {}
-    ~CWriteMark() { flag_ = false; }
-    CWriteMark(const CWriteMark&) = delete;
-    CWriteMark& operator=(const CWriteMark&) = delete;
-
-  private:
-    std::atomic<bool>& flag_;
-};
-
-}  // namespace
 
 CFruController::~CFruController() {
     Finish();
@@ -30,8 +15,13 @@ CFruController::~CFruController() {
 
 void CFruController::Finish() {
     const CRecursiveLockGuard guard(lock_);
-    if (write_.valid()) {
-        write_.wait();
+    if (!write_.valid()) {
+        return;
+    }
+    if (write_.get() == krcp::SUCCESS) {
+        listener_.OnWritten(late_.size());
+    } else {
+        late_.clear();
     }
 }
 
@@ -48,17 +38,23 @@ std::optional<std::uint32_t> CFruController::Answer(CKrcpMessage& message,
     return opcode == krcp::readFru ? ReadFru(message) : WriteFru(message, timeout);
 }
 
+void CFruController::BeginStart(std::vector<std::uint8_t> bytes) {
+    const CRecursiveLockGuard guard(lock_);
+    Finish();
+    known_ = std::move(bytes);
+    isStart_ = true;
+    if (!known_.empty()) {
+        listener_.OnRead(known_.size());
+    }
+}
+
 std::uint32_t CFruController::ReadFru(CKrcpMessage& message) {
     try {
-        if (access_ == Access::readWrite) {
-            MendStore();
+        late_.clear();
+        if (!isStart_ || known_.empty()) {
+            ReadStore();
         }
-        known_ = store_.Read();
-        if (!krcp::setRawBytes(message, known_)) {
-            return krcp::INVALID_CMD;
-        }
-        listener_.OnRead(known_.size());
-        return krcp::SUCCESS;
+        return krcp::setRawBytes(message, known_) ? krcp::SUCCESS : krcp::INVALID_CMD;
     } catch (const CHostError& error) {
         listener_.OnReadFailed(error.what());
         return krcp::EXEC_FAILED;
@@ -75,33 +71,59 @@ std::uint32_t CFruController::WriteFru(const CKrcpMessage& message,
         listener_.OnWriteFailed(store_.Name() + ": the record to write is not an array of bytes");
         return krcp::INVALID_SET_VALUE;
     }
-    isWriting_ = true;
+    if (std::exchange(late_, {}) == bytes) {
+        return krcp::SUCCESS;
+    }
+    state_ = WriteState::running;
     try {
-        write_ = std::async(std::launch::async, [this, record = std::move(bytes)]() mutable {
-            const CWriteMark mark(isWriting_);
-            return ReplaceRecord(std::move(record));
+        write_ = std::async(std::launch::async, [this, record = bytes]() mutable {
+            return RunWrite(std::move(record));
         });
-    } catch (const std::system_error&) {
-        isWriting_ = false;
+    } catch (const std::exception&) {
+        state_ = WriteState::none;
         listener_.OnWriteFailed(store_.Name() + ": cannot start a thread for the write");
         return krcp::EXEC_FAILED;
     }
-    if (write_.wait_for(timeout) != std::future_status::ready) {
+    auto running = WriteState::running;
+    if (write_.wait_for(timeout) != std::future_status::ready &&
+        state_.compare_exchange_strong(running, WriteState::late)) {
+        late_ = std::move(bytes);
         return krcp::DEVICE_BUSY;
     }
     return write_.get();
 }
 
-std::uint32_t CFruController::ReplaceRecord(std::vector<std::uint8_t> record) {
+std::uint32_t CFruController::RunWrite(std::vector<std::uint8_t> record) noexcept {
+    const std::size_t size = record.size();
+    std::uint32_t status = krcp::EXEC_FAILED;
     try {
-        return TryToReplaceRecord(std::move(record));
+        status = ReplaceRecord(std::move(record));
+    } catch (const std::exception&) {
+        // There is too little memory for the text of an error.
+    }
+    const bool isLate = state_.exchange(WriteState::none) == WriteState::late;
+    if (status == krcp::SUCCESS) {
+        isLate ? listener_.OnLateWrite() : listener_.OnWritten(size);
+    }
+    return status;
+}
+
+std::uint32_t CFruController::ReplaceRecord(std::vector<std::uint8_t> record) {
+    std::uint32_t status = krcp::EXEC_FAILED;
+    try {
+        status = TryToReplaceRecord(std::move(record));
     } catch (const CFruProtected& error) {
         listener_.OnWriteFailed(error.what());
-        return krcp::OBJ_WRITE_PROTECT;
+        status = krcp::OBJ_WRITE_PROTECT;
     } catch (const CHostError& error) {
         listener_.OnWriteFailed(error.what());
-        return krcp::EXEC_FAILED;
+    } catch (const std::bad_alloc&) {
+        listener_.OnWriteFailed(store_.Name() + ": too little memory for the write");
     }
+    if (status != krcp::SUCCESS) {
+        EndStart();
+    }
+    return status;
 }
 
 std::uint32_t CFruController::TryToReplaceRecord(std::vector<std::uint8_t> record) {
@@ -125,15 +147,23 @@ std::uint32_t CFruController::TryToReplaceRecord(std::vector<std::uint8_t> recor
                                 textOf(*area));
         return krcp::SET_STRING_TOOLONG;
     }
-    const std::size_t size = record.size();
     const std::vector<std::uint8_t> image =
         withAreasOf(areas, CByteView(stored), std::move(record));
     if (image != stored) {
+        lastWrite_ = Clock::now();  // also of a write that fails
         store_.Write(stored, image);
+        lastWrite_ = Clock::now();
     }
     known_ = image;
-    listener_.OnWritten(size);
     return krcp::SUCCESS;
+}
+
+void CFruController::ReadStore() {
+    if (access_ == Access::readWrite) {
+        MendStore();
+    }
+    known_ = store_.Read();
+    listener_.OnRead(known_.size());
 }
 
 void CFruController::MendStore() {

@@ -20,12 +20,15 @@ namespace em_pni {
 // module, which waits for the answer.
 class CIFruListener {
   public:
-    virtual void OnRead(std::size_t bytes) = 0;
-    virtual void OnWritten(std::size_t bytes) = 0;
+    virtual void OnRead(std::size_t /*bytes*/) {}
+    virtual void OnWritten(std::size_t /*bytes*/) {}
+    // A write has ended after its answer DEVICE_BUSY. OnWritten follows with the next answer, best
+    // to the same write, which sends nothing then: a cycle of the module asks for it.
+    virtual void OnLateWrite() {}
     virtual void OnReadFailed(const std::string& reason) = 0;
     virtual void OnWriteFailed(const std::string& reason) = 0;
     // The FRU data are not those that the module has read: nothing is written until it reads again.
-    virtual void OnChangedByOthers() = 0;
+    virtual void OnChangedByOthers() {}
     // A remark for the user.
     virtual void OnNote(const std::string& text) = 0;
 
@@ -35,6 +38,7 @@ class CIFruListener {
 
 class CFruController {
   public:
+    using Clock = std::chrono::steady_clock;
     enum class Access { readOnly, readWrite };
 
     // Both must outlive the controller. With readOnly, the answer to a write is OBJ_WRITE_PROTECT
@@ -55,17 +59,31 @@ class CFruController {
     // answered DEVICE_BUSY and goes on in another thread. The next answer waits for it.
     std::optional<std::uint32_t> Answer(CKrcpMessage& message, std::chrono::milliseconds timeout);
 
+    // A start of the module reads the FRU data several times. From now on the answer to a read is
+    // what was read or written last, so that a slow controller is read once. A write compares with
+    // the stored bytes all the same. When one fails, the next answer comes from the store again.
+    // `bytes` were read by the caller just before; empty = the first answer comes from the store.
+    void BeginStart(std::vector<std::uint8_t> bytes);
+    // From now on each read is answered from the store. Any thread may call.
+    void EndStart() noexcept { isStart_ = false; }
+
     // Waits for a write that goes on.
     void Finish();
-    // Any thread may call.
-    [[nodiscard]] bool IsWriting() const noexcept { return isWriting_; }
+    // Any thread may call this and the next function.
+    [[nodiscard]] bool IsWriting() const noexcept { return state_ != WriteState::none; }
+    // When the last write of bytes ended; now while one may be under way.
+    [[nodiscard]] Clock::time_point LastWrite() const noexcept {
+        return IsWriting() ? Clock::now() : lastWrite_.load();
+    }
 
   private:
     // Each returns the status of the answer.
     std::uint32_t ReadFru(CKrcpMessage& message) PNI_REQUIRES(lock_);
+    void ReadStore() PNI_REQUIRES(lock_);
     std::uint32_t WriteFru(const CKrcpMessage& message, std::chrono::milliseconds timeout)
         PNI_REQUIRES(lock_);
-    // These two run in one thread at a time: `lock_` is held, or `write_` is not ready.
+    // These run in one thread at a time: `lock_` is held, or `write_` is not ready.
+    std::uint32_t RunWrite(std::vector<std::uint8_t> record) noexcept;
     std::uint32_t ReplaceRecord(std::vector<std::uint8_t> record);
     std::uint32_t TryToReplaceRecord(std::vector<std::uint8_t> record);
     void MendStore();
@@ -76,8 +94,13 @@ class CFruController {
     const Access access_;
     const std::size_t capacity_;       // in bytes
     std::vector<std::uint8_t> known_;  // as last read or written; empty = not yet
-    std::atomic<bool> isWriting_{false};
+    std::atomic<bool> isStart_{false};
+    enum class WriteState { none, running, late };  // late: answered DEVICE_BUSY
+    std::atomic<WriteState> state_{WriteState::none};
+    std::atomic<Clock::time_point> lastWrite_{Clock::time_point::min()};
     std::future<std::uint32_t> write_ PNI_GUARDED_BY(lock_);
+    // The record of the last late write, until the module knows that it is stored.
+    std::vector<std::uint8_t> late_ PNI_GUARDED_BY(lock_);
 };
 
 }  // namespace em_pni

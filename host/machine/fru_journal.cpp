@@ -31,9 +31,6 @@ std::uint64_t checksumOf(CByteView bytes) {
 
 }  // namespace
 
-CFruJournal::CFruJournal(const CFruPlace& place)
-    : place_(place), name_(place.FileName() + ".journal") {}
-
 bool CFruJournal::Exists() const noexcept {
     struct stat status {};
     return ::fstatat(place_.Folder(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
@@ -42,10 +39,13 @@ bool CFruJournal::Exists() const noexcept {
 std::optional<CFruJournal::Images> CFruJournal::Read() const {
     const auto content = readSmallFile(place_.Folder(), name_, headerSize + 2 * largestImage);
     if (!content) {
-        return std::nullopt;
+        if (errno == EFBIG) {
+            return std::nullopt;
+        }
+        Fail("cannot read the journal");
     }
     const CByteView file(*content);
-    const CByteView images = file.Part(headerSize, file.Size() - headerSize);
+    const CByteView images(file.Inside(headerSize, file.Size()));
     if (!file.HasText(0, magic) || images.Size() % 2 != 0 || images.Size() == 0 ||
         file.U64(magic.size()) != checksumOf(images)) {
         return std::nullopt;

@@ -19,12 +19,15 @@ class CFruJournal {
         std::vector<std::uint8_t> after;
     };
 
-    // The file is "<base name>.journal" in the folder of the place, which must outlive this.
-    // Without a folder there is no journal.
-    explicit CFruJournal(const CFruPlace& place);
+    // "<base name>.journal", in the folder of the place.
+    static std::string NameAt(const CFruPlace& place) { return place.FileName() + ".journal"; }
+
+    // The place must outlive this. Without a folder there is no journal.
+    explicit CFruJournal(const CFruPlace& place) : place_(place), name_(NameAt(place)) {}
 
     [[nodiscard]] bool Exists() const noexcept;
-    // The images on disk. No value = the file is damaged or cannot be read.
+    // The images on disk. No value = the file is damaged. Throws a CHostError when it cannot be
+    // read now: a later call may succeed.
     [[nodiscard]] std::optional<Images> Read() const;
     // Writes the file and flushes it to disk. Throws a CHostError.
     void Keep(std::span<const std::uint8_t> before, std::span<const std::uint8_t> after) const;

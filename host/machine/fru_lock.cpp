@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/machine/fru_journal.h"
 #include "host/output/host_error.h"
 
 namespace em_pni {
@@ -21,6 +22,7 @@ CFruLock::CFruLock(const CFruPlace& place) : place_(place), name_(place.FileName
         // The holder before may have removed the file between the two calls.
     } while (!HasItsName());
     removeTemporaries(place_.Folder(), place_.FileName());
+    removeTemporaries(place_.Folder(), CFruJournal::NameAt(place_));
 }
 
 CFruLock::~CFruLock() {

@@ -25,24 +25,36 @@ std::string resolveLinks(const std::string& path) {
     return resolved.get();
 }
 
-// Two paths of one device have the same base name.
+// All paths of one device give the same base name.
 PathParts placeOfController(const FruSource& source) {
-    const std::string device = splitPath(resolveLinks(source.path)).name;
-    std::string folder = source.stateFolder;
-    if (folder.empty() || folder.back() != '/') {
-        folder += '/';
+    struct stat status {};
+    if (::stat(source.path.c_str(), &status) != 0) {
+        throw CHostError(systemErrorText(source.path, errno));
     }
-    return {folder, device + "-fru" + std::to_string(source.fruId)};
+    // The driver numbers its devices by their minor numbers.
+    return {std::filesystem::path(source.stateFolder) / "",
+            "ipmi" + std::to_string(minor(status.st_rdev)) + "-fru" + std::to_string(source.fruId)};
+}
+
+// Returns whether the folder is new. `path` ends with a slash.
+bool createStateFolder(const std::string& path) {
+    const auto above = std::filesystem::path(path).parent_path().parent_path();
+    std::error_code ignored;  // without the folder above, mkdir fails
+    std::filesystem::create_directories(above, ignored);
+    if (::mkdir(path.c_str(), S_IRWXU) != 0) {
+        if (errno != EEXIST) {
+            throw CHostError(systemErrorText(path + ": cannot create the state folder", errno));
+        }
+        return false;
+    }
+    return true;
 }
 
 CFileDescriptor openStateFolder(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    if (error) {
-        throw CHostError(path + ": cannot create the state folder: " + error.message());
-    }
+    const bool isNew = createStateFolder(path);
     CFileDescriptor folder = openFolder(path);
-    if (!folder) {
+    // A new folder must be on the disk before a journal in it counts.
+    if (!folder || (isNew && ::syncfs(folder.Get()) != 0)) {
         throw CHostError(systemErrorText(path + ": cannot open the state folder", errno));
     }
     struct stat status {};

@@ -4,15 +4,21 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "host/output/host_error.h"
 
 namespace em_pni {
+
+// Learns how many of how many bytes are done. `action` is "reading", "writing" or "comparing".
+using FruProgress =
+    std::function<void(std::string_view action, std::size_t done, std::size_t total)>;
 
 // The FRU data are write-protected.
 class CFruProtected final : public CHostError {

@@ -142,11 +142,14 @@ std::vector<std::uint8_t> CIpmiFru::ReadChunk(std::size_t offset, std::size_t le
     }
 }
 
-void CIpmiFru::Write(std::size_t offset, std::span<const std::uint8_t> bytes) {
-    while (!bytes.empty()) {
-        const std::size_t taken = WriteChunk(offset, bytes);
-        offset += taken;
-        bytes = bytes.subspan(taken);
+void CIpmiFru::Write(std::size_t offset, std::span<const std::uint8_t> bytes,
+                     const Progress& progress) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        done += WriteChunk(offset + done, bytes.subspan(done));
+        if (progress) {
+            progress(done, bytes.size());
+        }
     }
 }
 

@@ -32,7 +32,8 @@ class CIpmiFru {
     // The bytes must lie within the size. A controller may accept bytes without storing them: only
     // a Read afterwards shows what is stored. Throws a CFruProtected when the data are
     // write-protected.
-    void Write(std::size_t offset, std::span<const std::uint8_t> bytes);
+    void Write(std::size_t offset, std::span<const std::uint8_t> bytes,
+               const Progress& progress = {});
 
   private:
     // Repeats the command while the controller is busy. The answer has any other code.

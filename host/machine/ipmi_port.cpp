@@ -23,17 +23,16 @@ int CKernelIpmiPort::Ioctl(unsigned long request, void* argument) {
     return ::ioctl(device_.Get(), request, argument) == 0 ? 0 : errno;
 }
 
-// A failing poll also ends the wait: the next ioctl then has the reason.
 bool CKernelIpmiPort::WaitForMessage(Clock::time_point deadline) {
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Now());
         const int timeout = static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 60'000));
         pollfd polled{device_.Get(), POLLIN, 0};
         const int result = ::poll(&polled, 1, timeout);
-        if (result > 0 || (result < 0 && errno != EINTR)) {
-            return true;
+        if (result > 0) {
+            return (polled.revents & POLLIN) != 0;
         }
-        if (Now() >= deadline) {
+        if ((result < 0 && errno != EINTR) || Now() >= deadline) {
             return false;
         }
     }

@@ -22,7 +22,8 @@ class CIIpmiPort {
 
     // `request` is an IPMICTL_... constant. Returns 0 or an errno value.
     virtual int Ioctl(unsigned long request, void* argument) = 0;
-    // Waits for a message from the controller. False at the deadline.
+    // Waits for a message from the controller. False at the deadline, and when the device cannot be
+    // polled.
     virtual bool WaitForMessage(Clock::time_point deadline) = 0;
     virtual void Pause(Clock::duration duration) = 0;
     [[nodiscard]] virtual Clock::time_point Now() const = 0;

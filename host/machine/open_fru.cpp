@@ -25,6 +25,9 @@ std::vector<std::uint8_t> readStandardInput() {
         if (got < 0) {
             throw CHostError(systemErrorText("standard input", errno));
         }
+        if (got == 0 && bytes.empty()) {
+            throw CHostError("standard input: there are no bytes");
+        }
         if (got == 0) {
             return bytes;
         }
@@ -37,7 +40,7 @@ std::vector<std::uint8_t> readStandardInput() {
 
 }  // namespace
 
-COpenFru::COpenFru(const FruSource& source, CFruPlace::Use use, CIpmiFru::Progress progress) {
+COpenFru::COpenFru(const FruSource& source, CFruPlace::Use use, FruProgress progress) {
     if (source.path == standardInput && use == CFruPlace::Use::read) {
         store_ =
             std::make_unique<CFruCopy>("standard input", readStandardInput(), CFruImage::maxSize);

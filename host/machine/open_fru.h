@@ -6,7 +6,6 @@
 
 #include "host/machine/fru_place.h"
 #include "host/machine/fru_store.h"
-#include "host/machine/ipmi_fru.h"
 
 namespace em_pni {
 
@@ -14,7 +13,7 @@ class COpenFru {
   public:
     // The path "-" with Use::read is a copy of standard input. Throws a CHostError. `progress` is
     // for controllers, which take seconds.
-    COpenFru(const FruSource& source, CFruPlace::Use use, CIpmiFru::Progress progress = {});
+    COpenFru(const FruSource& source, CFruPlace::Use use, FruProgress progress = {});
 
     [[nodiscard]] CIFruStore& Store() noexcept { return *store_; }
     [[nodiscard]] bool IsController() const noexcept { return place_ && place_->IsController(); }

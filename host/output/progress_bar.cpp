@@ -15,22 +15,31 @@ constexpr std::string_view eraseLine = "\r\x1b[K";
 
 }  // namespace
 
-CProgressBar::CProgressBar(std::string action)
-    : action_(std::move(action)), isTerminal_(::isatty(STDERR_FILENO) == 1) {}
+CProgressBar::CProgressBar() : isTerminal_(::isatty(STDERR_FILENO) == 1) {}
 
 CProgressBar::~CProgressBar() {
+    Remove();
+}
+
+void CProgressBar::Remove() {
     if (!shown_.empty()) {
         writeAll(STDERR_FILENO, eraseLine);
+        shown_.clear();
     }
 }
 
-void CProgressBar::Show(std::size_t done, std::size_t total) {
-    if (!isTerminal_ || total == 0) {
+void CProgressBar::Show(std::string_view action, std::size_t done, std::size_t total) {
+    if (!isTerminal_) {
+        return;
+    }
+    if (done >= total) {
+        Remove();
         return;
     }
     const std::size_t full = width * done / total;
-    std::string bar = action_ + " [" + std::string(full, '#') + std::string(width - full, '.') +
-                      "] " + std::to_string(done) + " of " + std::to_string(total) + " bytes";
+    std::string bar = std::string(action) + " [" + std::string(full, '#') +
+                      std::string(width - full, '.') + "] " + std::to_string(done) + " of " +
+                      std::to_string(total) + " bytes";
     if (bar != shown_) {
         writeAll(STDERR_FILENO, std::string(eraseLine) + bar);
         shown_ = std::move(bar);

@@ -3,22 +3,25 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace em_pni {
 
 class CProgressBar {
   public:
-    // `action` is a word such as "reading".
-    explicit CProgressBar(std::string action);
+    CProgressBar();
     // Removes the bar.
     ~CProgressBar();
     CProgressBar(const CProgressBar&) = delete;
     CProgressBar& operator=(const CProgressBar&) = delete;
 
-    void Show(std::size_t done, std::size_t total);
+    // `action` is a word such as "reading". Removes the bar when all is done: the next line of
+    // output must not follow it.
+    void Show(std::string_view action, std::size_t done, std::size_t total);
 
   private:
-    const std::string action_;
+    void Remove();
+
     const bool isTerminal_;
     std::string shown_;
 };
