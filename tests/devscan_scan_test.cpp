@@ -108,19 +108,6 @@ TEST_F(DevscanScan, RepresentorsLendNoAddress) {
     EXPECT_EQ(adapters[2].Facts().permanentMac, mac(10));
 }
 
-TEST_F(DevscanScan, SlotsOfCardsBehindABridgeOfTheirOwnAndOfOnboardDevices) {
-    machine.Pci(rootPort + "/0000:03:00.0/0000:04:02.0/0000:05:00.3", 0x8086, 0x10BC, 0x0200);
-    machine.File(dmiTable, smbiosSlot(3, {0, 0, 1, 0}));
-    const std::string virtio = "pci0000:00/0000:00:03.0";
-    machine.Pci(virtio, 0x1AF4, 0x1041, 0x0200, "virtio-pci");
-    machine.Net(virtio + "/virtio2", "eth0", {.mac = mac(1)});
-    const auto adapters = machine.Scan();
-    ASSERT_EQ(adapters.size(), 2U);
-    EXPECT_EQ(adapters[0].Facts().permanentMac, mac(1));
-    EXPECT_EQ(adapters[0].Facts().slot, 0U);
-    EXPECT_EQ(adapters[1].Facts().slot, 3U);
-}
-
 TEST_F(DevscanScan, ConvergedCardAndItsStorageFunction) {
     machine.Pci("pci0000:00/0000:00:17.0", 0x8086, 0xA182, 0x0106);
     machine.Pci(cardFunction(0), 0x10DF, 0x0720, 0x0200);

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 #include <numeric>
+#include <sys/resource.h>
 
 #include "devscan/pci_routing.h"
+#include "devscan/slot_facts.h"
 #include "devscan/smbios.h"
 #include "tests/devscan_fake_machine.h"
 
@@ -83,23 +85,22 @@ TEST(DevscanSlot, EntryPointsAreFoundByTheirChecksum) {
     }
 }
 
-struct SameFacts final : CISlotFacts {
+struct ScriptedFacts final : CISlotFacts {
+    bool IsAri(const PciAddress& /*function*/) override { return ari; }
+    bool HasOnboardIndex(const PciAddress& /*function*/) override {
+        ++asked;
+        return onboardIndex;
+    }
+    std::uint32_t AcpiNumber(const PciAddress& function) override {
+        return acpiNumbers.try_emplace(function, unknownSlot).first->second;
+    }
+    const std::vector<KernelSlot>& KernelSlots() override { return kernelSlots; }
+
+    std::vector<KernelSlot> kernelSlots;
     bool ari = false;
     bool onboardIndex = false;
     std::map<PciAddress, std::uint32_t> acpiNumbers;
-    std::vector<KernelSlot> kernelSlots;
     int asked = 0;
-
-    bool IsAri(const PciAddress& /*function*/) override { return ++asked > 0 && ari; }
-    bool HasOnboardIndex(const PciAddress& /*function*/) override {
-        return ++asked > 0 && onboardIndex;
-    }
-    std::uint32_t AcpiNumber(const PciAddress& function) override {
-        ++asked;
-        const auto found = acpiNumbers.find(function);
-        return found == acpiNumbers.end() ? unknownSlot : found->second;
-    }
-    const std::vector<KernelSlot>& KernelSlots() override { return ++asked, kernelSlots; }
 };
 
 // A function on bus 3 behind port 00:01.0, which is behind port 00:02.0.
@@ -109,7 +110,7 @@ struct Place {
     std::vector<PciAddress> bridges{port, upper};
     std::vector<PciAddress> otherBridges{};
     std::vector<RoutedDevice> routing{};
-    SameFacts facts{};
+    ScriptedFacts facts{};
 
     static constexpr PciAddress port{0, 0, 1, 0};
     static constexpr PciAddress upper{0, 0, 2, 0};
@@ -136,15 +137,10 @@ std::uint32_t slotOf(Place place) {
     return resolve(place).number;
 }
 
-SameFacts ari() {
-    SameFacts facts;
-    facts.ari = true;
-    return facts;
-}
-
-SameFacts kernelSlot(const KernelSlot& slot) {
-    SameFacts facts;
-    facts.kernelSlots = {slot};
+ScriptedFacts factsWith(const std::vector<KernelSlot>& kernelSlots, bool ari = false) {
+    ScriptedFacts facts;
+    facts.kernelSlots = kernelSlots;
+    facts.ari = ari;
     return facts;
 }
 
@@ -152,8 +148,8 @@ TEST(DevscanSlot, EachSourceYieldsToTheOneBefore) {
     Place place{.smbios = smbiosOnboard(card) + smbiosSlot(2, card),
                 .bridges = {Place::port},
                 .routing = {{3, 0, 3}, {0, 1, 9}},
-                .facts = kernelSlot({7, card, false})};
-    SameFacts& facts = place.facts;
+                .facts = factsWith({{7, card, false}})};
+    ScriptedFacts& facts = place.facts;
     facts.onboardIndex = true;
     facts.acpiNumbers = {{card, 5}, {Place::port, 6}};
     const auto expect = [&place](std::uint32_t number, SlotSource source) {
@@ -194,7 +190,9 @@ TEST(DevscanSlot, SmbiosNamesTheCardItsDeviceOrWithAriItsBus) {
         << "other functions of the device are named";
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = second}), 4U);
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = ninth}), unknownSlot);
-    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = ninth, .facts = ari()}), 4U);
+    EXPECT_EQ(
+        slotOf({.smbios = smbiosSlot(4, card), .address = ninth, .facts = factsWith({}, true)}),
+        4U);
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card) + smbiosSlot(5, second), .address = second}),
               5U);
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card, {.inUse = false}) + smbiosSlot(5, second)}), 5U)
@@ -224,9 +222,12 @@ TEST(DevscanSlot, ABridgeIsNamedByItsFunctionOrByItsBus) {
         << "an onboard bridge says nothing about its cards";
     // A kernel slot names a device: it is no answer for one of two ports.
     const KernelSlot atPort{7, Place::port, false};
-    EXPECT_EQ(slotOf({.facts = kernelSlot(atPort)}), 7U);
-    EXPECT_EQ(slotOf({.otherBridges = {sibling}, .facts = kernelSlot(atPort)}), unknownSlot);
-    EXPECT_EQ(slotOf({.facts = kernelSlot({7, {0, 3, 9, 0}, true})}), 7U) << "a whole bus";
+    EXPECT_EQ(slotOf({.facts = factsWith({atPort})}), 7U);
+    EXPECT_EQ(slotOf({.otherBridges = {sibling}, .facts = factsWith({atPort})}), unknownSlot);
+    EXPECT_EQ(slotOf({.facts = factsWith({{7, {0, 3, 9, 0}, true}})}), 7U) << "a whole bus";
+    const KernelSlot ofCard{7, card, false};
+    EXPECT_EQ(slotOf({.address = {0, 3, 1, 0}, .facts = factsWith({ofCard}, true)}), 7U);
+    EXPECT_EQ(slotOf({.address = {0, 3, 1, 0}, .facts = factsWith({ofCard})}), unknownSlot);
 }
 
 TEST(DevscanSlot, PrintedNumbersStandInForMissingAndSharedIds) {
@@ -261,6 +262,25 @@ TEST(DevscanSlot, TablesOfMachines) {
     const std::string entry = entryPoint64(bytesText({table.size()}), bytesText({0, 0, 0x10}));
     EXPECT_EQ(slotWith({{0x100000, table}, {0xF0010, entry}}), 2U);
     EXPECT_EQ(slotWith({}), unknownSlot) << "memory cannot be read";
+}
+
+// Without descriptors, the rule would take the next source.
+TEST(DevscanSlot, AFactThatCannotBeReadNowIsNoAnswer) {
+    CFakeMachine machine;
+    const CFileTree& files = machine.Machine().Files();
+    CSlotFacts ofFunction(files);
+    CSlotFacts ofKernel(files);
+    rlimit old{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &old), 0);
+    const rlimit none{0, old.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const bool hasIndex = ofFunction.HasOnboardIndex(card);
+    const bool hasSlots = !ofKernel.KernelSlots().empty();
+    const SlotTables* const tables = machine.Machine().Slots();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
+    EXPECT_FALSE(hasIndex || hasSlots);
+    EXPECT_TRUE(ofFunction.AreIncomplete() && ofKernel.AreIncomplete());
+    EXPECT_EQ(tables, nullptr);
 }
 
 }  // namespace
