@@ -1,5 +1,6 @@
 #include "devscan/kernel_slots.h"
 
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,22 +32,22 @@ std::optional<KernelSlot> parsePlace(std::string_view text) noexcept {
 
 }  // namespace
 
-std::vector<KernelSlot> readKernelSlots(const CFileTree& files) {
+std::optional<std::vector<KernelSlot>> readKernelSlots(const CFileTree& files) {
     std::vector<KernelSlot> slots;
+    errno = 0;
     const auto folder = files.OpenFolder("sys/bus/pci/slots");
     const auto names = folder ? folder->List() : std::nullopt;
-    if (!names) {
-        return slots;
-    }
-    for (const std::string& name : *names) {
+    for (const std::string& name : names.value_or(std::vector<std::string>())) {
         const auto number = leadingNumber(name);
         const auto text = number ? folder->ReadAttribute(name + "/address") : std::nullopt;
         if (auto slot = text ? parsePlace(*text) : std::nullopt) {
             slot->number = *number;
             slots.push_back(*slot);
+        } else if (number && !text && isOutOfResources(errno)) {
+            return std::nullopt;
         }
     }
-    return slots;
+    return names || !isOutOfResources(errno) ? std::optional(std::move(slots)) : std::nullopt;
 }
 
 }  // namespace em_pni

@@ -237,11 +237,14 @@ struct Contribution {
     }
 };
 
-Contribution contributionOf(const std::string& name, const CInterfaceQuery& query) {
+// A single interface needs no rank: `isOnly` leaves port and index out.
+Contribution contributionOf(const std::string& name, const CInterfaceQuery& query, bool isOnly) {
     Contribution result;
     result.name = name;
-    result.port = query.Port();
-    result.index = query.Index();
+    if (!isOnly) {
+        result.port = query.Port();
+        result.index = query.Index();
+    }
     result.address = query.Current();
     if (result.address.ethernet) {
         result.permanent = query.Permanent(result.address.mac);
@@ -265,7 +268,7 @@ std::vector<Contribution> contributionsOf(const CFileTree& files, CInterfaceCont
         if (kind == PortKind::representor) {
             continue;
         }
-        Contribution next = contributionOf(interface.name, query);
+        Contribution next = contributionOf(interface.name, query, interfaces.size() == 1);
         if (interface.link.empty() || isStill(files, netDirectory, interface)) {
             (kind == PortKind::own ? own : wholeFunction).push_back(std::move(next));
         }

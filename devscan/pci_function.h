@@ -14,6 +14,7 @@ constexpr std::uint32_t unknownSlot = 0xFFFFFFFF;
 // Class codes are base class << 8 | sub-class.
 constexpr std::uint8_t pciBaseStorage = 0x01;
 constexpr std::uint8_t pciBaseNetwork = 0x02;
+constexpr std::uint16_t pciClassInfinibandNetwork = 0x0207;
 constexpr std::uint16_t pciClassBridge = 0x0604;
 constexpr std::uint16_t pciClassSemiTransparentBridge = 0x0609;
 constexpr std::uint16_t pciClassFibreChannel = 0x0C04;
@@ -36,12 +37,6 @@ struct PciIds {
     std::uint16_t subDevice = 0;
 };
 
-// A bridge above a function.
-struct PciBridge {
-    PciAddress address;
-    std::uint32_t acpiNumber = unknownSlot;  // _SUN of its firmware node
-};
-
 constexpr bool isBridge(std::uint16_t classCode) noexcept {
     return classCode == pciClassBridge || classCode == pciClassSemiTransparentBridge;
 }
@@ -56,12 +51,8 @@ struct PciFunction {
     std::string driver;                   // empty = none or unknown
     std::uint32_t slot = unknownSlot;     // as the list states it
     std::vector<std::string> interfaces;  // as the list states them
-    std::vector<PciBridge> bridges;       // above the function, nearest first
+    std::vector<PciAddress> bridges;      // above the function, nearest first
     bool onRootBus = false;               // true when it is known that no bridge is above
-    // Facts about the place of an adapter, from sysfs.
-    bool ariEnabled = false;                 // function numbers continue in the device number
-    bool hasOnboardIndex = false;            // acpi_index or index: firmware's onboard mark
-    std::uint32_t acpiNumber = unknownSlot;  // _SUN of its firmware node
 };
 
 inline bool isStorage(const PciFunction& function) noexcept {

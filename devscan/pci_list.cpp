@@ -21,21 +21,15 @@ constexpr const char* procDirectory = "proc/bus/pci";
 constexpr std::size_t maxProcList = std::size_t{4} << 20U;
 constexpr char configNoAnswer = '\xFF';  // read from a device that is removed or powered down
 
-// The _SUN numbers of bridges that are already read. Many functions share a bridge.
-using KnownBridges = std::map<PciAddress, std::uint32_t>;
-
-std::optional<std::uint32_t> numberIn(const COpenFolder& devices, const std::string& path) {
-    const auto text = devices.ReadAttribute(path);
-    const auto number = text ? parseDecimal(*text, unknownSlot - 1) : std::nullopt;
-    return number ? std::optional(static_cast<std::uint32_t>(*number)) : std::nullopt;
-}
-
-std::uint32_t acpiNumberOf(const COpenFolder& devices, const std::string& name) {
-    return numberIn(devices, name + "/firmware_node/sun").value_or(unknownSlot);
-}
-
-// Adds the attributes of one function. They are read for few functions only.
-void addAttributes(const COpenFolder& devices, const std::string& name, PciFunction& function) {
+// Adds the facts that are read for few functions only. Returns false when the function has vanished
+// (errno set).
+bool addPlace(const COpenFolder& devices, const std::string& name, PciFunction& function) {
+    const auto link = devices.ReadLink(name);
+    if (!link) {
+        return false;
+    }
+    function.bridges = pciBridgesOfPath(*link);
+    function.onRootBus = function.bridges.empty();
     const auto header = devices.ReadRange(name + "/config", configHeaderType, 1);
     if (header && header->front() != configNoAnswer) {
         function.headerType = static_cast<std::uint8_t>(header->front());
@@ -43,41 +37,12 @@ void addAttributes(const COpenFolder& devices, const std::string& name, PciFunct
     if (const auto driver = devices.ReadLink(name + "/driver")) {
         function.driver = driver->substr(driver->rfind('/') + 1);
     }
-    function.ariEnabled = devices.ReadAttribute(name + "/ari_enabled") == "1";
-    function.hasOnboardIndex = numberIn(devices, name + "/acpi_index").has_value() ||
-                               numberIn(devices, name + "/index").has_value();
-    function.acpiNumber = acpiNumberOf(devices, name);
-}
-
-std::vector<PciBridge> bridgesOf(const COpenFolder& devices, const std::string& link,
-                                 KnownBridges& known) {
-    std::vector<PciBridge> bridges;
-    for (const PciAddress& address : pciBridgesOfPath(link)) {
-        const auto [bridge, isNew] = known.try_emplace(address, unknownSlot);
-        if (isNew) {
-            bridge->second = acpiNumberOf(devices, pciAddressText(address));
-        }
-        bridges.push_back({address, bridge->second});
-    }
-    return bridges;
-}
-
-// Returns false when the function has vanished (errno set).
-bool addPlace(const COpenFolder& devices, const std::string& name, KnownBridges& known,
-              PciFunction& function) {
-    const auto link = devices.ReadLink(name);
-    if (!link) {
-        return false;
-    }
-    function.bridges = bridgesOf(devices, *link, known);
-    function.onRootBus = function.bridges.empty();
-    addAttributes(devices, name, function);
     return true;
 }
 
 // One entry of sysfs. Returns no value when it is a virtual function, or has vanished (errno set).
 std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const std::string& name,
-                                             const PciAddress& address, KnownBridges& known) {
+                                             const PciAddress& address) {
     const auto modalias = devices.ReadAttribute(name + "/modalias");
     auto function = modalias ? parseModalias(*modalias) : std::nullopt;
     if (!function) {
@@ -91,7 +56,7 @@ std::optional<PciFunction> readSysfsFunction(const COpenFolder& devices, const s
     if (devices.ReadLink(name + "/physfn")) {
         return std::nullopt;
     }
-    if (wanted && !addPlace(devices, name, known, *function)) {
+    if (wanted && !addPlace(devices, name, *function)) {
         return std::nullopt;
     }
     return function;
@@ -106,7 +71,6 @@ Functions listFromSysfs(CMachine& machine) {
     std::vector<PciFunction> list;
     list.reserve(names->size());
     bool readable = names->empty();
-    KnownBridges known;
     for (const std::string& name : *names) {
         const auto address = parsePciAddress(name);
         if (!address) {
@@ -116,7 +80,7 @@ Functions listFromSysfs(CMachine& machine) {
             continue;
         }
         errno = 0;
-        auto function = readSysfsFunction(*devices, name, *address, known);
+        auto function = readSysfsFunction(*devices, name, *address);
         if (function) {
             list.push_back(std::move(*function));
             readable = true;
@@ -226,8 +190,7 @@ Functions listPciFunctions(CMachine& machine) {
 
 void addPciPlace(const CFileTree& files, PciFunction& function) {
     if (const auto devices = files.OpenFolder(sysfsDirectory)) {
-        KnownBridges known;
-        static_cast<void>(addPlace(*devices, pciAddressText(function.address), known, function));
+        static_cast<void>(addPlace(*devices, pciAddressText(function.address), function));
     }
 }
 

@@ -17,8 +17,8 @@ namespace em_pni {
 // functions, and leaves out virtual functions only among these and storage functions.
 std::optional<std::vector<PciFunction>> listPciFunctions(CMachine& machine);
 
-// Adds driver, header type, bridges and the other facts about the place of a function, from sysfs.
-// Facts that cannot be read stay unknown.
+// Adds driver, header type and bridges of a function, from sysfs. Facts that cannot be read stay
+// unknown.
 void addPciPlace(const CFileTree& files, PciFunction& function);
 
 }  // namespace em_pni

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "devscan/fc_hosts.h"
-#include "devscan/kernel_slots.h"
 #include "devscan/net_interfaces.h"
 #include "devscan/pci_list.h"
+#include "devscan/slot_facts.h"
 #include "platform/trace.h"
 
 namespace em_pni {
@@ -55,22 +55,13 @@ AdapterFacts factsOfList(PciFunction&& function, const CSlotResolver& slots) {
     return facts;
 }
 
-}  // namespace
-
-MachinePlaces readMachinePlaces(CMachine& machine, const std::vector<PciFunction>& functions) {
-    MachinePlaces places;
-    if (const SlotTables* const tables = machine.Slots()) {
-        places.tables = *tables;
-    }
-    places.kernelSlots = readKernelSlots(machine.Files());
-    for (const PciFunction& function : functions) {
-        places.segments.insert(function.address.segment);
-        if (isBridge(function.classCode)) {
-            places.bridges.push_back(function.address);
-        }
-    }
-    return places;
+// A wrong slot would be worse than none: the next scan reads what is missing.
+std::nullopt_t slotsNotRead() {
+    PNI_TRACE(1, "\nCSystemAdapter      : ERROR! The slots of PCI functions cannot be read now.");
+    return std::nullopt;
 }
+
+}  // namespace
 
 std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine) {
     auto functions = listPciFunctions(machine);
@@ -82,9 +73,14 @@ std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine)
     if (std::none_of(functions->begin(), functions->end(), isNetworkOrFc)) {
         return adapters;
     }
-    const CSlotResolver slots(readMachinePlaces(machine, *functions));
-    auto found = adaptersAmong(std::move(*functions));
+    const SlotTables* const tables = machine.Slots();
+    if (tables == nullptr) {
+        return slotsNotRead();
+    }
     const CFileTree& files = machine.Files();
+    CSlotFacts places(files);
+    const CSlotResolver slots(*tables, *functions, places);
+    auto found = adaptersAmong(std::move(*functions));
     const ClassDevices interfaces = listNetInterfaces(files, machine.Interfaces());
     const ClassDevices fcHosts = listFcHosts(files);
     adapters.reserve(found.size());
@@ -93,6 +89,9 @@ std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine)
         addInterfaceFacts(files, machine.Interfaces(), devicesOf(interfaces, facts.address), facts);
         addFcHostFacts(files, devicesOf(fcHosts, facts.address), facts);
         adapters.emplace_back(std::move(facts), machine);
+    }
+    if (places.AreIncomplete()) {
+        return slotsNotRead();
     }
     return adapters;
 }

@@ -8,8 +8,6 @@
 #include <vector>
 
 #include "devscan/machine.h"
-#include "devscan/pci_function.h"
-#include "devscan/slot_tables.h"
 #include "devscan/system_adapter.h"
 
 namespace em_pni {
@@ -17,10 +15,8 @@ namespace em_pni {
 // All network, Fibre Channel and InfiniBand functions in order of PCI address. Also the storage
 // functions of the same devices, because they decide the kind of a card. Facts that cannot be read
 // stay unknown. Devices that vanish during the scan are left out. Returns an empty list when there
-// are no adapters, and no value when the PCI functions of the machine cannot be read.
+// are no adapters. Returns no value when the PCI functions of the machine cannot be read, or when
+// their slots cannot be read because this process lacks descriptors or memory.
 std::optional<std::vector<CSystemAdapter>> ScanSystemAdapters(CMachine& machine);
-
-// What the slot rule needs to know about the machine. `functions` are all its PCI functions.
-MachinePlaces readMachinePlaces(CMachine& machine, const std::vector<PciFunction>& functions);
 
 }  // namespace em_pni

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include "platform/number.h"
 #include "platform/text.h"
@@ -46,8 +47,8 @@ std::optional<std::uint32_t> numberBehind(std::string_view text,
     return std::nullopt;
 }
 
-bool sameBus(const PciAddress& left, const PciAddress& right) noexcept {
-    return left.segment == right.segment && left.bus == right.bus;
+constexpr PciAddress shiftedBack(const PciAddress& address) noexcept {
+    return {0, static_cast<std::uint8_t>(address.segment), address.bus, address.function};
 }
 
 }  // namespace
@@ -78,66 +79,70 @@ std::optional<std::uint32_t> printedSlotNumber(std::string_view designation) noe
     return std::nullopt;
 }
 
-CSlotResolver::CSlotResolver(MachinePlaces places) : places_(std::move(places)) {
-    UndoShift();
-    IgnoreSegments();
-    NumberSlots();
-}
-
-// Some firmware writes the address one byte too far to the front: 0040:03:00.1 for 0000:40:03.1.
-void CSlotResolver::UndoShift() {
-    bool isShifted = false;
-    for (const SmbiosSlot& slot : places_.tables.slots) {
-        for (const PciAddress& address : slot.addresses) {
-            if (address.device != 0 || address.function == 0 || address.bus > maxDevice ||
-                address.segment > lastShiftedBus) {
-                return;
-            }
-            isShifted |=
-                address.segment >= firstShiftedBus && places_.segments.count(address.segment) == 0;
+CSlotResolver::CSlotResolver(const SlotTables& tables, const std::vector<PciFunction>& functions,
+                             CISlotFacts& facts)
+    : tables_(tables), facts_(facts) {
+    for (const PciFunction& function : functions) {
+        functions_.push_back(function.address);
+        segments_.insert(function.address.segment);
+        if (isBridge(function.classCode)) {
+            bridges_.push_back(function.address);
         }
     }
-    if (!isShifted) {
-        return;
+    for (const PciAddress& address : tables.onboard) {
+        onboard_.push_back(WithSegment(address));
     }
-    for (SmbiosSlot& slot : places_.tables.slots) {
-        for (PciAddress& address : slot.addresses) {
-            address = {0, static_cast<std::uint8_t>(address.segment), address.bus,
-                       address.function};
-        }
-    }
+    AddPlaces();
 }
 
-void CSlotResolver::IgnoreSegments() {
-    if (places_.segments.size() != 1) {
-        return;
-    }
-    const auto correct = [this](PciAddress& address) {
-        if (address.segment >= firstUnstatedSegment) {
-            address.segment = *places_.segments.begin();
+void CSlotResolver::AddPlaces() {
+    std::map<std::uint16_t, std::string_view> designations;  // of slots in use, by id
+    std::set<std::uint16_t> sharedIds;
+    for (const SmbiosSlot& slot : tables_.slots) {
+        if (slot.inUse &&
+            designations.try_emplace(slot.id, slot.designation).first->second != slot.designation) {
+            sharedIds.insert(slot.id);
         }
-    };
-    std::for_each(places_.tables.onboard.begin(), places_.tables.onboard.end(), correct);
-    for (SmbiosSlot& slot : places_.tables.slots) {
-        std::for_each(slot.addresses.begin(), slot.addresses.end(), correct);
     }
-}
-
-void CSlotResolver::NumberSlots() {
-    const auto& slots = places_.tables.slots;
-    for (const SmbiosSlot& slot : slots) {
-        const bool isShared =
-            slot.inUse && std::any_of(slots.begin(), slots.end(), [&slot](const SmbiosSlot& other) {
-                return other.inUse && other.id == slot.id && other.designation != slot.designation;
-            });
+    const bool isShifted = IsShifted();
+    for (const SmbiosSlot& slot : tables_.slots) {
+        const bool isShared = slot.inUse && sharedIds.count(slot.id) != 0;
         std::uint32_t number = slot.id;
         if (isShared || slot.id == slotIdUnset || slot.id == slotIdUnknown) {
             number = printedSlotNumber(slot.designation).value_or(unknownSlot);
         }
+        if (!isUsableSlot(number)) {
+            continue;
+        }
         for (const PciAddress& address : slot.addresses) {
-            slots_.push_back({address, &slot, isUsableSlot(number) ? number : unknownSlot});
+            places_.emplace(WithSegment(isShifted ? shiftedBack(address) : address),
+                            Place{&slot, number});
         }
     }
+}
+
+// Some firmware writes the address one byte too far to the front: 0040:03:00.1 for 0000:40:03.1.
+bool CSlotResolver::IsShifted() const {
+    bool isShifted = false;
+    for (const SmbiosSlot& slot : tables_.slots) {
+        for (const PciAddress& address : slot.addresses) {
+            if (address.device != 0 || address.function == 0 || address.bus > maxDevice ||
+                address.segment > lastShiftedBus) {
+                return false;
+            }
+            isShifted |=
+                address.segment >= firstShiftedBus && segments_.count(address.segment) == 0;
+        }
+    }
+    return isShifted;
+}
+
+// Firmware that states no segment means the only one.
+PciAddress CSlotResolver::WithSegment(PciAddress address) const {
+    if (address.segment >= firstUnstatedSegment && segments_.size() == 1) {
+        address.segment = *segments_.begin();
+    }
+    return address;
 }
 
 SlotAnswer CSlotResolver::Resolve(const PciFunction& function) const {
@@ -145,26 +150,24 @@ SlotAnswer CSlotResolver::Resolve(const PciFunction& function) const {
     if (IsOnboard(address)) {
         return {0, SlotSource::smbiosOnboard, ""};
     }
-    const Match widest = function.ariEnabled ? Match::bus : Match::device;
-    if (SlotAnswer answer = FindSlot(address, widest, SlotSource::smbiosSlot);
-        answer.number != unknownSlot) {
+    if (SlotAnswer answer = FindCard(address); answer.number != unknownSlot) {
         return answer;
     }
     if (const auto routed = Routed(address); routed && (*routed == 0 || isUsableSlot(*routed))) {
         return {*routed, SlotSource::routingTable, ""};
     }
-    if (function.hasOnboardIndex) {
+    if (facts_.HasOnboardIndex(address)) {
         return {0, SlotSource::onboardIndex, ""};
     }
-    if (isUsableSlot(function.acpiNumber)) {
-        return {function.acpiNumber, SlotSource::acpiNumber, ""};
+    if (const std::uint32_t number = facts_.AcpiNumber(address); isUsableSlot(number)) {
+        return {number, SlotSource::acpiNumber, ""};
     }
     std::uint8_t secondaryBus = address.bus;
-    for (const PciBridge& bridge : function.bridges) {
+    for (const PciAddress& bridge : function.bridges) {
         if (SlotAnswer answer = FindBridge(bridge, secondaryBus); answer.number != unknownSlot) {
             return answer;
         }
-        secondaryBus = bridge.address.bus;
+        secondaryBus = bridge.bus;
     }
     if (SlotAnswer answer = FindKernelSlot(function); answer.number != unknownSlot) {
         return answer;
@@ -176,7 +179,7 @@ SlotAnswer CSlotResolver::Resolve(const PciFunction& function) const {
 bool CSlotResolver::IsOnboard(const PciAddress& address) const {
     const PciAddress* named = nullptr;
     bool hasSeveral = false;
-    for (const PciAddress& onboard : places_.tables.onboard) {
+    for (const PciAddress& onboard : onboard_) {
         if (onboard == address) {
             return true;
         }
@@ -188,31 +191,31 @@ bool CSlotResolver::IsOnboard(const PciAddress& address) const {
     return named != nullptr && !hasSeveral;
 }
 
-// Structures of slots in use go before all others, and among these the exact function goes before
-// the device. Different numbers at one place are no answer.
-SlotAnswer CSlotResolver::FindSlot(const PciAddress& address, Match widest,
+bool CSlotResolver::Matches(const PciAddress& left, const PciAddress& right, Match match) noexcept {
+    return match == Match::function ? left == right
+                                    : left.segment == right.segment && left.bus == right.bus &&
+                                          (match == Match::bus || left.device == right.device);
+}
+
+// Structures of slots in use go before all others, and among these the narrow matches before the
+// wide ones. Different numbers at one place are no answer.
+SlotAnswer CSlotResolver::FindSlot(const PciAddress& address,
+                                   std::initializer_list<Match> narrowFirst,
                                    SlotSource source) const {
-    const auto matches = [&address](const Place& place, Match match) {
-        return match == Match::bus      ? sameBus(place.address, address)
-               : match == Match::device ? place.address.SameDevice(address)
-                                        : place.address == address;
-    };
+    const auto first = places_.lower_bound({address.segment, address.bus, 0, 0});
     for (const bool inUse : {true, false}) {
-        for (const Match match : {Match::function, Match::device, Match::bus}) {
-            // With alternative routing, device and function numbers of a card are one number.
-            if (match > widest || (widest == Match::bus && match != Match::bus)) {
-                continue;
-            }
+        for (const Match match : narrowFirst) {
             SlotAnswer answer;
-            for (const Place& place : slots_) {
-                if (place.slot->inUse != inUse || place.number == unknownSlot ||
-                    !matches(place, match)) {
+            for (auto place = first;
+                 place != places_.end() && Matches(place->first, address, Match::bus); ++place) {
+                const auto& [slot, number] = place->second;
+                if (slot->inUse != inUse || !Matches(place->first, address, match)) {
                     continue;
                 }
-                if (answer.number != unknownSlot && answer.number != place.number) {
+                if (answer.number != unknownSlot && answer.number != number) {
                     return {};
                 }
-                answer = {place.number, source, place.slot->designation};
+                answer = {number, source, slot->designation};
             }
             if (answer.number != unknownSlot) {
                 return answer;
@@ -222,29 +225,37 @@ SlotAnswer CSlotResolver::FindSlot(const PciAddress& address, Match widest,
     return {};
 }
 
+// With alternative routing, device and function numbers of a card are one number.
+SlotAnswer CSlotResolver::FindCard(const PciAddress& address) const {
+    SlotAnswer answer = FindSlot(address, {Match::function, Match::device}, SlotSource::smbiosSlot);
+    SlotAnswer ofBus = FindSlot(address, {Match::bus}, SlotSource::smbiosSlot);
+    return answer.number != ofBus.number && facts_.IsAri(address) ? ofBus : answer;
+}
+
 // Structures name a port either by its own address, or by the bus behind it together with the
-// device and function of the port itself.
-SlotAnswer CSlotResolver::FindBridge(const PciBridge& bridge, std::uint8_t secondaryBus) const {
-    PciAddress behind = bridge.address;
-    behind.bus = secondaryBus;
-    for (const PciAddress& place : {bridge.address, behind}) {
-        if (SlotAnswer answer = FindSlot(place, Match::function, SlotSource::bridge);
-            answer.number != unknownSlot) {
-            return answer;
-        }
+// device and function of the port itself. Nothing must be at that address.
+SlotAnswer CSlotResolver::FindBridge(const PciAddress& bridge, std::uint8_t secondaryBus) const {
+    SlotAnswer answer = FindSlot(bridge, {Match::function}, SlotSource::bridge);
+    const PciAddress behind = {bridge.segment, secondaryBus, bridge.device, bridge.function};
+    if (answer.number == unknownSlot &&
+        !std::binary_search(functions_.begin(), functions_.end(), behind)) {
+        answer = FindSlot(behind, {Match::function}, SlotSource::bridge);
     }
-    if (isUsableSlot(bridge.acpiNumber)) {
-        return {bridge.acpiNumber, SlotSource::bridge, ""};
+    if (answer.number != unknownSlot) {
+        return answer;
+    }
+    if (const std::uint32_t number = facts_.AcpiNumber(bridge); isUsableSlot(number)) {
+        return {number, SlotSource::bridge, ""};
     }
     // That a bridge is onboard says nothing about the card behind it.
-    if (const auto routed = Routed(bridge.address); routed && isUsableSlot(*routed)) {
+    if (const auto routed = Routed(bridge); routed && isUsableSlot(*routed)) {
         return {*routed, SlotSource::bridge, ""};
     }
     return {};
 }
 
 std::optional<std::uint32_t> CSlotResolver::Routed(const PciAddress& address) const {
-    const auto& routing = places_.tables.routing;
+    const auto& routing = tables_.routing;
     const auto found =
         std::find_if(routing.begin(), routing.end(), [&address](const RoutedDevice& routed) {
             return address.segment == 0 && routed.bus == address.bus &&
@@ -254,25 +265,27 @@ std::optional<std::uint32_t> CSlotResolver::Routed(const PciAddress& address) co
 }
 
 SlotAnswer CSlotResolver::FindKernelSlot(const PciFunction& function) const {
-    const Match own = function.ariEnabled ? Match::bus : Match::device;
-    std::uint32_t number = KernelSlotAt(function.address, own);
-    for (const PciBridge& bridge : function.bridges) {
-        if (isUsableSlot(number)) {
+    std::uint32_t number = KernelSlotAt(function.address, Match::device);
+    const std::uint32_t ofBus = KernelSlotAt(function.address, Match::bus);
+    if (number != ofBus && facts_.IsAri(function.address)) {
+        number = ofBus;
+    }
+    for (const PciAddress& bridge : function.bridges) {
+        if (number != unknownSlot) {
             break;
         }
-        if (IsOnlyBridge(bridge.address)) {
-            number = KernelSlotAt(bridge.address, Match::device);
+        if (IsOnlyBridge(bridge)) {
+            number = KernelSlotAt(bridge, Match::device);
         }
     }
-    return isUsableSlot(number) ? SlotAnswer{number, SlotSource::kernelSlot, ""} : SlotAnswer();
+    return number != unknownSlot ? SlotAnswer{number, SlotSource::kernelSlot, ""} : SlotAnswer();
 }
 
 std::uint32_t CSlotResolver::KernelSlotAt(const PciAddress& address, Match match) const {
     std::uint32_t number = unknownSlot;
-    for (const KernelSlot& slot : places_.kernelSlots) {
-        const bool isHere = match == Match::bus || slot.isWholeBus ? sameBus(slot.place, address)
-                                                                   : slot.place.SameDevice(address);
-        if (!isHere || !isUsableSlot(slot.number)) {
+    for (const KernelSlot& slot : facts_.KernelSlots()) {
+        if (!isUsableSlot(slot.number) ||
+            !Matches(slot.place, address, slot.isWholeBus ? Match::bus : match)) {
             continue;
         }
         if (number != unknownSlot && number != slot.number) {
@@ -285,9 +298,9 @@ std::uint32_t CSlotResolver::KernelSlotAt(const PciAddress& address, Match match
 
 // A kernel slot names a device. Sibling ports of one device are different slots.
 bool CSlotResolver::IsOnlyBridge(const PciAddress& bridge) const {
-    return std::count_if(places_.bridges.begin(), places_.bridges.end(),
-                         [&bridge](const PciAddress& other) { return other.SameDevice(bridge); }) ==
-           1;
+    return std::count_if(bridges_.begin(), bridges_.end(), [&bridge](const PciAddress& other) {
+               return other.SameDevice(bridge);
+           }) == 1;
 }
 
 }  // namespace em_pni

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -42,12 +44,19 @@ struct KernelSlot {
     bool isWholeBus = false;  // then its device says nothing either
 };
 
-// What the rule needs to know about the whole machine.
-struct MachinePlaces {
-    SlotTables tables;
-    std::vector<KernelSlot> kernelSlots;
-    std::set<std::uint16_t> segments;  // of all PCI functions
-    std::vector<PciAddress> bridges;   // all functions that are bridges
+// What kernel and firmware say about single functions. The rule asks only what it needs.
+class CISlotFacts {
+  public:
+    // Whether function numbers continue in the device number (alternative routing).
+    virtual bool IsAri(const PciAddress& function) = 0;
+    // Whether the function has firmware's onboard mark: acpi_index, or else index.
+    virtual bool HasOnboardIndex(const PciAddress& function) = 0;
+    // _SUN of the firmware node of a function or bridge. unknownSlot = there is none.
+    virtual std::uint32_t AcpiNumber(const PciAddress& function) = 0;
+    virtual const std::vector<KernelSlot>& KernelSlots() = 0;
+
+  protected:
+    ~CISlotFacts() = default;
 };
 
 // Which part of the rule decided.
@@ -76,33 +85,44 @@ struct SlotAnswer {
 // Answers for any number of functions of one scan.
 class CSlotResolver {
   public:
-    explicit CSlotResolver(MachinePlaces places);
+    // `functions` are all PCI functions of the machine, in order of address. `tables` and `facts`
+    // must outlive this object.
+    CSlotResolver(const SlotTables& tables, const std::vector<PciFunction>& functions,
+                  CISlotFacts& facts);
 
     [[nodiscard]] SlotAnswer Resolve(const PciFunction& function) const;
 
   private:
-    // One address of a slot structure.
+    // What a slot structure says about one address.
     struct Place {
-        PciAddress address;
         const SmbiosSlot* slot;
-        std::uint32_t number;  // unknownSlot = the structure tells no number
+        std::uint32_t number;
     };
+    // How much of two addresses is compared.
     enum class Match { function, device, bus };
 
-    void UndoShift();
-    void IgnoreSegments();
-    void NumberSlots();
+    static bool Matches(const PciAddress& left, const PciAddress& right, Match match) noexcept;
+    void AddPlaces();
+    [[nodiscard]] bool IsShifted() const;
+    [[nodiscard]] PciAddress WithSegment(PciAddress address) const;
     [[nodiscard]] bool IsOnboard(const PciAddress& address) const;
-    [[nodiscard]] SlotAnswer FindSlot(const PciAddress& address, Match widest,
+    [[nodiscard]] SlotAnswer FindSlot(const PciAddress& address,
+                                      std::initializer_list<Match> narrowFirst,
                                       SlotSource source) const;
-    [[nodiscard]] SlotAnswer FindBridge(const PciBridge& bridge, std::uint8_t secondaryBus) const;
+    [[nodiscard]] SlotAnswer FindCard(const PciAddress& address) const;
+    [[nodiscard]] SlotAnswer FindBridge(const PciAddress& bridge, std::uint8_t secondaryBus) const;
     [[nodiscard]] std::optional<std::uint32_t> Routed(const PciAddress& address) const;
     [[nodiscard]] SlotAnswer FindKernelSlot(const PciFunction& function) const;
     [[nodiscard]] std::uint32_t KernelSlotAt(const PciAddress& address, Match match) const;
     [[nodiscard]] bool IsOnlyBridge(const PciAddress& bridge) const;
 
-    MachinePlaces places_;
-    std::vector<Place> slots_;
+    const SlotTables& tables_;
+    CISlotFacts& facts_;
+    std::multimap<PciAddress, Place> places_;  // only those of structures with a number
+    std::vector<PciAddress> onboard_;
+    std::vector<PciAddress> functions_;  // of the machine, in order
+    std::vector<PciAddress> bridges_;    // those of `functions_` that are bridges
+    std::set<std::uint16_t> segments_;   // of `functions_`
 };
 
 // Whether a record can hold the number: it keeps the low six bits, where 0 means onboard.

@@ -78,6 +78,10 @@ bool CSystemAdapter::DetectInfiniband() const {
     const std::string function = "sys/bus/pci/devices/" + pciAddressText(facts_.address);
     int error = 0;
     const auto paths = linkLayerFiles(files, function, error);
+    // Without a driver only the class tells. Ports of this class can also be in Ethernet mode.
+    if (paths.empty() && facts_.classCode == pciClassInfinibandNetwork) {
+        return true;
+    }
     if (paths.empty() && error != 0) {
         PNI_TRACE(2,
                   "\nCSystemAdapter::IsInfinibandAdapter() ERROR ## Could not glob infiniband node "

@@ -10,6 +10,18 @@ using namespace em_pni::fuzz;
 
 namespace {
 
+// No function has facts of its own.
+class CNoFacts final : public CISlotFacts {
+  public:
+    bool IsAri(const PciAddress& /*function*/) override { return false; }
+    bool HasOnboardIndex(const PciAddress& /*function*/) override { return false; }
+    std::uint32_t AcpiNumber(const PciAddress& /*function*/) override { return unknownSlot; }
+    const std::vector<KernelSlot>& KernelSlots() override { return none_; }
+
+  private:
+    std::vector<KernelSlot> none_;
+};
+
 void checkSlots(SlotTables tables) {
     // Limits the quadratic time of the checks below.
     tables.slots.resize(std::min<std::size_t>(tables.slots.size(), 32));
@@ -21,17 +33,20 @@ void checkSlots(SlotTables tables) {
         const auto printed = printedSlotNumber(slot.designation);
         require(!printed || *printed <= 9999, "a printed number is short");
     }
-    const CSlotResolver resolver({tables, {}, {0}, {}});
+    PciFunction function;
+    function.address = {0, 0xFE, 0, 0};
+    CNoFacts facts;
+    const CSlotResolver resolver(tables, {function}, facts);
     for (const PciAddress& address : addresses) {
         require(address.device <= 31 && address.function <= 7, "addresses are in range");
-        PciFunction function;
         function.address = address;
+        function.bridges.clear();
         const SlotAnswer answer = resolver.Resolve(function);
         require(answer.number == unknownSlot || answer.number == 0 || isUsableSlot(answer.number),
                 "a number fits into a record");
         require((answer.number == unknownSlot) == (answer.source == SlotSource::none),
                 "an answer has a source");
-        function.bridges = {{address}};
+        function.bridges = {address};
         function.address = {0, 0xFE, 0, 0};
         require(resolver.Resolve(function).source != SlotSource::rootBus, "it is behind a bridge");
     }

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "devscan/pci_list.h"
-#include "devscan/scan.h"
+#include "devscan/slot_facts.h"
 #include "platform/text.h"
 #include "storage/block_devices.h"
 #include "storage/content_probe.h"
@@ -22,8 +22,11 @@ namespace {
 // The PCI functions in `names`, and all of the storage class, in order of name.
 std::vector<StorageController> readControllers(CMachine& machine,
                                                const std::vector<std::string>& names) {
+    static const SlotTables noTables;
     auto functions = listPciFunctions(machine).value_or(std::vector<PciFunction>());
-    const CSlotResolver slots(readMachinePlaces(machine, functions));
+    const SlotTables* const tables = machine.Slots();
+    CSlotFacts places(machine.Files());
+    const CSlotResolver slots(tables != nullptr ? *tables : noTables, functions, places);
     std::map<std::string, StorageController> found;
     for (const std::string& name : names) {
         found[name].pciAddress = name;

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 #include <numeric>
+#include <sys/resource.h>
 
 #include "devscan/pci_routing.h"
+#include "devscan/slot_facts.h"
 #include "devscan/smbios.h"
 #include "tests/devscan_fake_machine.h"
 
@@ -83,51 +85,73 @@ TEST(DevscanSlot, EntryPointsAreFoundByTheirChecksum) {
     }
 }
 
+struct ScriptedFacts final : CISlotFacts {
+    bool IsAri(const PciAddress& /*function*/) override { return ari; }
+    bool HasOnboardIndex(const PciAddress& /*function*/) override {
+        ++asked;
+        return onboardIndex;
+    }
+    std::uint32_t AcpiNumber(const PciAddress& function) override {
+        return acpiNumbers.try_emplace(function, unknownSlot).first->second;
+    }
+    const std::vector<KernelSlot>& KernelSlots() override { return kernelSlots; }
+
+    std::vector<KernelSlot> kernelSlots;
+    bool ari = false;
+    bool onboardIndex = false;
+    std::map<PciAddress, std::uint32_t> acpiNumbers;
+    int asked = 0;
+};
+
 // A function on bus 3 behind port 00:01.0, which is behind port 00:02.0.
 struct Place {
     std::string smbios{};
     PciAddress address = card;
-    std::vector<PciBridge> bridges{{port}, {upper}};
-    std::vector<RoutedDevice> routing{};
-    std::vector<KernelSlot> kernelSlots{};
-    std::set<std::uint16_t> segments{0};
+    std::vector<PciAddress> bridges{port, upper};
     std::vector<PciAddress> otherBridges{};
-    bool ari = false;
-    bool onboardIndex = false;
-    std::uint32_t acpiNumber = unknownSlot;
+    std::vector<RoutedDevice> routing{};
+    ScriptedFacts facts{};
 
     static constexpr PciAddress port{0, 0, 1, 0};
     static constexpr PciAddress upper{0, 0, 2, 0};
 };
 
-SlotAnswer resolve(const Place& place) {
-    MachinePlaces machine{placesOf(place.smbios), place.kernelSlots, place.segments,
-                          place.otherBridges};
-    machine.tables.routing = place.routing;
-    PciFunction function;
+SlotAnswer resolve(Place& place) {
+    SlotTables tables = placesOf(place.smbios);
+    tables.routing = place.routing;
+    std::set<PciAddress> addresses(place.bridges.begin(), place.bridges.end());
+    addresses.insert(place.otherBridges.begin(), place.otherBridges.end());
+    std::vector<PciFunction> functions;
+    for (const PciAddress& bridge : addresses) {
+        functions.emplace_back().address = bridge;
+        functions.back().classCode = pciClassBridge;
+    }
+    PciFunction& function = functions.emplace_back();
     function.address = place.address;
     function.bridges = place.bridges;
     function.onRootBus = place.bridges.empty();
-    function.ariEnabled = place.ari;
-    function.hasOnboardIndex = place.onboardIndex;
-    function.acpiNumber = place.acpiNumber;
-    for (const PciBridge& bridge : place.bridges) {
-        machine.bridges.push_back(bridge.address);
-    }
-    return CSlotResolver(std::move(machine)).Resolve(function);
+    return CSlotResolver(tables, functions, place.facts).Resolve(functions.back());
 }
 
-std::uint32_t slotOf(const Place& place) {
+std::uint32_t slotOf(Place place) {
     return resolve(place).number;
+}
+
+ScriptedFacts factsWith(const std::vector<KernelSlot>& kernelSlots, bool ari = false) {
+    ScriptedFacts facts;
+    facts.kernelSlots = kernelSlots;
+    facts.ari = ari;
+    return facts;
 }
 
 TEST(DevscanSlot, EachSourceYieldsToTheOneBefore) {
     Place place{.smbios = smbiosOnboard(card) + smbiosSlot(2, card),
-                .bridges = {{Place::port, 6}},
+                .bridges = {Place::port},
                 .routing = {{3, 0, 3}, {0, 1, 9}},
-                .kernelSlots = {{7, card, false}},
-                .onboardIndex = true,
-                .acpiNumber = 5};
+                .facts = factsWith({{7, card, false}})};
+    ScriptedFacts& facts = place.facts;
+    facts.onboardIndex = true;
+    facts.acpiNumbers = {{card, 5}, {Place::port, 6}};
     const auto expect = [&place](std::uint32_t number, SlotSource source) {
         const SlotAnswer answer = resolve(place);
         EXPECT_EQ(answer.number, number) << nameOf(source);
@@ -139,17 +163,18 @@ TEST(DevscanSlot, EachSourceYieldsToTheOneBefore) {
     EXPECT_EQ(resolve(place).designation, "PCIe 2");
     place.smbios = "";
     expect(3, SlotSource::routingTable);
+    EXPECT_EQ(facts.asked, 0) << "each fact costs system calls";
     place.routing.erase(place.routing.begin());
     expect(0, SlotSource::onboardIndex);
-    place.onboardIndex = false;
+    facts.onboardIndex = false;
     expect(5, SlotSource::acpiNumber);
-    place.acpiNumber = 64;
+    facts.acpiNumbers[card] = 64;
     expect(6, SlotSource::bridge);
-    place.bridges = {{Place::port}};
+    facts.acpiNumbers.clear();
     expect(9, SlotSource::bridge);
     place.routing.clear();
     expect(7, SlotSource::kernelSlot);
-    place.kernelSlots.clear();
+    facts.kernelSlots.clear();
     expect(unknownSlot, SlotSource::none);
     place.bridges.clear();
     expect(0, SlotSource::rootBus);
@@ -165,7 +190,9 @@ TEST(DevscanSlot, SmbiosNamesTheCardItsDeviceOrWithAriItsBus) {
         << "other functions of the device are named";
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = second}), 4U);
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = ninth}), unknownSlot);
-    EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card), .address = ninth, .ari = true}), 4U);
+    EXPECT_EQ(
+        slotOf({.smbios = smbiosSlot(4, card), .address = ninth, .facts = factsWith({}, true)}),
+        4U);
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card) + smbiosSlot(5, second), .address = second}),
               5U);
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(4, card, {.inUse = false}) + smbiosSlot(5, second)}), 5U)
@@ -175,26 +202,32 @@ TEST(DevscanSlot, SmbiosNamesTheCardItsDeviceOrWithAriItsBus) {
     // Firmware that states no segment is believed on a machine with one segment.
     const std::string unstated = smbiosSlot(4, {0xFFFF, 3, 0, 0});
     EXPECT_EQ(slotOf({.smbios = unstated}), 4U);
-    EXPECT_EQ(slotOf({.smbios = unstated, .segments = {0, 1}}), unknownSlot);
+    EXPECT_EQ(slotOf({.smbios = unstated, .otherBridges = {{1, 0, 1, 0}}}), unknownSlot);
 }
 
 TEST(DevscanSlot, ABridgeIsNamedByItsFunctionOrByItsBus) {
     const PciAddress sibling{0, 0, 1, 1};
     const std::string siblings = smbiosSlot(4, Place::port) + smbiosSlot(5, sibling);
     EXPECT_EQ(slotOf({.smbios = siblings}), 4U);
-    EXPECT_EQ(slotOf({.smbios = siblings, .bridges = {{sibling}}}), 5U);
+    EXPECT_EQ(slotOf({.smbios = siblings, .bridges = {sibling}}), 5U);
     EXPECT_EQ(slotOf({.smbios = siblings, .bridges = {{{0, 0, 1, 2}}}}), unknownSlot)
         << "a sibling port is another slot";
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(8, Place::upper)}), 8U);
     EXPECT_EQ(slotOf({.smbios = smbiosSlot(6, {0, 3, 1, 0}) + smbiosSlot(8, Place::upper)}), 6U)
         << "the bus behind the port with the device of the port";
+    EXPECT_EQ(slotOf({.smbios = smbiosSlot(6, {0, 3, 1, 0}), .otherBridges = {{0, 3, 1, 0}}}),
+              unknownSlot)
+        << "a function of its own";
     EXPECT_EQ(slotOf({.smbios = smbiosOnboard(Place::port) + smbiosSlot(8, Place::upper)}), 8U)
         << "an onboard bridge says nothing about its cards";
     // A kernel slot names a device: it is no answer for one of two ports.
     const KernelSlot atPort{7, Place::port, false};
-    EXPECT_EQ(slotOf({.kernelSlots = {atPort}}), 7U);
-    EXPECT_EQ(slotOf({.kernelSlots = {atPort}, .otherBridges = {sibling}}), unknownSlot);
-    EXPECT_EQ(slotOf({.kernelSlots = {{7, {0, 3, 9, 0}, true}}}), 7U) << "a whole bus";
+    EXPECT_EQ(slotOf({.facts = factsWith({atPort})}), 7U);
+    EXPECT_EQ(slotOf({.otherBridges = {sibling}, .facts = factsWith({atPort})}), unknownSlot);
+    EXPECT_EQ(slotOf({.facts = factsWith({{7, {0, 3, 9, 0}, true}})}), 7U) << "a whole bus";
+    const KernelSlot ofCard{7, card, false};
+    EXPECT_EQ(slotOf({.address = {0, 3, 1, 0}, .facts = factsWith({ofCard}, true)}), 7U);
+    EXPECT_EQ(slotOf({.address = {0, 3, 1, 0}, .facts = factsWith({ofCard})}), unknownSlot);
 }
 
 TEST(DevscanSlot, PrintedNumbersStandInForMissingAndSharedIds) {
@@ -229,6 +262,25 @@ TEST(DevscanSlot, TablesOfMachines) {
     const std::string entry = entryPoint64(bytesText({table.size()}), bytesText({0, 0, 0x10}));
     EXPECT_EQ(slotWith({{0x100000, table}, {0xF0010, entry}}), 2U);
     EXPECT_EQ(slotWith({}), unknownSlot) << "memory cannot be read";
+}
+
+// Without descriptors, the rule would take the next source.
+TEST(DevscanSlot, AFactThatCannotBeReadNowIsNoAnswer) {
+    CFakeMachine machine;
+    const CFileTree& files = machine.Machine().Files();
+    CSlotFacts ofFunction(files);
+    CSlotFacts ofKernel(files);
+    rlimit old{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &old), 0);
+    const rlimit none{0, old.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const bool hasIndex = ofFunction.HasOnboardIndex(card);
+    const bool hasSlots = !ofKernel.KernelSlots().empty();
+    const SlotTables* const tables = machine.Machine().Slots();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
+    EXPECT_FALSE(hasIndex || hasSlots);
+    EXPECT_TRUE(ofFunction.AreIncomplete() && ofKernel.AreIncomplete());
+    EXPECT_EQ(tables, nullptr);
 }
 
 }  // namespace
