@@ -63,7 +63,7 @@ bool isStable(std::string_view link) noexcept {
     return link.starts_with("disk/by-id/") || !link.starts_with("disk/");
 }
 
-// The serial number in page 0x80 of the vital product data: bytes 2 and 3 are its length.
+// The serial number in page 0x80 of the vital product data, which is behind the header of the page.
 std::string serialOfPage(const std::string& page) {
     constexpr std::size_t header = 4;
     return page.size() < header ? std::string()
@@ -93,6 +93,10 @@ class CBlockCollector {
         if (!event.major || !event.minor || *event.major == memoryDiskMajor) {
             return std::nullopt;
         }
+        const bool mayBeUnused = *event.major == loopMajor || *event.major == networkDiskMajor;
+        if (mayBeUnused && bytesIn(*folder, "size") == 0) {
+            return std::nullopt;
+        }
         FoundDevice found;
         BlockDevice& device = found.device;
         device.name = name;
@@ -113,9 +117,7 @@ class CBlockCollector {
         AddRecord(known, device);
         // The last file: a device that has it has lived as long as the reading.
         const auto size = bytesIn(*folder, "size");
-        const bool isUnused =
-            size == 0 && (device.major == loopMajor || device.major == networkDiskMajor);
-        if (!size || isUnused) {
+        if (!size || (mayBeUnused && size == 0)) {
             return std::nullopt;
         }
         // A drive without a medium shows the size of the last one, or one of its own.

@@ -349,7 +349,7 @@ TEST(Storage, AQuestionWithoutAnAnswerDoesNotDisturbTheOthers) {
         {6, [&big] { return big + "x"; }},
         {7, [] { return std::string(std::printf("lost\n") > 0 ? "" : "x"); }},
     };
-    const auto answers = askBounded(questions, {1s, 60s});
+    const auto answers = CBoundedQuestions(questions, {1s, 60s}).Answers();
     const std::vector<std::optional<std::string>> expected{
         "a", std::nullopt, "c", std::nullopt, std::nullopt, std::nullopt, big, std::nullopt, ""};
     EXPECT_EQ(answers, expected);
@@ -358,7 +358,7 @@ TEST(Storage, AQuestionWithoutAnAnswerDoesNotDisturbTheOthers) {
     for (std::size_t i = 0; i < 1000; ++i) {
         hanging.push_back({i, hang});
     }
-    EXPECT_EQ(askBounded(hanging, {30ms, 100ms}).size(), 1000U);
+    EXPECT_EQ(CBoundedQuestions(hanging, {30ms, 100ms}).Answers().size(), 1000U);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
 }
 
