@@ -19,10 +19,6 @@ namespace {
 constexpr const char* blockDirectory = "sys/class/block";
 constexpr std::uint64_t sector = 512;  // unit of all sizes in sysfs
 
-constexpr std::uint32_t memoryDiskMajor = 1;
-constexpr std::uint32_t loopMajor = 7;
-constexpr std::uint32_t networkDiskMajor = 43;
-
 // Returns no value when the attribute is missing or not a number of sectors.
 std::optional<std::uint64_t> bytesIn(const COpenFolder& folder, const char* attribute) {
     const auto sectors = parseDecimal(attributeText(folder, attribute),
@@ -70,6 +66,12 @@ std::string serialOfPage(const std::string& page) {
                                 : singleBlanks(printableText(trimBlanks(page.substr(header))));
 }
 
+// Whether the kernel has made a device that nobody uses yet.
+bool isUnused(const COpenFolder& directory, const std::string& name) {
+    return (name.starts_with("loop") || name.starts_with("nbd")) &&
+           attributeText(directory, name + "/size") == "0";
+}
+
 std::string withoutBlanks(std::string text) {
     std::erase(text, ' ');
     return text;
@@ -90,11 +92,7 @@ class CBlockCollector {
         const auto folder = files_.OpenFolder(joinedPath({blockDirectory, name}));
         const auto text = folder ? folder->ReadAttribute("uevent") : std::nullopt;
         const DeviceEvent event = parseDeviceEvent(text.value_or(""));
-        if (!event.major || !event.minor || *event.major == memoryDiskMajor) {
-            return std::nullopt;
-        }
-        const bool mayBeUnused = *event.major == loopMajor || *event.major == networkDiskMajor;
-        if (mayBeUnused && bytesIn(*folder, "size") == 0) {
+        if (!event.major || !event.minor) {
             return std::nullopt;
         }
         FoundDevice found;
@@ -117,7 +115,7 @@ class CBlockCollector {
         AddRecord(known, device);
         // The last file: a device that has it has lived as long as the reading.
         const auto size = bytesIn(*folder, "size");
-        if (!size || (mayBeUnused && size == 0)) {
+        if (!size) {
             return std::nullopt;
         }
         // A drive without a medium shows the size of the last one, or one of its own.
@@ -315,6 +313,9 @@ FoundDevices findBlockDevices(const CFileTree& files) {
     });
     CBlockCollector collector(files);
     for (const std::string& name : names) {
+        if (name.starts_with("ram") || isUnused(*directory, name)) {
+            continue;
+        }
         if (auto path = parseNvmePathName(name)) {
             const auto state = files.ReadAttribute(joinedPath({blockDirectory, name, "ana_state"}));
             found.paths.push_back({std::move(*path), printableText(state.value_or(""))});
