@@ -42,4 +42,5 @@ package_test_packages=(debootstrap man-db systemd-container)
 # For RPM packages, in addition.
 rpm_packages=(rpm)
 # For the test in an emulated server, in addition to those of the build.
-server_packages=(qemu-system-x86 busybox-static cpio kmod e2fsprogs fdisk ipmitool strace python3)
+server_packages=(qemu-system-x86 busybox-static cpio kmod e2fsprogs fdisk ipmitool
+    libsystemd-shared strace python3)
