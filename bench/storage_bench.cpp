@@ -35,15 +35,10 @@ struct Tree {
         const std::string folder = hba + "/host1/port-1:0/expander-1:0/port-1:0:" + n +
                                    "/end_device-1:0:" + n + "/target1:0:" + n + "/1:0:" + n +
                                    ":0/block/sd" + n;
-        const test::FakeBlock disk{.number = "8:" + n,
-                                   .device = {{"vendor", "SEAGATE "}, {"state", "running"}},
-                                   .properties = {{"ID_MODEL", "ST4000NM0025"},
-                                                  {"ID_REVISION", "N003"},
-                                                  {"ID_SERIAL_SHORT", "ZC1" + n},
-                                                  {"ID_WWN", "0x5000c500a1b2c3d4"},
-                                                  {"ID_FS_TYPE", "linux_raid_member"}},
-                                   .links = {"disk/by-id/scsi-3500" + n}};
-        disks.Block(folder, disk);
+        disks.Block(folder, "8:" + n,
+                    {"device/vendor=SEAGATE ", "device/state=running", "ID_MODEL=ST4000NM0025",
+                     "ID_REVISION=N003", "ID_SERIAL_SHORT=ZC1" + n, "ID_WWN=0x5000c500a1b2c3d4",
+                     "ID_FS_TYPE=linux_raid_member", "S:disk/by-id/scsi-3500" + n});
         for (const char* const file :
              {"uevent", "ro", "removable", "size", "queue/logical_block_size",
               "queue/physical_block_size", "queue/rotational", "device/vendor", "device/state"}) {
