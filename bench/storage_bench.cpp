@@ -1,5 +1,5 @@
 // The scan of a machine with many disks. The floor reads the same files of each disk. Also the scan
-// with its JSON beside the program lsblk, on the same tree and on this machine.
+// with its JSON beside the program lsblk on the same tree, and both programs on this machine.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <map>
@@ -123,13 +123,8 @@ void lsblkOfTree(benchmark::State& state) {
     state.SetLabel("lsblk -J --sysroot");
 }
 
-void scanThisMachine(benchmark::State& state) {
-    CMachine machine;
-    for (auto _ : state) {
-        StorageReport report{scanStorage(machine, {}), {}};
-        report.names.resize(report.storage.controllers.size());
-        benchmark::DoNotOptimize(storageJson(report));
-    }
+void program(benchmark::State& state) {
+    runProgram(state, {EM_PNI_BINARY_DIR "/pni-host", "storage", "--json"});
     state.counters[aim] = 1;
 }
 
@@ -146,8 +141,8 @@ BENCHMARK(scan)->Name("storage scan")->Apply(diskCounts);
 BENCHMARK(readFiles)->Name("floor of storage scan")->Apply(diskCounts);
 BENCHMARK(scanAndWrite)->Name("storage as JSON")->Apply(diskCounts)->UseRealTime();
 BENCHMARK(lsblkOfTree)->Name("floor of storage as JSON")->Apply(diskCounts)->UseRealTime();
-BENCHMARK(scanThisMachine)->Name("storage here as JSON")->UseRealTime();
-BENCHMARK(lsblk)->Name("floor of storage here as JSON")->UseRealTime();
+BENCHMARK(program)->Name("pni-host storage here")->UseRealTime();
+BENCHMARK(lsblk)->Name("floor of pni-host storage here")->UseRealTime();
 
 }  // namespace
 }  // namespace em_pni::bench
