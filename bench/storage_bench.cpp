@@ -1,5 +1,5 @@
 // The scan of a machine with many disks. The floor reads the same files of each disk. Also the scan
-// with its JSON beside the program lsblk, on the same tree and on this machine.
+// with its JSON beside the program lsblk on the same tree, and both programs on this machine.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <map>
@@ -35,15 +35,10 @@ struct Tree {
         const std::string folder = hba + "/host1/port-1:0/expander-1:0/port-1:0:" + n +
                                    "/end_device-1:0:" + n + "/target1:0:" + n + "/1:0:" + n +
                                    ":0/block/sd" + n;
-        const test::FakeBlock disk{.number = "8:" + n,
-                                   .device = {{"vendor", "SEAGATE "}, {"state", "running"}},
-                                   .properties = {{"ID_MODEL", "ST4000NM0025"},
-                                                  {"ID_REVISION", "N003"},
-                                                  {"ID_SERIAL_SHORT", "ZC1" + n},
-                                                  {"ID_WWN", "0x5000c500a1b2c3d4"},
-                                                  {"ID_FS_TYPE", "linux_raid_member"}},
-                                   .links = {"disk/by-id/scsi-3500" + n}};
-        disks.Block(folder, disk);
+        disks.Block(folder, "8:" + n,
+                    {"device/vendor=SEAGATE ", "device/state=running", "ID_MODEL=ST4000NM0025",
+                     "ID_REVISION=N003", "ID_SERIAL_SHORT=ZC1" + n, "ID_WWN=0x5000c500a1b2c3d4",
+                     "ID_FS_TYPE=linux_raid_member", "S:disk/by-id/scsi-3500" + n});
         for (const char* const file :
              {"uevent", "ro", "removable", "size", "queue/logical_block_size",
               "queue/physical_block_size", "queue/rotational", "device/vendor", "device/state"}) {
@@ -128,13 +123,8 @@ void lsblkOfTree(benchmark::State& state) {
     state.SetLabel("lsblk -J --sysroot");
 }
 
-void scanThisMachine(benchmark::State& state) {
-    CMachine machine;
-    for (auto _ : state) {
-        StorageReport report{scanStorage(machine, {}), {}};
-        report.names.resize(report.storage.controllers.size());
-        benchmark::DoNotOptimize(storageJson(report));
-    }
+void program(benchmark::State& state) {
+    runProgram(state, {EM_PNI_BINARY_DIR "/pni-host", "storage", "--json"});
     state.counters[aim] = 1;
 }
 
@@ -151,8 +141,8 @@ BENCHMARK(scan)->Name("storage scan")->Apply(diskCounts);
 BENCHMARK(readFiles)->Name("floor of storage scan")->Apply(diskCounts);
 BENCHMARK(scanAndWrite)->Name("storage as JSON")->Apply(diskCounts)->UseRealTime();
 BENCHMARK(lsblkOfTree)->Name("floor of storage as JSON")->Apply(diskCounts)->UseRealTime();
-BENCHMARK(scanThisMachine)->Name("storage here as JSON")->UseRealTime();
-BENCHMARK(lsblk)->Name("floor of storage here as JSON")->UseRealTime();
+BENCHMARK(program)->Name("pni-host storage here")->UseRealTime();
+BENCHMARK(lsblk)->Name("floor of pni-host storage here")->UseRealTime();
 
 }  // namespace
 }  // namespace em_pni::bench

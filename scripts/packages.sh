@@ -26,7 +26,7 @@ ensure_packages() {
 
 # For the build of the module and pni-host.
 build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
-    libnl-3-dev libudev-dev libsystemd-dev libblkid-dev libmount-dev)
+    libnl-3-dev libudev-dev libblkid-dev libmount-dev)
 # For the tests, in addition.
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)
 # For the static checks, in addition to those of the tests.
@@ -42,4 +42,5 @@ package_test_packages=(debootstrap man-db systemd-container)
 # For RPM packages, in addition.
 rpm_packages=(rpm)
 # For the test in an emulated server, in addition to those of the build.
-server_packages=(qemu-system-x86 busybox-static cpio kmod e2fsprogs fdisk ipmitool strace python3)
+server_packages=(qemu-system-x86 busybox-static cpio kmod e2fsprogs fdisk ipmitool
+    libsystemd-shared strace python3)

@@ -19,10 +19,6 @@ namespace {
 constexpr const char* blockDirectory = "sys/class/block";
 constexpr std::uint64_t sector = 512;  // unit of all sizes in sysfs
 
-constexpr std::uint32_t memoryDiskMajor = 1;
-constexpr std::uint32_t loopMajor = 7;
-constexpr std::uint32_t networkDiskMajor = 43;
-
 // Returns no value when the attribute is missing or not a number of sectors.
 std::optional<std::uint64_t> bytesIn(const COpenFolder& folder, const char* attribute) {
     const auto sectors = parseDecimal(attributeText(folder, attribute),
@@ -63,11 +59,17 @@ bool isStable(std::string_view link) noexcept {
     return link.starts_with("disk/by-id/") || !link.starts_with("disk/");
 }
 
-// The serial number in page 0x80 of the vital product data: bytes 2 and 3 are its length.
+// The serial number in page 0x80 of the vital product data, which is behind the header of the page.
 std::string serialOfPage(const std::string& page) {
     constexpr std::size_t header = 4;
     return page.size() < header ? std::string()
                                 : singleBlanks(printableText(trimBlanks(page.substr(header))));
+}
+
+// Whether the kernel has made a device that nobody uses yet.
+bool isUnused(const COpenFolder& directory, const std::string& name) {
+    return (name.starts_with("loop") || name.starts_with("nbd")) &&
+           attributeText(directory, name + "/size") == "0";
 }
 
 std::string withoutBlanks(std::string text) {
@@ -90,7 +92,7 @@ class CBlockCollector {
         const auto folder = files_.OpenFolder(joinedPath({blockDirectory, name}));
         const auto text = folder ? folder->ReadAttribute("uevent") : std::nullopt;
         const DeviceEvent event = parseDeviceEvent(text.value_or(""));
-        if (!event.major || !event.minor || *event.major == memoryDiskMajor) {
+        if (!event.major || !event.minor) {
             return std::nullopt;
         }
         FoundDevice found;
@@ -113,9 +115,7 @@ class CBlockCollector {
         AddRecord(known, device);
         // The last file: a device that has it has lived as long as the reading.
         const auto size = bytesIn(*folder, "size");
-        const bool isUnused =
-            size == 0 && (device.major == loopMajor || device.major == networkDiskMajor);
-        if (!size || isUnused) {
+        if (!size) {
             return std::nullopt;
         }
         // A drive without a medium shows the size of the last one, or one of its own.
@@ -313,6 +313,9 @@ FoundDevices findBlockDevices(const CFileTree& files) {
     });
     CBlockCollector collector(files);
     for (const std::string& name : names) {
+        if (name.starts_with("ram") || isUnused(*directory, name)) {
+            continue;
+        }
         if (auto path = parseNvmePathName(name)) {
             const auto state = files.ReadAttribute(joinedPath({blockDirectory, name, "ana_state"}));
             found.paths.push_back({std::move(*path), printableText(state.value_or(""))});

@@ -12,7 +12,9 @@
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
+#include <utility>
 
 #include "platform/file.h"
 
@@ -48,6 +50,8 @@ constexpr Length maxAnswer = 65536;
     ::_exit(0);
 }
 
+}  // namespace
+
 class CAnsweringChild {
   public:
     CAnsweringChild(const std::vector<Question>& questions,
@@ -68,12 +72,12 @@ class CAnsweringChild {
             return;
         }
         ::kill(child_, SIGKILL);
-        // The pipe ends when the child dies. One that hangs in the kernel dies later or never.
+        // One that hangs in the kernel dies later or never.
         constexpr std::chrono::milliseconds dying{200};
         const Clock::time_point end = Clock::now() + dying;
-        while (Fill(end)) {
+        while (::waitpid(child_, nullptr, WNOHANG) == 0 && Clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
-        ::waitpid(child_, nullptr, isEnded_ ? 0 : WNOHANG);
     }
     CAnsweringChild(const CAnsweringChild&) = delete;
     CAnsweringChild& operator=(const CAnsweringChild&) = delete;
@@ -110,7 +114,6 @@ class CAnsweringChild {
         std::array<char, 4096> block;
         const ssize_t got = ::read(input_.Get(), block.data(), block.size());
         if (got <= 0) {
-            isEnded_ = got == 0;
             return got < 0 && errno == EINTR;
         }
         bytes_.append(block.data(), static_cast<std::size_t>(got));
@@ -120,33 +123,42 @@ class CAnsweringChild {
     CFileDescriptor input_;
     pid_t child_ = -1;
     std::string bytes_;  // not yet taken
-    bool isEnded_ = false;
 };
 
-}  // namespace
+CBoundedQuestions::CBoundedQuestions(std::vector<Question> questions, const TimeLimits& limits)
+    : questions_(std::move(questions)),
+      limits_(limits),
+      end_(Clock::now() + limits.total),
+      pending_(questions_.size()) {
+    std::iota(pending_.begin(), pending_.end(), std::size_t{0});
+    Start();
+}
 
-std::vector<std::optional<std::string>> askBounded(const std::vector<Question>& questions,
-                                                   const TimeLimits& limits) {
-    std::vector<std::optional<std::string>> answers(questions.size());
-    const Clock::time_point end = Clock::now() + limits.total;
-    std::vector<std::size_t> pending(questions.size());
-    std::iota(pending.begin(), pending.end(), std::size_t{0});
-    while (!pending.empty() && Clock::now() < end) {
-        CAnsweringChild child(questions, pending);
-        if (!child.IsRunning()) {
+CBoundedQuestions::~CBoundedQuestions() = default;
+
+void CBoundedQuestions::Start() {
+    child_.reset();
+    if (!pending_.empty() && Clock::now() < end_) {
+        child_ = std::make_unique<CAnsweringChild>(questions_, pending_);
+    }
+}
+
+std::vector<std::optional<std::string>> CBoundedQuestions::Answers() {
+    std::vector<std::optional<std::string>> answers(questions_.size());
+    while (child_ && child_->IsRunning()) {
+        const auto missed =
+            std::find_if(pending_.begin(), pending_.end(), [&](std::size_t question) {
+                answers[question] = child_->Next(std::min(end_, Clock::now() + limits_.each));
+                return !answers[question];
+            });
+        if (missed == pending_.end()) {
             break;
         }
-        const auto missed = std::find_if(pending.begin(), pending.end(), [&](std::size_t question) {
-            answers[question] = child.Next(std::min(end, Clock::now() + limits.each));
-            return !answers[question];
-        });
-        if (missed == pending.end()) {
-            break;
-        }
-        const std::size_t group = questions[*missed].group;
-        pending.erase(pending.begin(), missed + 1);
-        std::erase_if(pending,
-                      [&](std::size_t question) { return questions[question].group == group; });
+        const std::size_t group = questions_[*missed].group;
+        pending_.erase(pending_.begin(), missed + 1);
+        std::erase_if(pending_,
+                      [&](std::size_t question) { return questions_[question].group == group; });
+        Start();
     }
     return answers;
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,14 +21,34 @@ struct Question {
     std::function<std::string()> ask;
 };
 
-// The answers in the order of the questions, which a child process asks one after the other. There
-// is no value for a question that is not answered in time, fails, or has an answer of more than 64
-// KiB, and for all questions of its group behind it. The other groups go to a new child. A child
-// that hangs in the kernel is killed and left behind. After the total time no more questions are
-// asked.
+class CAnsweringChild;
+
+// A child process asks the questions one after the other, from the construction on. A child that
+// hangs is killed. When it hangs in the kernel, it is left behind.
 //
 // The calling process should have one thread: the child has a copy of its memory, locks included.
-std::vector<std::optional<std::string>> askBounded(const std::vector<Question>& questions,
-                                                   const TimeLimits& limits);
+class CBoundedQuestions {
+  public:
+    // Starts no process when there are no questions.
+    CBoundedQuestions(std::vector<Question> questions, const TimeLimits& limits);
+    ~CBoundedQuestions();
+    CBoundedQuestions(const CBoundedQuestions&) = delete;
+    CBoundedQuestions& operator=(const CBoundedQuestions&) = delete;
+
+    // Waits for the answers and returns them in the order of the questions. There is no value for a
+    // question that is not answered in time, fails, or has an answer of more than 64 KiB, and for
+    // all questions of its group behind it. The other groups go to a new child. After the total
+    // time no more questions are asked. Call it once.
+    std::vector<std::optional<std::string>> Answers();
+
+  private:
+    void Start();
+
+    const std::vector<Question> questions_;
+    const TimeLimits limits_;
+    const std::chrono::steady_clock::time_point end_;
+    std::vector<std::size_t> pending_;  // indexes of the questions without an answer
+    std::unique_ptr<CAnsweringChild> child_;
+};
 
 }  // namespace em_pni

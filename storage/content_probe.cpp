@@ -1,5 +1,6 @@
 #include "storage/content_probe.h"
 
+#include <algorithm>
 #include <array>
 #include <blkid/blkid.h>
 #include <fcntl.h>
@@ -60,7 +61,8 @@ std::string probeContent(const std::string& path, dev_t device) {
     ::blkid_probe_enable_partitions(probe.get(), 1);
     ::blkid_probe_set_partitions_flags(probe.get(), BLKID_PARTS_ENTRY_DETAILS);
     std::string record;
-    if (::blkid_do_safeprobe(probe.get()) != 0) {
+    // An empty partition has no content, but an entry in its table.
+    if (::blkid_do_safeprobe(probe.get()) < 0) {
         return record;
     }
     const int count = ::blkid_probe_numof_values(probe.get());
@@ -84,8 +86,8 @@ std::string readSpace(const std::string& mountPoint) {
     }
     const std::uint64_t block = space.f_frsize;
     return std::to_string(space.f_blocks * block) + " " +
-           std::to_string((space.f_blocks - space.f_bfree) * block) + " " +
-           std::to_string(space.f_bavail * block);
+           std::to_string((space.f_blocks - std::min(space.f_bfree, space.f_blocks)) * block) +
+           " " + std::to_string(space.f_bavail * block);
 }
 
 std::optional<SpaceUsage> parseSpace(std::string_view text) noexcept {

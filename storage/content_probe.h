@@ -1,4 +1,4 @@
-// Questions that open a device or a file system. Ask them with askBounded().
+// Questions that open a device or a file system. Ask them with CBoundedQuestions.
 #pragma once
 
 #include <optional>

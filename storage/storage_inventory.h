@@ -58,7 +58,7 @@ struct Disk {
     std::uint32_t namespaceId = 0;  // 0 = not a namespace
     std::string state;              // of a SCSI device: "running", "offline"
     std::string scsiAddress;        // host:channel:target:unit
-    WorldWideName targetPort = 0;   // of a Fibre Channel target
+    WorldWideName targetPort = 0;   // of the only Fibre Channel target
     bool removable = false;
     std::string pciName;                   // address of the PCI function it hangs on
     std::vector<std::size_t> controllers;  // indexes of the PCI functions

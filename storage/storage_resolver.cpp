@@ -42,21 +42,15 @@ void useKnown(std::string& fact, const std::string& other) {
 class CResolver {
   public:
     explicit CResolver(StorageFacts facts) : facts_(std::move(facts)) {
-        storage_.controllers = std::move(facts_.controllers);
         storage_.nvmeControllers = std::move(facts_.nvmeControllers);
         for (FoundDevice& found : facts_.found.devices) {
             storage_.devices.push_back(std::move(found.device));
         }
-        controllers_ =
-            indexesOf(storage_.controllers, [](const auto& one) { return one.pciAddress; });
         nvme_ = indexesOf(storage_.nvmeControllers, [](const auto& one) { return one.name; });
         devices_ = indexesOf(storage_.devices, [](const auto& one) { return one.name; });
     }
 
     StorageInventory Resolve() {
-        for (NvmeController& one : storage_.nvmeControllers) {
-            one.controller = find(controllers_, one.pciName);
-        }
         for (std::size_t i = 0; i < storage_.devices.size(); ++i) {
             Connect(i);
         }
@@ -68,7 +62,7 @@ class CResolver {
             }
         }
         for (BlockDevice& device : storage_.devices) {
-            AddControllers(device.disk);
+            AddNvmeFacts(device.disk);
         }
         AddMounts();
         AddSwaps();
@@ -90,16 +84,14 @@ class CResolver {
         }
     }
 
-    void AddControllers(Disk& disk) {
-        addOnce(disk.controllers, find(controllers_, disk.pciName));
+    void AddNvmeFacts(Disk& disk) const {
         for (const NvmePath& path : disk.paths) {
             const NvmeController& nvme = storage_.nvmeControllers[path.controller];
-            addOnce(disk.controllers, nvme.controller);
             disk.transport = nvme.transport.empty() ? "nvme" : "nvme-" + nvme.transport;
             useKnown(disk.model, nvme.model);
             useKnown(disk.serial, nvme.serial);
             useKnown(disk.firmware, nvme.firmware);
-            disk.targetPort = nvme.targetPort;
+            disk.targetPort = disk.paths.size() == 1 ? nvme.targetPort : 0;
         }
     }
 
@@ -146,7 +138,6 @@ class CResolver {
 
     StorageFacts facts_;
     StorageInventory storage_;
-    Indexes controllers_;
     Indexes nvme_;
     Indexes devices_;
 };
@@ -169,20 +160,34 @@ bool isSafeDisk(const BlockDevice& device) {
 
 }  // namespace
 
-std::vector<std::string> controllerNames(const StorageFacts& facts) {
+StorageInventory resolveStorage(StorageFacts facts) {
+    return CResolver(std::move(facts)).Resolve();
+}
+
+std::vector<std::string> controllerNames(const StorageInventory& storage) {
     std::set<std::string> names;
-    for (const FoundDevice& found : facts.found.devices) {
-        names.insert(found.device.disk.pciName);
+    for (const BlockDevice& device : storage.devices) {
+        names.insert(device.disk.pciName);
     }
-    for (const NvmeController& one : facts.nvmeControllers) {
+    for (const NvmeController& one : storage.nvmeControllers) {
         names.insert(one.pciName);
     }
     names.erase("");
     return {names.begin(), names.end()};
 }
 
-StorageInventory resolveStorage(StorageFacts facts) {
-    return CResolver(std::move(facts)).Resolve();
+void addControllers(StorageInventory& storage, std::vector<StorageController> controllers) {
+    const Indexes indexes = indexesOf(controllers, [](const auto& one) { return one.pciAddress; });
+    storage.controllers = std::move(controllers);
+    for (NvmeController& one : storage.nvmeControllers) {
+        one.controller = find(indexes, one.pciName);
+    }
+    for (BlockDevice& device : storage.devices) {
+        addOnce(device.disk.controllers, find(indexes, device.disk.pciName));
+        for (const NvmePath& path : device.disk.paths) {
+            addOnce(device.disk.controllers, storage.nvmeControllers[path.controller].controller);
+        }
+    }
 }
 
 bool isSafeToOpen(const StorageInventory& storage, std::size_t device) {

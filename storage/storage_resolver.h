@@ -13,16 +13,19 @@ namespace em_pni {
 struct StorageFacts {
     FoundDevices found;
     std::vector<NvmeController> nvmeControllers;
-    std::vector<StorageController> controllers;  // in order of address
     std::vector<MountEntry> mounts;
     std::vector<SwapArea> swaps;
 };
 
-// The addresses of all PCI functions that disks or NVMe controllers hang on, sorted, each once.
-std::vector<std::string> controllerNames(const StorageFacts& facts);
-
-// Names that lead nowhere are left out.
+// Names that lead nowhere are left out. The controllers are not known yet.
 StorageInventory resolveStorage(StorageFacts facts);
+
+// The addresses of all PCI functions that disks or NVMe controllers hang on, sorted, each once.
+std::vector<std::string> controllerNames(const StorageInventory& storage);
+
+// Stores the controllers, which are in order of address, and connects disks and NVMe controllers
+// with them.
+void addControllers(StorageInventory& storage, std::vector<StorageController> controllers);
 
 // Whether a device can be opened without waking a disk, moving a medium, or waiting for a suspended
 // volume. All disks under it must run and must not be optical or rotate. A virtio disk counts as

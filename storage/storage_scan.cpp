@@ -82,8 +82,11 @@ class CQuestions {
             [&device](const std::string& text) { addContent(CUdevRecord(text), device); });
     }
 
-    void Ask(const TimeLimits& limits) {
-        const auto answers = askBounded(questions_, limits);
+    [[nodiscard]] CBoundedQuestions Ask(const TimeLimits& limits) {
+        return CBoundedQuestions(std::move(questions_), limits);
+    }
+
+    void Take(const std::vector<std::optional<std::string>>& answers) {
         for (std::size_t i = 0; i < answers.size(); ++i) {
             if (answers[i]) {
                 receivers_[i].take(*answers[i]);
@@ -134,7 +137,6 @@ StorageInventory scanStorage(CMachine& machine, const TimeLimits& limits) {
     facts.nvmeControllers = readNvmeControllers(files);
     facts.mounts = readMounts(files);
     facts.swaps = readSwaps(files);
-    facts.controllers = readControllers(machine, controllerNames(facts));
     StorageInventory storage = resolveStorage(std::move(facts));
 
     CQuestions questions(files, storage);
@@ -151,7 +153,10 @@ StorageInventory scanStorage(CMachine& machine, const TimeLimits& limits) {
             questions.AskContent(device);
         }
     }
-    questions.Ask(limits);
+    // The child process works meanwhile.
+    CBoundedQuestions asked = questions.Ask(limits);
+    addControllers(storage, readControllers(machine, controllerNames(storage)));
+    questions.Take(asked.Answers());
     std::for_each(storage.devices.begin(), storage.devices.end(), useKnownContent);
     return storage;
 }

@@ -53,7 +53,7 @@ void addVolumeFacts(const CFileTree& files, const COpenFolder& folder, BlockDevi
     device.type = name.substr(0, name.find_first_of("0123456789"));
     if (name.starts_with("dm-")) {
         addMapperFacts(folder, device);
-    } else if (device.type == "md" || device.type == "md_d") {
+    } else if (name.starts_with("md")) {  // also "md_home"
         addArrayFacts(files, folder, device);
     } else if (device.type == "bcache") {
         device.volume.state = attributeText(folder, "bcache/state");

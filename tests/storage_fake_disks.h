@@ -1,78 +1,81 @@
 // Block devices in the tree of a fake machine. Also writes what "lsblk --sysroot" reads.
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
+#include "platform/text.h"
 #include "storage/storage_scan.h"
 #include "tests/devscan_fake_machine.h"
 
 namespace em_pni::test {
 
-using Texts = std::map<std::string, std::string>;
+using Texts = std::vector<std::string>;
 
-struct FakeBlock {
-    std::string number;                // "8:0"
-    std::size_t sectors = 64;          // of 512 bytes
-    Texts files{};                     // below the folder of the block device
-    Texts device{};                    // below the folder of the device that it belongs to
-    Texts properties{};                // of its udev record
-    std::vector<std::string> links{};  // of its udev record
-    bool hasRecord = true;
-};
+inline constexpr const char* noRecord = "no record";
 
 class CFakeDisks : public CFakeMachine {
   public:
     // `path` is below sys/devices: "pci0000:00/.../0:0:0:0/block/sda", ".../block/sda/sda1".
-    void Block(const std::string& path, const FakeBlock& block) {
+    // A fact is a file of the block device, "ro=1", a file of the device that it belongs to,
+    // "device/vendor=ATA", a property of its udev record, "ID_BUS=ata", a link of the record,
+    // "S:disk/by-id/x", or noRecord.
+    void Block(const std::string& path, const std::string& number, const Texts& facts = {}) {
         const std::string name = path.substr(path.rfind('/') + 1);
         const std::string parent = path.substr(0, path.rfind('/'));
-        const std::size_t colon = block.number.find(':');
-        const bool isPartition = block.files.count("partition") != 0;
+        const bool isBelow = parent.ends_with("/block");  // this folder is not a device
+        const std::string device = isBelow ? parent.substr(0, parent.size() - 6) : parent;
         const std::string folder = "sys/devices/" + path + "/";
-        std::string event = "DEVNAME=" + name + "\n";
-        event += isPartition ? "DEVTYPE=partition\nPARTN=" + block.files.at("partition")
-                             : "DEVTYPE=disk";
-        if (!block.number.empty()) {
-            File(folder + "dev", block.number + "\n");
-            event = "MAJOR=" + block.number.substr(0, colon) +
-                    "\nMINOR=" + block.number.substr(colon + 1) + "\n" + event;
-        }
-        File(folder + "uevent", event + "\n");
-        File(folder + "size", std::to_string(block.sectors) + "\n");
-        File(folder + "ro", "0\n");
+        const bool isPartition = std::any_of(facts.begin(), facts.end(), [](const auto& fact) {
+            return fact.starts_with("partition=");
+        });
+        Texts all{"size=64", "ro=0"};
         if (!isPartition) {
-            File(folder + "removable", "0\n");
-            File(folder + "queue/logical_block_size", "512\n");
-            File(folder + "queue/physical_block_size", "4096\n");
-            File(folder + "queue/rotational", "1\n");
+            all.insert(all.end(), {"removable=0", "queue/logical_block_size=512",
+                                   "queue/physical_block_size=4096", "queue/rotational=1"});
+            Link("sys/block/" + name, "../devices/" + path);
         }
-        for (const auto& [file, text] : block.files) {
-            File(folder + file, text + "\n");
-        }
-        if (!block.device.empty()) {
-            // The folder "block" is not a device.
-            const bool isBelow = parent.ends_with("/block");
-            const std::string device = isBelow ? parent.substr(0, parent.size() - 6) : parent;
-            for (const auto& [file, text] : block.device) {
-                File("sys/devices/" + device + "/" + file, text + "\n");
+        all.insert(all.end(), facts.begin(), facts.end());
+        std::string event = isPartition ? "DEVTYPE=partition\n" : "DEVTYPE=disk\n";
+        std::string record = "I:1234567\n";
+        std::string properties;
+        bool hasDevice = false;
+        for (const std::string& fact : all) {
+            std::string_view rest = fact;
+            const std::string key(takeUntil(rest, '='));
+            const std::string value = std::string(rest) + "\n";
+            if (fact == noRecord) {
+                record.clear();
+            } else if (key.starts_with("S:")) {
+                record += fact + "\n";
+            } else if (key.front() >= 'A' && key.front() <= 'Z') {
+                record += "E:" + fact + "\n";
+                properties += fact + "\n";
+            } else if (key.starts_with("device/")) {
+                File("sys/devices/" + device + key.substr(6), value);
+                hasDevice = true;
+            } else {
+                File(folder + key, value);
+                event += key == "partition" ? "PARTN=" + value : "";
             }
+        }
+        if (hasDevice) {
             Link(folder + "device",
                  (isBelow ? "../../../" : "../../") + device.substr(device.rfind('/') + 1));
         }
+        if (const std::size_t colon = number.find(':'); colon != std::string::npos) {
+            event += "MAJOR=" + number.substr(0, colon) + "\nMINOR=" + number.substr(colon + 1);
+            File(folder + "dev", number + "\n");
+            Link("sys/dev/block/" + number, "../../devices/" + path);
+        }
+        File(folder + "uevent", event);
         Link("sys/class/block/" + name, "../../devices/" + path);
-        if (!isPartition) {
-            Link("sys/block/" + name, "../devices/" + path);
-        }
-        if (!block.number.empty()) {
-            Link("sys/dev/block/" + block.number, "../../devices/" + path);
-        }
-        if (block.hasRecord) {
-            Record(name, block);
+        if (!record.empty()) {
+            File("run/udev/data/b" + number, record + "G:systemd\n");
+            File("dev/" + name, properties);
         }
     }
-    void Slaves(const std::string& path, const std::vector<std::string>& names) {
+    void Slaves(const std::string& path, const Texts& names) {
         for (const std::string& name : names) {
             Link("sys/devices/" + path + "/slaves/" + name, "../../../../../class/block/" + name);
             if (std::filesystem::exists(Path("sys/class/block/" + name))) {
@@ -83,21 +86,6 @@ class CFakeDisks : public CFakeMachine {
     }
 
     StorageInventory ScanStorage() { return scanStorage(Machine(), {}); }
-
-  private:
-    void Record(const std::string& name, const FakeBlock& block) {
-        std::string record = "I:1234567\n";
-        std::string properties;
-        for (const std::string& link : block.links) {
-            record += "S:" + link + "\n";
-        }
-        for (const auto& [key, value] : block.properties) {
-            record += "E:" + key + "=" + value + "\n";
-            properties += key + "=" + value + "\n";
-        }
-        File("run/udev/data/b" + block.number, record + "G:systemd\n");
-        File("dev/" + name, properties);
-    }
 };
 
 // The device with this kernel name; an empty one when there is none.

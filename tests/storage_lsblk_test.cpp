@@ -1,15 +1,10 @@
 // Storage: the same facts as lsblk shows.
 #include <cstdio>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 #include <set>
-#include <unistd.h>
 
-#include "platform/text.h"
 #include "storage/attributes.h"
-#include "storage/block_devices.h"
-#include "storage/storage_resolver.h"
 #include "tests/storage_made_up_server.h"
 
 namespace em_pni {
@@ -21,7 +16,6 @@ using test::deviceNamed;
 using test::namesOf;
 using test::swapImage;
 using Names = std::vector<std::string>;
-using namespace std::chrono_literals;
 
 // The output of a command, as JSON.
 rapidjson::Document jsonOf(const std::string& command) {

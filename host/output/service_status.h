@@ -19,7 +19,7 @@ class CServiceStatus {
     void Stopping() const noexcept;
     void Alive() const noexcept;
     // One line about what the service does.
-    void Text(const std::string& text) const noexcept;
+    void Text(const std::string& text) const;
 };
 
 }  // namespace em_pni

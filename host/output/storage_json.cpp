@@ -1,3 +1,5 @@
+#include <initializer_list>
+
 #include "host/output/adapter_report.h"
 #include "host/output/json_members.h"
 #include "host/output/pci_facts.h"
@@ -43,36 +45,47 @@ class CStorageDocument {
     [[nodiscard]] std::string Text() const { return {text_.GetString(), text_.GetSize()}; }
 
   private:
+    struct TextMember {
+        const char* key;
+        const std::string& text;
+    };
+
+    void WriteTexts(std::initializer_list<TextMember> members) {
+        for (const TextMember& member : members) {
+            members_.Text(member.key, member.text);
+        }
+    }
+
     void Write(const StorageController& one) {
         const auto index = static_cast<std::size_t>(&one - storage_.controllers.data());
         members_.Text("PciAddress", one.pciAddress);
         members_.Number("Slot", one.slot.number, unknownSlot);
-        members_.Text("SlotDesignation", one.slot.designation);
-        members_.Text("SlotSource", em_pni::nameOf(one.slot.source));
-        members_.Text("ClassCode", one.classCode == 0 ? "" : lowerHex(one.classCode, 4));
+        WriteTexts({{"SlotDesignation", one.slot.designation},
+                    {"SlotSource", em_pni::nameOf(one.slot.source)},
+                    {"ClassCode", one.classCode == 0 ? "" : lowerHex(one.classCode, 4)}});
         writePciIds(members_, one.ids, report_.names.at(index));
         members_.Text("Driver", one.driver);
     }
 
     void Write(const NvmeController& one) {
-        members_.Text("Name", one.name);
-        members_.Text("PciAddress", one.pciName);
-        members_.Text("Transport", one.transport);
-        members_.Text("Address", one.address);
-        members_.Text("State", one.state);
-        members_.Text("Subsystem", one.subsystem);
-        members_.Text("Model", one.model);
-        members_.Text("SerialNumber", one.serial);
-        members_.Text("FirmwareVersion", one.firmware);
-        members_.Text("TargetWWPN", knownNameText(one.targetPort));
+        WriteTexts({{"Name", one.name},
+                    {"PciAddress", one.pciName},
+                    {"Transport", one.transport},
+                    {"Address", one.address},
+                    {"State", one.state},
+                    {"Subsystem", one.subsystem},
+                    {"Model", one.model},
+                    {"SerialNumber", one.serial},
+                    {"FirmwareVersion", one.firmware},
+                    {"TargetWWPN", knownNameText(one.targetPort)}});
     }
 
     void Write(const BlockDevice& one) {
-        members_.Text("Name", one.name);
-        members_.Text("Path", one.path);
-        members_.Text("Kind", nameOf(one.kind));
-        members_.Text("Type", one.type);
-        members_.Text("DeviceNumber", std::to_string(one.major) + ":" + std::to_string(one.minor));
+        WriteTexts({{"Name", one.name},
+                    {"Path", one.path},
+                    {"Kind", nameOf(one.kind)},
+                    {"Type", one.type},
+                    {"DeviceNumber", std::to_string(one.major) + ":" + std::to_string(one.minor)}});
         members_.Texts("Parents", NamesOf(one.parents));
         members_.Texts("Children", NamesOf(one.children));
         members_.Texts("Links", one.links);
@@ -108,72 +121,70 @@ class CStorageDocument {
     }
 
     void Write(const Disk& disk) {
-        members_.Text("Transport", disk.transport);
-        members_.Text("Vendor", disk.vendor);
-        members_.Text("Model", disk.model);
-        members_.Text("SerialNumber", disk.serial);
-        members_.Text("FirmwareVersion", disk.firmware);
-        members_.Text("WWN", disk.wwn);
-        members_.Text("NGUID", disk.nguid);
-        members_.Text("EUI64", disk.eui64);
+        WriteTexts({{"Transport", disk.transport},
+                    {"Vendor", disk.vendor},
+                    {"Model", disk.model},
+                    {"SerialNumber", disk.serial},
+                    {"FirmwareVersion", disk.firmware},
+                    {"WWN", disk.wwn},
+                    {"NGUID", disk.nguid},
+                    {"EUI64", disk.eui64}});
         members_.Number("NamespaceId", disk.namespaceId, 0);
         members_.Bool("Removable", disk.removable);
-        members_.Text("State", disk.state);
-        members_.Text("ScsiAddress", disk.scsiAddress);
-        members_.Text("TargetWWPN", knownNameText(disk.targetPort));
+        WriteTexts({{"State", disk.state},
+                    {"ScsiAddress", disk.scsiAddress},
+                    {"TargetWWPN", knownNameText(disk.targetPort)}});
         std::vector<std::string> controllers;
         for (const std::size_t controller : disk.controllers) {
             controllers.push_back(storage_.controllers.at(controller).pciAddress);
         }
         members_.Texts("Controllers", controllers);
         members_.Objects("Paths", disk.paths, [this](const NvmePath& path) {
-            members_.Text("Controller", storage_.nvmeControllers.at(path.controller).name);
-            members_.Text("State", path.state);
+            WriteTexts({{"Controller", storage_.nvmeControllers.at(path.controller).name},
+                        {"State", path.state}});
         });
     }
 
     void Write(const Partition& partition) {
         members_.Number("Number", partition.number, 0);
         members_.Number("Start", partition.start);
-        members_.Text("Scheme", partition.scheme);
-        members_.Text("Type", partition.type);
-        members_.Text("UUID", partition.uuid);
-        members_.Text("Label", partition.label);
-        members_.Text("Flags", partition.flags);
+        WriteTexts({{"Scheme", partition.scheme},
+                    {"Type", partition.type},
+                    {"UUID", partition.uuid},
+                    {"Label", partition.label},
+                    {"Flags", partition.flags}});
     }
 
     void Write(const Volume& volume) {
-        members_.Text("Name", volume.name);
-        members_.Text("UUID", volume.uuid);
-        members_.Text("Group", volume.group);
-        members_.Text("LogicalVolume", volume.logicalVolume);
-        members_.Text("State", volume.state);
-        members_.Text("CacheMode", volume.cacheMode);
-        members_.Text("BackingFile", volume.backingFile);
+        WriteTexts({{"Name", volume.name},
+                    {"UUID", volume.uuid},
+                    {"Group", volume.group},
+                    {"LogicalVolume", volume.logicalVolume},
+                    {"State", volume.state},
+                    {"CacheMode", volume.cacheMode},
+                    {"BackingFile", volume.backingFile}});
         members_.Number("Places", volume.places, 0);
         members_.Number("DegradedPlaces", std::uint64_t{volume.degraded});
         members_.Objects("Members", volume.members, [this](const VolumeMember& member) {
-            members_.Text("Name", member.name);
-            members_.Text("Place", member.place);
-            members_.Text("State", member.state);
+            WriteTexts({{"Name", member.name}, {"Place", member.place}, {"State", member.state}});
         });
     }
 
     void Write(const Content& content) {
-        members_.Text("Usage", content.usage);
-        members_.Text("Type", content.type);
-        members_.Text("Version", content.version);
-        members_.Text("Label", content.label);
-        members_.Text("UUID", content.uuid);
-        members_.Text("PartitionTable", content.tableType);
-        members_.Text("PartitionTableUUID", content.tableUuid);
+        WriteTexts({{"Usage", content.usage},
+                    {"Type", content.type},
+                    {"Version", content.version},
+                    {"Label", content.label},
+                    {"UUID", content.uuid},
+                    {"PartitionTable", content.tableType},
+                    {"PartitionTableUUID", content.tableUuid}});
     }
 
     void Write(const Mount& mount) {
-        members_.Text("Target", mount.target);
-        members_.Text("Type", mount.type);
-        members_.Text("Root", mount.root);
-        members_.Text("Options", mount.options);
+        WriteTexts({{"Target", mount.target},
+                    {"Type", mount.type},
+                    {"Root", mount.root},
+                    {"Options", mount.options}});
         members_.Bool("Bind", mount.bind);
         members_.Bool("Covered", mount.covered);
     }

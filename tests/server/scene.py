@@ -129,11 +129,18 @@ class Scene:
             f"echo $? >{self.log}/status) &")
 
     def compare_storage(self):
-        lines = storage.differences(self.server.run(f"{PROGRAM} storage --json"),
-                                    self.server.run("lsblk --json --bytes -O"))
-        if lines:
-            raise StepFailed("\n".join(lines))
-        self.ok("pni-host storage and lsblk say the same of NVMe, SATA and virtio disks")
+        run = self.server.run
+        run(storage.USE_DISKS)
+        for start, show_links in (("true", "true"), (storage.START_UDEVD, storage.SHOW_LINKS)):
+            run(start)
+            lines = storage.differences(run(f"{PROGRAM} storage --json"),
+                                        run("lsblk --json --bytes -O"), run(show_links))
+            if lines:
+                raise StepFailed("\n".join(lines))
+        run(storage.STOP_UDEVD)
+        run(storage.LEAVE_DISKS)
+        self.ok("pni-host storage and lsblk say the same of NVMe, SATA and virtio disks, without "
+                "udevd and with it")
 
     def count(self, file, text):
         """The lines with the text in a file of the service."""

@@ -90,7 +90,7 @@ class Server:
             "-chardev", f"socket,id=shell,fd={far_ends[1].fileno()}",
             "-device", "virtio-serial-pci,addr=1e.0", "-device", "virtserialport,chardev=shell",
             "-drive", f"if=none,id=disk,format=raw,file={disk}",
-            "-device", "virtio-blk-pci,drive=disk,addr=1d.0",
+            "-device", "virtio-blk-pci,drive=disk,serial=VIRTIO0001,addr=1d.0",
             "-device", f"ipmi-bmc-sim,id=bmc,fruareasize={FRU_SIZE},frudatafile={folder / 'fru'}",
             "-device", "isa-ipmi-kcs,bmc=bmc",
             "-trace", "memory_region_ops_write", "-D", folder / "trace",

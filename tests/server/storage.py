@@ -4,10 +4,21 @@ import subprocess
 
 MEGABYTE = 1 << 20
 LABELS = ("data", "old", "swap 1")
+SERIALS = ("NVME0001", "SATA0001", "VIRTIO0001")
 TABLE = """label: gpt
 start=2048, size=16384, name="first part", type=linux
 start=18432, size=16384, type=swap, attrs=RequiredPartition
+start=34816, size=2048, type=uefi, name=empty
 """
+START_UDEVD = ("systemd-udevd --daemon && udevadm trigger --subsystem-match=block --action=add "
+               "&& udevadm settle")
+STOP_UDEVD = ("udevadm control --exit; while pidof systemd-udevd; do sleep 0.1; done; "
+              "rm -rf /run/udev /dev/disk")
+USE_DISKS = ("mkdir /tmp/bind && mount -o ro /dev/sda1 /mnt && mount --bind /mnt /tmp/bind "
+             "&& swapon /dev/nvme0n1p2")
+LEAVE_DISKS = "swapoff /dev/nvme0n1p2 && umount /tmp/bind && umount /mnt"
+# Lines with the link and the name of the device.
+SHOW_LINKS = 'for i in /dev/disk/by-id/*; do echo "$i $(readlink -f "$i")"; done'
 DOS_TABLE = """label: dos
 start=2048, size=8192, type=83, bootable
 """
@@ -35,34 +46,43 @@ def make_disks(folder):
         file.seek(9 * MEGABYTE)
         file.write(swap_area(8 * MEGABYTE))
     return ["-drive", f"if=none,id=nvme,format=raw,file={nvme}",
-            "-device", "nvme,drive=nvme,serial=NVME0001,addr=1c.0",
+            "-device", f"nvme,drive=nvme,serial={SERIALS[0]},addr=1c.0",
             "-drive", f"if=none,id=sata,format=raw,file={sata}",
             # A disk that does not rotate: without udevd only such a disk is opened.
-            "-device", "ide-hd,drive=sata,bus=ide.0,serial=SATA0001,rotation_rate=1"]
+            "-device", f"ide-hd,drive=sata,bus=ide.0,serial={SERIALS[1]},rotation_rate=1"]
 
 
 def facts_of(device):
     """What pni-host says, under the names of lsblk."""
     disk, partition = device.get("Disk", {}), device.get("Partition", {})
+    content, space = device["Content"], device["Space"] or {}
     facts = {"maj:min": device["DeviceNumber"], "type": device["Type"], "ro": device["ReadOnly"],
-             "size": device["Size"], "fstype": device["Content"]["Type"],
-             "label": device["Content"]["Label"], "uuid": device["Content"]["UUID"],
-             "mountpoints": [mount["Target"] for mount in device["Mounts"]]}
+             "path": device["Path"], "pkname": next(iter(device["Parents"]), None),
+             "size": device["Size"], "fstype": content["Type"], "fsver": content["Version"],
+             "label": content["Label"], "uuid": content["UUID"],
+             "fssize": space.get("Size"), "fsused": space.get("Used"),
+             "fsavail": space.get("Available"),
+             "mountpoints": [mount["Target"] for mount in device["Mounts"]]
+             + ["[SWAP]" for _ in device["Swaps"]],
+             "fsroots": [mount["Root"] for mount in device["Mounts"]]}
     if partition:
         facts |= {"start": partition["Start"] // 512, "parttype": partition["Type"],
-                  "partuuid": partition["UUID"], "partlabel": partition["Label"]}
+                  "partuuid": partition["UUID"], "partlabel": partition["Label"],
+                  "partflags": partition["Flags"], "pttype": partition["Scheme"]}
     else:
         facts |= {"rota": device["Rotational"], "log-sec": device["LogicalBlockSize"],
                   "phy-sec": device["PhysicalBlockSize"], "rm": disk.get("Removable"),
-                  "model": disk.get("Model"), "serial": disk.get("SerialNumber"),
+                  "vendor": disk.get("Vendor"), "model": disk.get("Model"),
+                  "serial": disk.get("SerialNumber"), "rev": disk.get("FirmwareVersion"),
+                  "wwn": disk.get("WWN"),
                   "hctl": disk.get("ScsiAddress"), "tran": (disk.get("Transport") or "").split("-")[0],
-                  "pttype": device["Content"]["PartitionTable"]}
+                  "pttype": content["PartitionTable"], "ptuuid": content["PartitionTableUUID"]}
     return facts
 
 
-def differences(ours, theirs):
-    """Lines about each fact that lsblk knows and pni-host says otherwise, and about devices that
-    only one of them has."""
+def differences(ours, theirs, links):
+    """Lines about each fact that lsblk knows and pni-host says otherwise, and about devices and
+    links that only one of them has. `links` is empty without udevd."""
     known = {device["Name"]: device for device in json.loads(ours)["Devices"]}
     lines, waiting, seen = [], json.loads(theirs)["blockdevices"], set()
     while waiting:
@@ -75,12 +95,16 @@ def differences(ours, theirs):
             continue
         for key, value in facts_of(known[name]).items():
             expected = shown[key]
-            if key == "mountpoints":
-                expected = [target for target in expected if target]
+            if isinstance(expected, list):
+                expected, value = sorted(filter(None, expected)), sorted(value)
             elif isinstance(expected, str):
                 expected = " ".join(expected.split())  # fixed fields end with blanks
             if expected not in (None, value):
                 lines.append(f"{name} {key}: {value}, lsblk says {expected}")
     labels = [device["Content"]["Label"] for device in known.values()]
     lines += [f"no device has the label {label}" for label in LABELS if label not in labels]
+    lines += [f"no link has {serial}" for serial in SERIALS if links and serial not in links]
+    by_id = {tuple(line.split()) for line in links.splitlines()}
+    shown = {(link, device["Path"]) for device in known.values() for link in device["Links"]}
+    lines += [f"only in /dev or only in the JSON: {link}" for link in sorted(by_id ^ shown)]
     return lines + [f"lsblk has no {name}" for name in known if name not in seen]
