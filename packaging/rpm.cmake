@@ -19,6 +19,8 @@ set(CPACK_RPM_HOST_USER_FILELIST
     "%config(noreplace) ${CMAKE_INSTALL_FULL_SYSCONFDIR}/pni-host/em_pni.ini")
 set(CPACK_RPM_HOST_PRE_UNINSTALL_SCRIPT_FILE ${CMAKE_CURRENT_LIST_DIR}/rpm_preun.sh)
 set(CPACK_RPM_HOST_POST_UNINSTALL_SCRIPT_FILE ${CMAKE_CURRENT_LIST_DIR}/rpm_postun.sh)
+# The service loads it; see host/output/service_status.h.
+set(CPACK_RPM_HOST_PACKAGE_REQUIRES "libsystemd.so.0()(64bit)")
 
 set(CPACK_RPM_DEV_PACKAGE_NAME em_pni-devel)
 set(CPACK_RPM_DEV_PACKAGE_SUMMARY "Headers for hosts of the extension module em_pni")

@@ -26,7 +26,7 @@ ensure_packages() {
 
 # For the build of the module and pni-host.
 build_packages=(g++ cmake ninja-build rapidjson-dev libcli11-dev pkg-config
-    libnl-3-dev libudev-dev libblkid-dev libmount-dev)
+    libnl-3-dev libudev-dev libsystemd-dev libblkid-dev libmount-dev)
 # For the tests, in addition.
 test_packages=(clang libclang-rt-14-dev libgtest-dev binutils iproute2)
 # For the static checks, in addition to those of the tests.
