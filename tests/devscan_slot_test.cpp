@@ -220,6 +220,17 @@ TEST(DevscanSlot, ABridgeIsNamedByItsFunctionOrByItsBus) {
         << "a function of its own";
     EXPECT_EQ(slotOf({.smbios = smbiosOnboard(Place::port) + smbiosSlot(8, Place::upper)}), 8U)
         << "an onboard bridge says nothing about its cards";
+    EXPECT_EQ(
+        slotOf({.smbios = smbiosSlot(8, {0, 2, 2, 0}), .bridges = {{0, 2, 4, 0}, Place::upper}}),
+        8U)
+        << "the bus behind the upper port";
+    // A table that is shifted by one byte is shifted back, but only as a whole.
+    const std::string shifted = smbiosSlot(4, {0x80, 3, 0, 1}) + smbiosSlot(5, {0, 3, 0, 1});
+    EXPECT_EQ(slotOf({.smbios = shifted, .bridges = {{0, 0x80, 3, 1}}}), 4U);
+    EXPECT_EQ(slotOf({.smbios = shifted, .bridges = {{0, 0, 3, 1}}}), 5U);
+    EXPECT_EQ(slotOf({.smbios = shifted, .otherBridges = {{0x80, 3, 0, 0}}}), 5U)
+        << "the machine has the segment";
+    EXPECT_EQ(slotOf({.smbios = shifted + smbiosSlot(6, {0, 9, 0, 0})}), 5U);
     // A kernel slot names a device: it is no answer for one of two ports.
     const KernelSlot atPort{7, Place::port, false};
     EXPECT_EQ(slotOf({.facts = factsWith({atPort})}), 7U);
@@ -252,6 +263,7 @@ TEST(DevscanSlot, TablesOfMachines) {
     const auto slotWith = [](const std::map<std::size_t, std::string>& memory) {
         CFakeMachine machine;
         machine.Pci("pci0000:00/0000:00:01.0/0000:03:05.0", 0x8086, 0x1521, 0x0200);
+        machine.KernelSlot("9-1", "0000:03");
         memory.empty() ? machine.File("dev/mem/folder", "") : machine.Memory(memory);
         return machine.Scan().at(0).Facts().slot;
     };
@@ -261,7 +273,7 @@ TEST(DevscanSlot, TablesOfMachines) {
     const std::string table = smbiosSlot(2, {0, 3, 5, 0});
     const std::string entry = entryPoint64(bytesText({table.size()}), bytesText({0, 0, 0x10}));
     EXPECT_EQ(slotWith({{0x100000, table}, {0xF0010, entry}}), 2U);
-    EXPECT_EQ(slotWith({}), unknownSlot) << "memory cannot be read";
+    EXPECT_EQ(slotWith({}), 9U) << "memory cannot be read, the kernel knows the bus";
 }
 
 // Without descriptors, the rule would take the next source.

@@ -58,7 +58,6 @@ TEST(HostAdapters, VitalProductDataMayBeCutAnywhere) {
         const std::vector<char> exact(vpd.begin(),
                                       vpd.begin() + static_cast<std::ptrdiff_t>(length));
         const PciVpd found = parsePciVpd(CByteView(std::string_view(exact.data(), exact.size())));
-        EXPECT_EQ(found.product, length < 7 ? "" : "Card") << length;
         // The whole resource must be there.
         EXPECT_EQ(found.partNumber, length < 33 ? "" : "X-540") << length;
         EXPECT_EQ(found.serialNumber, length < 33 ? "" : "AB12") << length;

@@ -14,7 +14,6 @@ constexpr std::size_t smallHead = 1;
 constexpr std::uint8_t smallSizeMask = 0x07;
 constexpr std::uint8_t smallNameMask = 0x78;
 constexpr std::uint8_t endTag = 0x78;
-constexpr std::uint8_t identifierString = 0x82;
 constexpr std::uint8_t readOnlyData = 0x90;
 
 // A keyword has two characters, the size of its data (1 byte) and the data.
@@ -58,11 +57,8 @@ PciVpd parsePciVpd(CByteView data) {
         if (!data.Has(offset, head + size)) {
             break;
         }
-        const CByteView content = data.Part(offset + head, size);
-        if (tag == identifierString) {
-            vpd.product = textOf(content);
-        } else if (tag == readOnlyData) {
-            readKeywords(content, vpd);
+        if (tag == readOnlyData) {
+            readKeywords(data.Part(offset + head, size), vpd);
         }
         offset += head + size;
     }

@@ -9,13 +9,12 @@ namespace em_pni {
 
 // Printable ASCII. Empty = the device does not tell it.
 struct PciVpd {
-    std::string product;
     std::string partNumber;
     std::string serialNumber;
 };
 
-// `data` is a list of resources. Reads the identifier string and the keywords PN and SN of the
-// read-only resource. Stops at the first resource or keyword that is not wholly inside.
+// `data` is a list of resources. Reads the keywords PN and SN of the read-only resource. Stops at
+// the first resource or keyword that is not wholly inside.
 PciVpd parsePciVpd(CByteView data);
 
 }  // namespace em_pni
