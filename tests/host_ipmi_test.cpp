@@ -71,13 +71,13 @@ TEST_F(HostIpmi, ReadsAllBytesInChunksThatTheControllerTakes) {
 
 TEST_F(HostIpmi, BelievesNoCountAndReadsTheLastByteWithItsNeighbour) {
     // Counts of 255 and 0, too few and too many bytes, and a refusal of the last byte alone.
-    for (const std::uint8_t lie : Bytes{255, 9, 0, 33}) {
+    for (const std::uint8_t lie : Bytes{255, 9, 0, 41}) {
         controller_.fault = [lie](const Message& message) -> std::optional<Bytes> {
             if (message.command != readCommand || message.data[3] <= 8) {
                 return std::nullopt;
             }
             Bytes answer{0, lie};
-            for (std::size_t i = 0; i < (lie == 33 ? 33U : 9U); ++i) {
+            for (std::size_t i = 0; i < (lie == 41 ? 41U : 9U); ++i) {
                 answer.push_back(test::byteOf(message.Offset() + i));
             }
             return answer;
