@@ -88,7 +88,8 @@ TEST_F(StressTest, EverythingAtOnce) {
     Configure("10");
     const auto end = Clock::now() + std::chrono::seconds(seconds_);
     network_.interfaces[0].primary = {{10, 0, 0, 1}};  // there is something to write
-    while (Clock::now() < end) {
+    // A loaded machine may need more time for the first write.
+    while (Clock::now() < end || host_.Count(krcp::writeFru) == 0) {
         owner_->SetCabinetNumber(0);
         owner_->Start(&host_, 0);
         host_.Intercept([this](int, CKrcpMessage& message) { return SlowAndFailing(message); });
@@ -118,7 +119,6 @@ TEST_F(StressTest, EverythingAtOnce) {
         host_.Put(original_);
         owner_ = NewModule();
     }
-    EXPECT_GT(host_.Count(krcp::writeFru), 0);
     EXPECT_GT(host_.Count(krcp::clearNetworkSnapshot), 0);
 }
 
