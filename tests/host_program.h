@@ -41,10 +41,18 @@ class CProgram {
         posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorFile_.c_str(),
                                          O_WRONLY | O_CREAT, 0600);
-        if (::posix_spawn(&child_, argv[0], &actions, nullptr, argv.data(), variables.data()) !=
+        // nohup and some shells ignore signals, and a child inherits that.
+        posix_spawnattr_t attributes;
+        posix_spawnattr_init(&attributes);
+        sigset_t all;
+        sigfillset(&all);
+        posix_spawnattr_setsigdefault(&attributes, &all);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+        if (::posix_spawn(&child_, argv[0], &actions, &attributes, argv.data(), variables.data()) !=
             0) {
             child_ = -1;
         }
+        posix_spawnattr_destroy(&attributes);
         posix_spawn_file_actions_destroy(&actions);
         pipeName_ = "/proc/self/fd/" + std::to_string(ends[0]);
     }
