@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <latch>
 #include <numeric>
+#include <sstream>
 #include <thread>
 
+#include "host/commands/reading.h"
 #include "host/machine/controller_fru.h"
 #include "host/machine/fru_controller.h"
 #include "tests/fake_controller.h"
@@ -176,7 +178,7 @@ TEST_F(HostIpmi, AFaultOfAnyMessageLeavesTheOldOrTheNewBytes) {
             EXPECT_EQ(ErrorOf([&] { Store().Write(old_, new_); }).empty(), isWritten) << faulty;
             EXPECT_GE(controller_.commands.size(), isWritten ? 129U : faulty);
             if (std::exchange(controller_.isGone, false)) {
-                EXPECT_TRUE(Store().IsBeingWritten());
+                EXPECT_FALSE(Store().WriteMark());
                 Store().Mend();
                 EXPECT_EQ(controller_.stored, faulty <= 2 ? old_ : new_) << faulty;
             } else {
@@ -185,6 +187,29 @@ TEST_F(HostIpmi, AFaultOfAnyMessageLeavesTheOldOrTheNewBytes) {
             EXPECT_FALSE(HasJournal());
         }
     }
+}
+
+TEST_F(HostIpmi, ABackupIsNoMixtureOfTwoImages) {
+    std::filesystem::last_write_time(folder_.Path(), std::filesystem::file_time_type());
+    std::ostringstream errors;
+    CConsole console(errors, errors);
+    bool hasMore = false;
+    controller_.fault = [&](const Message& message) -> std::optional<Bytes> {
+        if (message.number == 30 || (hasMore && message.number % 65 == 30)) {
+            controller_.stored = controller_.stored == old_ ? new_ : old_;
+            std::filesystem::last_write_time(folder_.Path(),
+                                             std::filesystem::file_time_type(1s * message.number));
+        }
+        return std::nullopt;
+    };
+    CControllerFru store = Store();
+    EXPECT_EQ(readBetweenWrites(store, console), new_);
+    EXPECT_EQ(controller_.commands.size(), 130U);
+    EXPECT_EQ(errors.str(), "");
+    hasMore = true;
+    static_cast<void>(readBetweenWrites(store, console));
+    EXPECT_EQ(controller_.commands.size(), 130U + 195U);
+    EXPECT_NE(errors.str().find("a write is under way"), npos);
 }
 
 TEST_F(HostIpmi, AControllerThatDoesNotStoreIsAFailedWrite) {

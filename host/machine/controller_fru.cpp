@@ -1,6 +1,8 @@
 #include "host/machine/controller_fru.h"
 
 #include <algorithm>
+#include <ratio>
+#include <sys/stat.h>
 #include <utility>
 
 #include "platform/number.h"
@@ -68,6 +70,18 @@ std::vector<std::uint8_t> CControllerFru::Read() {
     return fru.Read(0, fru.Size(), [this](std::size_t done, std::size_t total) {
         progress_("reading", done, total);
     });
+}
+
+// A write creates and removes its journal, which changes the time of the folder. Other files in the
+// folder do so, too: a mark may change without a write.
+std::optional<std::int64_t> CControllerFru::WriteMark() const {
+    struct stat folder {};
+    if (journal_.Exists()) {
+        return std::nullopt;
+    }
+    return ::fstat(place_.Folder(), &folder) == 0
+               ? folder.st_mtim.tv_sec * std::nano::den + folder.st_mtim.tv_nsec
+               : 0;
 }
 
 void CControllerFru::Write(std::span<const std::uint8_t> stored,

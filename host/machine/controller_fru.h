@@ -30,7 +30,7 @@ class CControllerFru final : public CIFruStore {
     // from before are written back. When this fails, too, the journal stays.
     void Write(std::span<const std::uint8_t> stored, std::span<const std::uint8_t> image) override;
     std::optional<std::string> Mend() override;
-    [[nodiscard]] bool IsBeingWritten() const override { return journal_.Exists(); }
+    [[nodiscard]] std::optional<std::int64_t> WriteMark() const override;
 
   private:
     // Writes what differs between the two images, and compares. Throws a CHostError.

@@ -48,8 +48,9 @@ class CIFruStore {
     // Completes a write that was cut, also by the end of another pni-host. Returns a text about
     // what it did; no value = there was nothing to do. The caller holds the lock.
     virtual std::optional<std::string> Mend() { return std::nullopt; }
-    // Whether a write is under way or was cut: the bytes may be a mixture.
-    [[nodiscard]] virtual bool IsBeingWritten() const { return false; }
+    // Changes with each write of any pni-host. No value = a write is under way or was cut. Bytes
+    // from a Read between two different marks may be a mixture.
+    [[nodiscard]] virtual std::optional<std::int64_t> WriteMark() const { return 0; }
 };
 
 class CFruCopy final : public CIFruStore {
