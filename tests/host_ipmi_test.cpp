@@ -103,7 +103,7 @@ TEST_F(HostIpmi, SaysWhyItCannotRead) {
                                                     {{0xD4}, "completion code 0xD4"},
                                                     {{0x81}, "the controller is busy"},
                                                     {{}, "the controller does not answer"}}) {
-        controller_.fault = [&answer = answer](const Message&) { return std::optional(answer); };
+        controller_.fault = [&reply = answer](const Message&) { return std::optional(reply); };
         const auto start = controller_.now;
         EXPECT_NE(ReadError().find(text), npos) << text;
         EXPECT_LE(controller_.now - start, 65s);
@@ -172,8 +172,8 @@ TEST_F(HostIpmi, AFaultOfAnyMessageLeavesTheOldOrTheNewBytes) {
         for (unsigned faulty = 1; faulty <= 129; ++faulty) {  // size, 64 writes, 64 reads
             controller_.stored = old_;
             controller_.commands.clear();
-            controller_.fault = [&, &fault = fault](const Message& message) {
-                return message.number == faulty ? fault(message) : std::nullopt;
+            controller_.fault = [&, &cause = fault](const Message& message) {
+                return message.number == faulty ? cause(message) : std::nullopt;
             };
             EXPECT_EQ(ErrorOf([&] { Store().Write(old_, new_); }).empty(), isWritten) << faulty;
             EXPECT_GE(controller_.commands.size(), isWritten ? 129U : faulty);
